@@ -1,0 +1,179 @@
+// kp160std — entry functions produced from syntax declarations.
+//
+// A syntax is declared once, as the implementation to call and the type codes
+// of its result and parameters:
+//
+//   kp::Syntax<IsEven, KL_T_BOOL, KL_T_INT>()
+//   kp::Syntax<[](ExecContext* c, int32_t n) { return IntegerToDate(c, n, {}); },
+//              KL_T_TEXT, KL_T_INT>()            // shorter syntax: fixed default
+//   kp::Unavailable<KL_T_TEXT, KL_T_INT>()       // declared, nothing to call here
+//
+// The same declaration fills the syntax record, its parameter descriptor and
+// produces the entry function: one instantiation per syntax, so each syntax
+// has its own entry function and the table cannot disagree with the code.
+//
+// Parameter codes map to C++ types as follows: 1 bool; 8 and 0x8008 int32_t;
+// 9 int64_t; 0x12, 0x50 and 0x8050 std::u16string_view (null is empty);
+// 28 std::span<const uint8_t>; 0x1f kp::VariantArg. Result codes: 0 void;
+// 1 bool; 8 int32_t; 9 int64_t; 10 kp::Currency; 12 double; 14/15 kp::Handle;
+// 19 std::u16string; 27 kp::Duration; 28 kp::Bytes; 0x1f kp::Value.
+//
+// Entry functions keep no state and may run on any VM thread.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "component/error.h"
+#include "component/strings.h"
+#include "component/value.h"
+#include "component/vm.h"
+#include "kp160std/abi.h"
+
+namespace kp {
+
+namespace frame {
+
+constexpr uint32_t Plain(uint32_t code) { return code & ~uint32_t{KL_T_FLAG_8000}; }
+
+template <uint32_t Code>
+struct Param;
+
+template <>
+struct Param<KL_T_INT> {
+  static int32_t Read(void* cell) {
+    int32_t v;
+    std::memcpy(&v, cell, sizeof v);
+    return v;
+  }
+};
+template <>
+struct Param<KL_T_BOOL> {
+  static bool Read(void* cell) { return Param<KL_T_INT>::Read(cell) != 0; }
+};
+template <>
+struct Param<KL_T_INT64> {
+  static int64_t Read(void* cell) {
+    int64_t v;
+    std::memcpy(&v, cell, sizeof v);  // low word first, as on the VM's targets
+    return v;
+  }
+};
+template <>
+struct Param<KL_T_TEXT_CELL> {
+  static std::u16string_view Read(void* cell) { return View(*static_cast<const kl_char* const*>(cell)); }
+};
+template <>
+struct Param<KL_T_TEXT_DIRECT> {
+  static std::u16string_view Read(void* element) { return View(static_cast<const kl_char*>(element)); }
+};
+template <>
+struct Param<KL_T_BUFFER> {
+  static std::span<const uint8_t> Read(void* cell) { return HolderBytes(*static_cast<KLStringHolder*>(cell)); }
+};
+template <>
+struct Param<KL_T_VARIANT> {
+  static VariantArg Read(void* cell) { return VariantArg{static_cast<KLVariant*>(cell)}; }
+};
+
+template <uint32_t Code>
+struct Result;
+
+template <uint32_t Code, typename T>
+struct ScalarResult {
+  static void Hand(CallContext* call, T value) {
+    call->vm->ops->SetResult(call->vm, call->resultHandle, &value, Code);
+  }
+};
+template <>
+struct Result<KL_T_BOOL> {
+  static void Hand(CallContext* call, bool value) { ScalarResult<KL_T_BOOL, int32_t>::Hand(call, value ? 1 : 0); }
+};
+template <>
+struct Result<KL_T_INT> : ScalarResult<KL_T_INT, int32_t> {};
+template <>
+struct Result<KL_T_INT64> : ScalarResult<KL_T_INT64, int64_t> {};
+template <>
+struct Result<KL_T_REAL> : ScalarResult<KL_T_REAL, double> {};
+template <>
+struct Result<KL_T_INSTANCE> {
+  static void Hand(CallContext* call, Handle h) { ScalarResult<KL_T_INSTANCE, uint32_t>::Hand(call, h.value); }
+};
+template <>
+struct Result<KL_T_WINDOW> {
+  static void Hand(CallContext* call, Handle h) { ScalarResult<KL_T_WINDOW, uint32_t>::Hand(call, h.value); }
+};
+template <>
+struct Result<KL_T_DURATION> {
+  static void Hand(CallContext* call, Duration d) {
+    ScalarResult<KL_T_DURATION, int64_t>::Hand(call, d.milliseconds);
+  }
+};
+template <>
+struct Result<KL_T_CURRENCY> {
+  static void Hand(CallContext* call, Currency c) {
+    KLCurrency cell{c.value, c.scale};
+    call->vm->ops->SetResult(call->vm, call->resultHandle, &cell, KL_T_CURRENCY);
+  }
+};
+template <>
+struct Result<KL_T_TEXT> {
+  static void Hand(CallContext* call, const std::u16string& text) {
+    // An empty text is still handed over: a null holder is a valid empty text.
+    HolderCell cell(MakeTextHolder(text));
+    call->vm->ops->SetResult(call->vm, call->resultHandle, cell.address(), KL_T_TEXT);
+  }
+};
+template <>
+struct Result<KL_T_BUFFER> {
+  static void Hand(CallContext* call, const Bytes& bytes) {
+    HolderCell cell(MakeBytesHolder(bytes));
+    call->vm->ops->SetResult(call->vm, call->resultHandle, cell.address(), KL_T_BUFFER);
+  }
+};
+template <>
+struct Result<KL_T_VARIANT> {
+  static void Hand(CallContext* call, const Value& value) { HandVariant(call, value); }
+};
+
+template <auto Impl, uint32_t R, uint32_t... P>
+int32_t KL_CALL Entry(CallContext* call, ExecContext* context, void** arguments) {
+  static constexpr std::array<uint32_t, sizeof...(P) + 1> codes{Plain(P)..., 0};
+  try {
+    [&]<size_t... I>(std::index_sequence<I...>) {
+      if constexpr (R == KL_T_NONE) {
+        Impl(context, Param<codes[I]>::Read(arguments[I])...);
+      } else {
+        Result<R>::Hand(call, Impl(context, Param<codes[I]>::Read(arguments[I])...));
+      }
+    }(std::make_index_sequence<sizeof...(P)>{});
+  } catch (const std::bad_alloc&) {
+    RaiseOutOfMemory(context);
+  } catch (...) {
+    RaiseInternal(context);
+  }
+  return 0;  // errors never travel through the return value
+}
+
+}  // namespace frame
+
+template <uint32_t R, uint32_t... P>
+inline constexpr uint32_t kDescriptor[] = {R, P..., 0};
+
+template <auto Impl, uint32_t R, uint32_t... P>
+constexpr KLSyntax Syntax() {
+  return KLSyntax{&frame::Entry<Impl, R, P...>, 0, kDescriptor<R, P...>, sizeof...(P)};
+}
+
+template <uint32_t R, uint32_t... P>
+constexpr KLSyntax Unavailable() {
+  return KLSyntax{nullptr, 0, kDescriptor<R, P...>, sizeof...(P)};
+}
+
+}  // namespace kp

@@ -1,0 +1,153 @@
+// kp160std — the families' side of the VM's operations.
+#include "component/vm.h"
+
+#include <vector>
+
+#include "component/error.h"
+
+namespace kp {
+namespace {
+
+// Borrowed view of a Value for the VM; text and bytes point into `value`.
+KLValue ToKL(const Value& value) {
+  KLValue out{};
+  std::visit(
+      [&](const auto& v) {
+        using T = std::decay_t<decltype(v)>;
+        if constexpr (std::is_same_v<T, std::monostate>) {
+          out.type = KL_T_NONE;
+        } else if constexpr (std::is_same_v<T, bool>) {
+          out.type = KL_T_BOOL;
+          out.u.i32 = v ? 1 : 0;
+        } else if constexpr (std::is_same_v<T, int32_t>) {
+          out.type = KL_T_INT;
+          out.u.i32 = v;
+        } else if constexpr (std::is_same_v<T, int64_t>) {
+          out.type = KL_T_INT64;
+          out.u.i64 = v;
+        } else if constexpr (std::is_same_v<T, double>) {
+          out.type = KL_T_REAL;
+          out.u.real = v;
+        } else if constexpr (std::is_same_v<T, std::u16string>) {
+          out.type = KL_T_TEXT;
+          out.size = static_cast<uint32_t>(v.size());
+          out.u.text = v.c_str();
+        } else {
+          out.type = KL_T_BUFFER;
+          out.size = static_cast<uint32_t>(v.size());
+          out.u.bytes = v.data();
+        }
+      },
+      value);
+  return out;
+}
+
+std::optional<Value> FromKL(const KLValue& v) {
+  switch (v.type) {
+    case KL_T_NONE: return Value{};
+    case KL_T_BOOL: return Value{v.u.i32 != 0};
+    case KL_T_INT: return Value{v.u.i32};
+    case KL_T_INT64: return Value{v.u.i64};
+    case KL_T_REAL: return Value{v.u.real};
+    case KL_T_TEXT: return Value{v.u.text ? std::u16string(v.u.text, v.size) : std::u16string()};
+    case KL_T_BUFFER: return Value{v.u.bytes ? Bytes(v.u.bytes, v.u.bytes + v.size) : Bytes()};
+    default: return std::nullopt;
+  }
+}
+
+const ExecContextOps* Ops(ExecContext* context) { return context ? context->ops : nullptr; }
+
+}  // namespace
+
+std::optional<Value> VariantArg::Get() const {
+  if (!variant_ || !variant_->ops || !variant_->ops->Get) return std::nullopt;
+  KLValue v{};
+  if (!variant_->ops->Get(variant_, &v)) return std::nullopt;
+  return FromKL(v);
+}
+
+CXError* ErrorRecord(ExecContext* context) {
+  auto* ops = Ops(context);
+  return ops && ops->GetError ? ops->GetError(context) : nullptr;
+}
+
+int32_t QueryService(ExecContext* context, int32_t code) {
+  auto* ops = Ops(context);
+  return ops && ops->QueryService ? ops->QueryService(context, code) : 0;
+}
+
+const KLLanguage* Language(ExecContext* context) {
+  auto* ops = Ops(context);
+  return ops && ops->GetLanguage ? ops->GetLanguage(context) : nullptr;
+}
+
+uintptr_t FindProcedure(ExecContext* context, std::u16string_view name) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->FindProcedure) return 0;
+  const std::u16string terminated(name);
+  return ops->FindProcedure(context, terminated.c_str());
+}
+
+bool CallProcedure(ExecContext* context, uintptr_t procedure, std::span<const Value> args, Value* result) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->CallProcedure || !procedure) return false;
+  std::vector<KLValue> kl;
+  kl.reserve(args.size());
+  for (const auto& a : args) kl.push_back(ToKL(a));
+  KLValue out{};
+  if (!ops->CallProcedure(context, procedure, static_cast<uint32_t>(kl.size()), kl.data(), result ? &out : nullptr))
+    return false;
+  if (result) *result = FromKL(out).value_or(Value{});
+  return true;
+}
+
+bool PostProcedure(ExecContext* context, uintptr_t procedure, std::span<const Value> args) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->PostProcedure || !procedure) return false;
+  std::vector<KLValue> kl;
+  kl.reserve(args.size());
+  for (const auto& a : args) kl.push_back(ToKL(a));
+  return ops->PostProcedure(context, procedure, static_cast<uint32_t>(kl.size()), kl.data()) != 0;
+}
+
+bool AssignReference(ExecContext* context, const VariantArg& reference, const Value& value) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->AssignReference || !reference.raw()) return false;
+  const KLValue v = ToKL(value);
+  return ops->AssignReference(context, reference.raw(), &v) != 0;
+}
+
+bool TraceActive(ExecContext* context) {
+  auto* ops = Ops(context);
+  return ops && ops->TraceActive && ops->TraceActive(context) != 0;
+}
+
+void Trace(ExecContext* context, std::u16string_view text) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->Trace) return;
+  const std::u16string terminated(text);
+  ops->Trace(context, terminated.c_str());
+}
+
+std::u16string ProjectQuery(ExecContext* context, int32_t what) {
+  auto* ops = Ops(context);
+  if (!ops || !ops->ProjectQuery) return {};
+  std::u16string buffer(1024, u'\0');
+  const uint32_t n = ops->ProjectQuery(context, what, buffer.data(), static_cast<uint32_t>(buffer.size()));
+  buffer.resize(n < buffer.size() ? n : buffer.size() - 1);
+  return buffer;
+}
+
+void HandVariant(CallContext* call, const Value& value) {
+  IVMServices* vm = call->vm;
+  KLVariant* variant = vm->ops->NewVariant ? vm->ops->NewVariant(vm) : nullptr;
+  if (!variant) throw std::bad_alloc();
+  const KLValue v = ToKL(value);
+  variant->ops->Set(variant, &v);
+  // The cell handed to SetResult holds the variant object; it has its own
+  // release operation, called with 1 once the VM has copied it.
+  vm->ops->SetResult(vm, call->resultHandle, &variant, KL_T_VARIANT);
+  variant->ops->Release(variant, 1);
+}
+
+}  // namespace kp

@@ -1,0 +1,57 @@
+// kp160std — what the families may ask of the VM.
+//
+// Families include this instead of reaching into the ABI's slots: the error
+// record, the service question, the language, procedure calls, by-reference
+// assignment, the trace and the project queries. Each call goes to the
+// ExecContext of the running program, on the thread that runs it (except
+// PostProcedure, which any thread may call).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "component/value.h"
+#include "kp160std/abi.h"
+
+namespace kp {
+
+// A variant argument (code 0x1f) as the VM handed it.
+class VariantArg {
+ public:
+  explicit VariantArg(KLVariant* variant) : variant_(variant) {}
+  KLVariant* raw() const { return variant_; }
+  // The value it holds; nullopt when the VM gave none or the variant cannot
+  // say.
+  std::optional<Value> Get() const;
+
+ private:
+  KLVariant* variant_;
+};
+
+CXError* ErrorRecord(ExecContext* context);
+
+// The VM's answer to a service question; 0 when the context cannot answer.
+int32_t QueryService(ExecContext* context, int32_t code);
+
+const KLLanguage* Language(ExecContext* context);
+
+// 0 when the program has no procedure of that name.
+uintptr_t FindProcedure(ExecContext* context, std::u16string_view name);
+bool CallProcedure(ExecContext* context, uintptr_t procedure, std::span<const Value> args, Value* result = nullptr);
+bool PostProcedure(ExecContext* context, uintptr_t procedure, std::span<const Value> args);
+bool AssignReference(ExecContext* context, const VariantArg& reference, const Value& value);
+
+bool TraceActive(ExecContext* context);
+void Trace(ExecContext* context, std::u16string_view text);
+
+// KL_PROJECT_NAME, KL_PROJECT_DIRECTORY, KL_PROJECT_REGISTRY_KEY; empty when
+// the VM does not know.
+std::u16string ProjectQuery(ExecContext* context, int32_t what);
+
+// Used by the entry functions: builds a VM variant and hands it over.
+void HandVariant(CallContext* call, const Value& value);
+
+}  // namespace kp
