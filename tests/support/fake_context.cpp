@@ -1,0 +1,169 @@
+#include "support/fake_context.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace kp::test {
+
+namespace {
+const char16_t* kFrenchDays[7] = {u"lundi", u"mardi", u"mercredi", u"jeudi", u"vendredi", u"samedi", u"dimanche"};
+const char16_t* kFrenchMonths[12] = {u"janvier", u"février", u"mars",      u"avril",   u"mai",      u"juin",
+                                     u"juillet", u"août",    u"septembre", u"octobre", u"novembre", u"décembre"};
+
+void SetText(KLErrorText* f, const char16_t* t, uint32_t n) {
+  std::free(f->text);
+  f->text = static_cast<kl_char*>(std::malloc((n + 1) * sizeof(kl_char)));
+  std::memcpy(f->text, t, n * sizeof(kl_char));
+  f->text[n] = 0;
+  f->length = n;
+  f->capacity = n + 1;
+}
+}  // namespace
+
+struct FakeOps {
+  static CXError* KL_CALL GetError(ExecContext* c) { return &FakeContext::Self(c)->error_; }
+  static int32_t KL_CALL Query(ExecContext* c, int32_t) { return FakeContext::Self(c)->serviceAnswer; }
+  static const KLLanguage* KL_CALL Language(ExecContext* c) { return &FakeContext::Self(c)->language; }
+  static uintptr_t KL_CALL Find(ExecContext* c, const kl_char* name) {
+    auto* self = FakeContext::Self(c);
+    if (!self->procedures.count(name)) return 0;
+    self->names_.push_back(name);
+    return self->names_.size();
+  }
+  static int32_t KL_CALL Call(ExecContext* c, uintptr_t p, uint32_t argc, const KLValue* args, KLValue* result) {
+    auto* self = FakeContext::Self(c);
+    if (p == 0 || p > self->names_.size()) return 0;
+    std::vector<Value> values;
+    for (uint32_t i = 0; i < argc; ++i) {
+      const KLValue& a = args[i];
+      switch (a.type) {
+        case KL_T_BOOL: values.emplace_back(a.u.i32 != 0); break;
+        case KL_T_INT: values.emplace_back(a.u.i32); break;
+        case KL_T_INT64: values.emplace_back(a.u.i64); break;
+        case KL_T_REAL: values.emplace_back(a.u.real); break;
+        case KL_T_TEXT: values.emplace_back(std::u16string(a.u.text, a.size)); break;
+        default: values.emplace_back();
+      }
+    }
+    static thread_local Value last;
+    last = self->procedures[self->names_[p - 1]](values);
+    if (result) {
+      *result = KLValue{};
+      if (auto* b = std::get_if<bool>(&last)) *result = KLValue{KL_T_BOOL, 0, {.i32 = *b ? 1 : 0}};
+      if (auto* i = std::get_if<int32_t>(&last)) *result = KLValue{KL_T_INT, 0, {.i32 = *i}};
+      if (auto* t = std::get_if<std::u16string>(&last))
+        *result = KLValue{KL_T_TEXT, static_cast<uint32_t>(t->size()), {.text = t->c_str()}};
+    }
+    return 1;
+  }
+  static int32_t KL_CALL TraceActive(ExecContext* c) { return FakeContext::Self(c)->traceActive; }
+  static void KL_CALL Trace(ExecContext* c, const kl_char* t) { FakeContext::Self(c)->trace.emplace_back(t); }
+  static uint32_t KL_CALL Project(ExecContext* c, int32_t what, kl_char* buffer, uint32_t capacity) {
+    auto* self = FakeContext::Self(c);
+    auto it = self->project.find(what);
+    if (it == self->project.end() || capacity == 0) return 0;
+    const uint32_t n = std::min<uint32_t>(static_cast<uint32_t>(it->second.size()), capacity - 1);
+    std::memcpy(buffer, it->second.data(), n * sizeof(kl_char));
+    buffer[n] = 0;
+    return n;
+  }
+
+  static void KL_CALL Assign(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) { SetText(f, t, n); }
+  static void KL_CALL Grow(CXError*, KLErrorText* f, uint32_t capacity) {
+    if (capacity <= f->capacity) return;
+    auto* grown = static_cast<kl_char*>(std::realloc(f->text, capacity * sizeof(kl_char)));
+    if (!f->text) grown[0] = 0;
+    f->text = grown;
+    f->capacity = capacity;
+  }
+  static void KL_CALL AssignSystem(CXError*, KLErrorText* f, kl_char* t) {
+    std::free(f->text);
+    uint32_t n = 0;
+    while (t && t[n]) ++n;
+    f->text = t;
+    f->length = n;
+    f->capacity = n + 1;
+  }
+  static void KL_CALL Append(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) {
+    std::u16string joined = f->text ? std::u16string(f->text, f->length) : std::u16string();
+    joined.append(t, n);
+    SetText(f, joined.data(), static_cast<uint32_t>(joined.size()));
+  }
+  static void KL_CALL ClearText(CXError*, KLErrorText* f) {
+    std::free(f->text);
+    *f = KLErrorText{};
+  }
+};
+
+const ExecContextOps FakeContext::kOps = [] {
+  ExecContextOps ops{};
+  ops.GetError = &FakeOps::GetError;
+  ops.QueryService = &FakeOps::Query;
+  ops.GetLanguage = &FakeOps::Language;
+  ops.FindProcedure = &FakeOps::Find;
+  ops.CallProcedure = &FakeOps::Call;
+  ops.TraceActive = &FakeOps::TraceActive;
+  ops.Trace = &FakeOps::Trace;
+  ops.ProjectQuery = &FakeOps::Project;
+  return ops;
+}();
+
+const CXErrorOps FakeContext::kErrorOps{&FakeOps::Assign, &FakeOps::Grow, &FakeOps::AssignSystem, &FakeOps::Append,
+                                        &FakeOps::ClearText};
+
+FakeContext::FakeContext() {
+  context_.base.ops = &kOps;
+  context_.base.services = nullptr;
+  context_.self = this;
+  error_.ops = &kErrorOps;
+  error_.level = 1;
+  language.code = 12;
+  for (int i = 0; i < 7; ++i) language.dayNames[i] = kFrenchDays[i];
+  for (int i = 0; i < 12; ++i) language.monthNames[i] = kFrenchMonths[i];
+}
+
+FakeContext::~FakeContext() {
+  clearError();
+  FakeOps::ClearText(&error_, &error_.module);
+  FakeOps::ClearText(&error_, &error_.version);
+}
+
+void FakeContext::clearError() {
+  for (auto& t : error_.texts) FakeOps::ClearText(&error_, &t);
+  FakeOps::ClearText(&error_, &error_.systemText);
+  for (auto& i : error_.info) {
+    std::free(const_cast<kl_char*>(i.text));
+    i = KLErrorInfo{};
+  }
+  error_.level = 1;
+  error_.errorId = 0;
+  error_.debugCode = 0;
+  error_.systemError = 0;
+  error_.item21Flagged = 0;
+}
+
+std::u16string FakeContext::message() const {
+  return error_.texts[0].text ? std::u16string(error_.texts[0].text, error_.texts[0].length) : std::u16string();
+}
+std::u16string FakeContext::systemText() const {
+  return error_.systemText.text ? std::u16string(error_.systemText.text, error_.systemText.length) : std::u16string();
+}
+
+std::string Utf8(std::u16string_view text) {
+  std::string out;
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = text[i];
+    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size()) c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
+    if (c < 0x80) out += static_cast<char>(c);
+    else if (c < 0x800) out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
+    else if (c < 0x10000)
+      out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
+              static_cast<char>(0x80 | (c & 0x3F))};
+    else
+      out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | ((c >> 12) & 0x3F)),
+              static_cast<char>(0x80 | ((c >> 6) & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
+  }
+  return out;
+}
+
+}  // namespace kp::test
