@@ -1,0 +1,166 @@
+// kp — the reference host of the KL standard-function library.
+//
+//   kp eval [--json] [--lang fr|en] 'EXPR' ['EXPR' ...]
+//   kp tables
+//   kp help NAME
+//
+// The library is found beside the host (../libkp160std.so from the host's
+// directory) unless KP_LIBRARY names it.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "eval.h"
+#include "text.h"
+#include "vm.h"
+
+using namespace kphost;
+
+namespace {
+
+int Usage(int status) {
+  std::fprintf(status ? stderr : stdout,
+               "usage: kp eval [--json] [--lang fr|en] 'EXPR' ['EXPR' ...]\n"
+               "       kp tables\n"
+               "       kp help NAME\n"
+               "\n"
+               "EXPR: a KL call by French or English name, nested calls, \"text\", integers,\n"
+               "x\"0A1B\" buffers, True/False (Vrai/Faux), KL constants, NAME = EXPR.\n"
+               "KP_LIBRARY names the library to load; KP_PREFIX the device directory.\n");
+  return status;
+}
+
+std::string LibraryPath() {
+  if (const char* path = std::getenv("KP_LIBRARY"); path && *path) return path;
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return "libkp160std.so";
+  std::string dir(self, static_cast<size_t>(n));
+  dir = dir.substr(0, dir.rfind('/'));
+  const std::string parent = dir.substr(0, dir.rfind('/'));
+  for (const std::string& candidate : {parent + "/libkp160std.so", dir + "/libkp160std.so"})
+    if (access(candidate.c_str(), R_OK) == 0) return candidate;
+  return "libkp160std.so";
+}
+
+int32_t DefaultLanguage() {
+  for (const char* var : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* v = std::getenv(var);
+    if (v && *v) return std::strncmp(v, "fr", 2) == 0 ? KL_LANGUAGE_FRENCH : 9;
+  }
+  return 9;
+}
+
+std::unique_ptr<Library> Open(int32_t language) {
+  std::string error;
+  auto lib = Library::Load(LibraryPath(), error, language);
+  if (!lib) std::fprintf(stderr, "kp: %s\n", error.c_str());
+  return lib;
+}
+
+int Eval(std::vector<std::string> args) {
+  bool json = false;
+  int32_t language = DefaultLanguage();
+  std::vector<std::string> expressions;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--json") {
+      json = true;
+    } else if (args[i] == "--lang" && i + 1 < args.size()) {
+      const std::string& l = args[++i];
+      if (l != "fr" && l != "en") return Usage(2);
+      language = l == "fr" ? KL_LANGUAGE_FRENCH : 9;
+    } else {
+      expressions.push_back(args[i]);
+    }
+  }
+  if (expressions.empty()) return Usage(2);
+  auto lib = Open(language);
+  if (!lib) return 2;
+  Evaluator evaluator(*lib);
+  int status = 0;
+  for (const auto& expression : expressions) {
+    const Outcome o = evaluator.Evaluate(expression);
+    if (json) {
+      std::printf("%s\n", Json(o).c_str());
+    } else if (!o.ok()) {
+      std::fprintf(stderr, "kp: %s\n", o.failure.c_str());
+    } else {
+      std::printf("%s\n", Display(o.value).c_str());
+    }
+    if (!o.ok()) {
+      status = 2;
+    } else if (o.error.present()) {
+      if (!json) {
+        std::fprintf(stderr, "error %d (level %d): %s\n", o.error.id, o.error.level, Utf8(o.error.message).c_str());
+        if (o.error.systemError)
+          std::fprintf(stderr, "system error %u: %s\n", o.error.systemError, Utf8(o.error.systemText).c_str());
+      }
+      if (status == 0) status = 1;
+    }
+    std::fflush(stdout);
+  }
+  return status;
+}
+
+int Tables() {
+  auto lib = Open(DefaultLanguage());
+  if (!lib) return 2;
+  size_t available = 0, syntaxes = 0, availableSyntaxes = 0, constantsAvailable = 0;
+  for (const auto& f : lib->functions()) {
+    available += f.available();
+    syntaxes += f.syntaxes.size();
+    for (const auto& s : f.syntaxes) availableSyntaxes += s.entry != nullptr;
+  }
+  for (const auto& c : lib->constants()) constantsAvailable += c.kind != KL_CONST_KIND_NONE;
+  std::printf("functions: %zu (%zu with an implementation here; syntaxes %zu, %zu available)\n",
+              lib->functions().size(), available, syntaxes, availableSyntaxes);
+  std::printf("constants: %zu (%zu available)\n", lib->constants().size(), constantsAvailable);
+  std::printf("variables: %zu\n", lib->variables().size());
+  std::printf("types: %zu\n", lib->typeNames().size());
+  for (const auto& t : lib->typeNames()) std::printf("  %s\n", t.c_str());
+  return 0;
+}
+
+int Help(const std::string& name) {
+  auto lib = Open(DefaultLanguage());
+  if (!lib) return 2;
+  if (const auto* f = lib->FindFunction(name)) {
+    std::printf("%s / %s  (row %zu, identifier 0x%08x, flags 0x%x)\n", f->french.c_str(), f->english.c_str(), f->index,
+                f->identifier, f->flags);
+    for (size_t i = 0; i < f->syntaxes.size(); ++i) {
+      const auto& s = f->syntaxes[i];
+      std::string params;
+      for (size_t p = 0; p < s.params.size(); ++p) params += (p ? ", " : "") + TypeName(s.params[p]);
+      std::printf("  %zu. (%s) -> %s%s\n", i + 1, params.c_str(), TypeName(s.result).c_str(),
+                  s.entry ? "" : "   [not available on this platform]");
+    }
+    return 0;
+  }
+  if (const auto* c = lib->FindConstant(name)) {
+    std::printf("%s / %s  constant, ", c->french.c_str(), c->english.c_str());
+    if (c->kind == KL_CONST_KIND_TEXT) std::printf("text \"%s\"\n", Utf8(c->text).c_str());
+    else if (c->kind == KL_CONST_KIND_NONE) std::printf("not available on this platform\n");
+    else std::printf("integer %d (0x%x)\n", c->value, static_cast<uint32_t>(c->value));
+    return 0;
+  }
+  std::fprintf(stderr, "kp: no function or constant is named %s\n", name.c_str());
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return Usage(2);
+  const std::string command = argv[1];
+  std::vector<std::string> rest(argv + 2, argv + argc);
+  if (command == "eval") return Eval(rest);
+  if (command == "tables") return Tables();
+  if (command == "help" && rest.size() == 1) return Help(rest[0]);
+  if (command == "--help" || command == "-h") return Usage(0);
+  return Usage(2);
+}

@@ -1,0 +1,195 @@
+// kp — the reference VM side: loads the library exactly as a VM does and
+// calls its functions.
+//
+// A Library runs the start-up order (conversion services, GeneralParam 2005,
+// 2006 and 2008, CommandeComposante 2, the table reads, Execution 5123 and
+// 3985) and ends the run with Execution 4875 when destroyed. It owns one
+// Program: the ExecContext handed to every entry function, with its error
+// record, language, trace, procedures and project answers.
+//
+// Not thread-safe: one thread drives a Library, as a VM drives one program.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "kp160std/abi.h"
+
+namespace kphost {
+
+// A KL value as the host sees it. `type` is a KLTypeCode: 0 none, 1 bool,
+// 8 int, 9 int64, 12 real, 14/15 handles, 19 text, 27 duration, 28 buffer,
+// 10 currency (integer holds the value, scale the 16-bit word).
+struct Value {
+  uint32_t type = KL_T_NONE;
+  int64_t integer = 0;
+  double real = 0;
+  int16_t scale = 0;
+  std::u16string text;
+  std::vector<uint8_t> bytes;
+
+  static Value None() { return {}; }
+  static Value Bool(bool b) { return Value{KL_T_BOOL, b ? 1 : 0}; }
+  static Value Int(int64_t n) {
+    return Value{n >= INT32_MIN && n <= INT32_MAX ? uint32_t{KL_T_INT} : uint32_t{KL_T_INT64}, n};
+  }
+  static Value Real(double r) { return Value{KL_T_REAL, 0, r}; }
+  static Value Text(std::u16string t) { return Value{KL_T_TEXT, 0, 0, 0, std::move(t)}; }
+  static Value Buffer(std::vector<uint8_t> b) { return Value{KL_T_BUFFER, 0, 0, 0, {}, std::move(b)}; }
+};
+
+struct ErrorState {
+  int32_t id = 0;
+  int32_t level = 1;
+  int32_t debugCode = 0;
+  std::u16string message;
+  uint32_t systemError = 0;
+  std::u16string systemText;
+  std::u16string module;
+  bool present() const { return level != 1 || id != 0 || !message.empty(); }
+};
+
+struct SyntaxInfo {
+  KLEntryFunction entry = nullptr;
+  uint32_t result = 0;
+  std::vector<uint32_t> params;
+};
+
+struct FunctionInfo {
+  size_t index = 0;
+  std::string french, english;  // UTF-8
+  uint32_t flags = 0;
+  uint32_t identifier = 0;
+  std::vector<SyntaxInfo> syntaxes;
+  bool available() const;
+};
+
+struct ConstantInfo {
+  std::string french, english;
+  uint32_t flags = 0;
+  uint32_t kind = 0;
+  int32_t value = 0;
+  std::u16string text;  // kind 0x1208
+};
+
+struct VariableInfo {
+  std::string french, english;
+  uint32_t flags = 0;
+  uint32_t identifier = 0;
+};
+
+// The running program: the ExecContext of every call.
+class Program {
+ public:
+  Program();
+  ~Program();
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  ExecContext* context() { return &wrapped_.base; }
+  CXError& error() { return error_; }
+  ErrorState ReadError() const;
+  void ClearError();
+
+  void SetLanguage(int32_t code);  // 12 French, anything else English
+  const KLLanguage& language() const { return language_; }
+
+  // Answer of the VM service question (code 9 gates the clock).
+  std::function<int32_t(int32_t code)> service = [](int32_t) { return 1; };
+  // The program's procedures, called back by the library.
+  std::map<std::string, std::function<Value(const std::vector<Value>&)>> procedures;  // folded names
+  std::vector<std::u16string> trace;
+  bool traceActive = false;
+  std::map<int32_t, std::u16string> project;
+
+ private:
+  friend struct ProgramOps;
+  struct Wrapped {
+    ExecContext base;
+    Program* self;
+  };
+  Wrapped wrapped_;
+  CXError error_{};
+  KLLanguage language_{};
+  std::vector<std::string> procedureHandles_;
+  Value lastProcedureResult_;
+};
+
+class Library {
+ public:
+  // Loads and starts the library; null with `error` set when it cannot.
+  static std::unique_ptr<Library> Load(const std::string& path, std::string& error, int32_t language = 12,
+                                       uintptr_t hookModule = 0);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  const std::vector<FunctionInfo>& functions() const { return functions_; }
+  const std::vector<ConstantInfo>& constants() const { return constants_; }
+  const std::vector<VariableInfo>& variables() const { return variables_; }
+  const std::vector<std::string>& typeNames() const { return typeNames_; }
+
+  const FunctionInfo* FindFunction(std::string_view name) const;
+  const ConstantInfo* FindConstant(std::string_view name) const;
+
+  enum class CallStatus { Ok, NoMatch, Unavailable };
+  // Picks the syntax whose parameters match `args` (exact types first, then
+  // the conversions a VM makes) and calls its entry function.
+  CallStatus Call(const FunctionInfo& function, const std::vector<Value>& args, Value& result, std::string& why);
+  // Calls one given syntax; the arguments must fit its parameters.
+  void CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& args, Value& result);
+
+  Program& program() { return *program_; }
+  void SetLanguage(int32_t code);
+
+  // The raw exports, for ABI tests.
+  struct Exports {
+    decltype(&InfoComposante) info = nullptr;
+    decltype(&CommandeComposante) command = nullptr;
+    decltype(&Execution) execution = nullptr;
+    decltype(&GeneralParam) general = nullptr;
+    decltype(&DeclareProxy) declareProxy = nullptr;
+    decltype(&pQueryProxy) queryProxy = nullptr;
+    decltype(&bInitKLConvFromVM) initConversion = nullptr;
+    decltype(&nfCompacte) compact = nullptr;
+    decltype(&InfoComposanteEx) infoEx = nullptr;
+  };
+  const Exports& exports() const { return exports_; }
+  void* handle() const { return handle_; }
+  // Outcome of the start-up calls, for tests.
+  int32_t conversionBound() const { return conversionBound_; }
+
+  // String blocks and variants the host made for the library and that are
+  // still alive: both are 0 between calls when nothing leaks.
+  static int64_t LiveBlocks();
+  static int64_t LiveVariants();
+
+  // Message texts the VM's callback answers (CommandeComposante 2); empty
+  // map: the library's own block answers.
+  static std::map<uint32_t, std::u16string>& VMMessages();
+
+ private:
+  Library() = default;
+  bool Start(std::string& error, int32_t language, uintptr_t hookModule);
+  void ReadTables();
+
+  void* handle_ = nullptr;
+  Exports exports_;
+  int32_t conversionBound_ = 0;
+  std::unique_ptr<Program> program_;
+  std::vector<FunctionInfo> functions_;
+  std::vector<ConstantInfo> constants_;
+  std::vector<VariableInfo> variables_;
+  std::vector<std::string> typeNames_;
+  std::map<std::string, size_t> functionIndex_;
+  std::map<std::string, size_t> constantIndex_;
+};
+
+std::string TypeName(uint32_t code);
+
+}  // namespace kphost
