@@ -9,325 +9,441 @@
 
 namespace kp::syn {
 
-  // fRepAttribut/fDirAttribute
+// fRepAttribut/fDirAttribute
 inline constexpr KLSyntax kfDirAttribute[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fCompare/fCompare
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// fCompare/fCompare
+// signature chosen here: true when both files have the same content
 inline constexpr KLSyntax kfCompare[] = {
-    Unavailable<KL_T_NONE>()};
-  // fExtraitChemin/fExtractPath
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+
+// fExtraitChemin/fExtractPath
 inline constexpr KLSyntax kfExtractPath[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipCrée_old/_zipCreate_old
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// _zipCrée_old/_zipCreate_old
+// signature chosen here: an archive is named by a text; (archive, file[, part size])
 inline constexpr KLSyntax k_zipCreate_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipOuvre_old/_zipOpen_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// _zipOuvre_old/_zipOpen_old
+// signature chosen here: an archive is named by a text; (archive, file[, password])
 inline constexpr KLSyntax k_zipOpen_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipFerme_old/_zipClose_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// _zipFerme_old/_zipClose_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipClose_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipAjouteFichier_old/_zipAddFile_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipAjouteFichier_old/_zipAddFile_old
+// signature chosen here: an archive is named by a text; (archive, file[, path mode[, path in archive]])
 inline constexpr KLSyntax k_zipAddFile_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipAjouteRépertoire_old/_zipAddDirectory_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipAjouteRépertoire_old/_zipAddDirectory_old
+// signature chosen here: an archive is named by a text; (archive, directory[, recursive[, path mode[, path in archive]]])
 inline constexpr KLSyntax k_zipAddDirectory_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipExtraitFichier_old/_zipExtractFile_old —, 6 unavailable
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipExtraitFichier_old/_zipExtractFile_old (6 unavailable)
+// signature chosen here: an archive is named by a text; the file by name, then the same five forms by index: (archive, file[, destination[, options[, procedure[, user value]]]])
 inline constexpr KLSyntax k_zipExtractFile_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipExtraitTout_old/_zipExtractAll_old —, 3 unavailable
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipExtraitTout_old/_zipExtractAll_old (3 unavailable)
+// signature chosen here: an archive is named by a text; (archive[, destination[, options[, procedure[, user value]]]])
 inline constexpr KLSyntax k_zipExtractAll_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipSupprimeFichier_old/_zipDeleteFile_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipSupprimeFichier_old/_zipDeleteFile_old
+// signature chosen here: an archive is named by a text; (archive, file name or index)
 inline constexpr KLSyntax k_zipDeleteFile_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipSupprimeTout_old/_zipDeleteAll_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipSupprimeTout_old/_zipDeleteAll_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipDeleteAll_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipDécoupe_old/_zipSplit_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipDécoupe_old/_zipSplit_old
+// signature chosen here: an archive is named by a text; (archive, part size[, destination[, part name[, first part size[, procedure[, user value]]]]])
 inline constexpr KLSyntax k_zipSplit_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipRegroupe_old/_zipMerge_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipRegroupe_old/_zipMerge_old
+// signature chosen here: an archive is named by a text; (archive[, destination])
 inline constexpr KLSyntax k_zipMerge_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipNbPartie_old/_zipNbPart_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// _zipNbPartie_old/_zipNbPart_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipNbPart_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipNbPartieNécessaire_old/_zipNbPartNeeded_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipNbPartieNécessaire_old/_zipNbPartNeeded_old
+// signature chosen here: an archive is named by a text; (archive, part size[, first part size])
 inline constexpr KLSyntax k_zipNbPartNeeded_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipNbFichier_old/_zipNbFile_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+
+// _zipNbFichier_old/_zipNbFile_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipNbFile_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipInfoFichier_old/_zipInfoFile_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
+
+// _zipInfoFichier_old/_zipInfoFile_old
+// signature chosen here: an archive is named by a text; (archive, file name or index)
 inline constexpr KLSyntax k_zipInfoFile_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipListeFichier_old/_zipListFile_old
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipListeFichier_old/_zipListFile_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipListFile_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipChercheFichier_old/_zipFindFile_old
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+
+// _zipChercheFichier_old/_zipFindFile_old
+// signature chosen here: an archive is named by a text; (archive, name[, start index[, case sensitive]])
 inline constexpr KLSyntax k_zipFindFile_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipExtraitChemin_old/_zipExtractPath_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>()};
+
+// _zipExtraitChemin_old/_zipExtractPath_old
+// signature chosen here: an archive is named by a text; (archive, file name or index)
 inline constexpr KLSyntax k_zipExtractPath_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipTailleFichier_old/_zipFileSize_old
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// _zipTailleFichier_old/_zipFileSize_old
+// signature chosen here: an archive is named by a text; (archive, file name or index[, compressed size])
 inline constexpr KLSyntax k_zipFileSize_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipTaille_old/_zipSize_old
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>()};
+
+// _zipTaille_old/_zipSize_old
+// signature chosen here: an archive is named by a text; (archive[, compressed size])
 inline constexpr KLSyntax k_zipSize_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipEstMulti_old/_zipIsMulti_old
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_BOOL>()};
+
+// _zipEstMulti_old/_zipIsMulti_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipIsMulti_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipMsgErreur_old/_zipMsgError_old
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+
+// _zipMsgErreur_old/_zipMsgError_old
+// signature chosen here: (error code)
 inline constexpr KLSyntax k_zipMsgError_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipFichierEnCours_old/_zipCurrentFile_old
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// _zipFichierEnCours_old/_zipCurrentFile_old
+// signature chosen here: an archive is named by a text; (archive)
 inline constexpr KLSyntax k_zipCurrentFile_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // fRépertoireTemp/fTempPath
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+
+// fRépertoireTemp/fTempPath
 inline constexpr KLSyntax kfTempPath[] = {
-    Unavailable<KL_T_NONE>()};
-  // fFichierTemp/fTempFile
+    Unavailable<KL_T_TEXT>()};
+
+// fFichierTemp/fTempFile
 inline constexpr KLSyntax kfTempFile[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipChangeChemin_old/_zipChangePath_old
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// _zipChangeChemin_old/_zipChangePath_old
+// signature chosen here: an archive is named by a text; (archive, file name or index, new path)
 inline constexpr KLSyntax k_zipChangePath_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fAttribut/fAttribute
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// fAttribut/fAttribute
+// signature chosen here: (name) reads the attribute letters, (name, letters) sets them
 inline constexpr KLSyntax kfAttribute[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fOuvre/fOpen
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// fOuvre/fOpen
 inline constexpr KLSyntax kfOpen[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fFerme/fClose
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT | KL_T_FLAG_8000, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT | KL_T_FLAG_8000>()};
+
+// fFerme/fClose
 inline constexpr KLSyntax kfClose[] = {
-    Unavailable<KL_T_NONE>()};
-  // fLitLigne/fReadLine
+    Unavailable<KL_T_INT, KL_T_INT>()};
+
+// fLitLigne/fReadLine
+// the pattern form takes any number of variables; the descriptor can only declare the first
 inline constexpr KLSyntax kfReadLine[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fEcritLigne/fWriteLine
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
+
+// fEcritLigne/fWriteLine
 inline constexpr KLSyntax kfWriteLine[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fPositionne/fSeek
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// fPositionne/fSeek
 inline constexpr KLSyntax kfSeek[] = {
-    Unavailable<KL_T_NONE>()};
-  // fCrée/fCreate
+    Unavailable<KL_T_INT64, KL_T_INT, KL_T_INT64, KL_T_INT>()};
+
+// fCrée/fCreate
 inline constexpr KLSyntax kfCreate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fCopieFichier/fCopyFile
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+
+// fCopieFichier/fCopyFile
 inline constexpr KLSyntax kfCopyFile[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRenomme/fRename
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fRenomme/fRename
 inline constexpr KLSyntax kfRename[] = {
-    Unavailable<KL_T_NONE>()};
-  // fSupprime/fDelete
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+
+// fSupprime/fDelete
 inline constexpr KLSyntax kfDelete[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fSélecteur/fSelect
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fSélecteur/fSelect
+// signature chosen here: (directory, file, title[, filter[, default extension[, options]]])
 inline constexpr KLSyntax kfSelect[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRepCrée/fMakeDir
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// fRepCrée/fMakeDir
 inline constexpr KLSyntax kfMakeDir[] = {
-    Unavailable<KL_T_NONE>()};
-  // fRepSupprime/fRemoveDir
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+
+// fRepSupprime/fRemoveDir
 inline constexpr KLSyntax kfRemoveDir[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fDate/fDate
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fDate/fDate
+// signature chosen here: the setting form answers whether the date was set
 inline constexpr KLSyntax kfDate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fHeure/fTime
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// fHeure/fTime
+// signature chosen here: the setting form answers whether the time was set
 inline constexpr KLSyntax kfTime[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRepSélecteur/fSelectDir
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// fRepSélecteur/fSelectDir
+// signature chosen here: ([start directory[, title[, options]]])
 inline constexpr KLSyntax kfSelectDir[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fLit/fRead
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// fLit/fRead
+// the buffer comes back in a variant
 inline constexpr KLSyntax kfRead[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fFiltreImage/fGraphicFilter
+    Unavailable<KL_T_VARIANT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// fFiltreImage/fGraphicFilter
+// signature chosen here: () gives the picker filter of the image formats
 inline constexpr KLSyntax kfGraphicFilter[] = {
-    Unavailable<KL_T_NONE>()};
-  // fEcrit/fWrite
+    Unavailable<KL_T_TEXT>()};
+
+// fEcrit/fWrite
 inline constexpr KLSyntax kfWrite[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fTaille/fSize
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_BUFFER>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_BUFFER, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// fTaille/fSize
 inline constexpr KLSyntax kfSize[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRep/fDir
+    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT64, KL_T_INT>()};
+
+// fRep/fDir
 inline constexpr KLSyntax kfDir[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fListeFichier/fListFile
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fListeFichier/fListFile
 inline constexpr KLSyntax kfListFile[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fCrypte/fCrypt
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fCrypte/fCrypt
+// signature chosen here: (source, destination, password[, method[, encoding]])
 inline constexpr KLSyntax kfCrypt[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fDécrypte/fUncrypt
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+
+// fDécrypte/fUncrypt
+// signature chosen here: (source, destination, password[, method[, encoding]])
 inline constexpr KLSyntax kfUncrypt[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // _zipCréeExe_old/_zipCreateExe_old
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+
+// _zipCréeExe_old/_zipCreateExe_old
+// signature chosen here: an archive is named by a text; (archive, executable[, title[, message[, default directory[, command]]]])
 inline constexpr KLSyntax k_zipCreateExe_old[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRepCrée_55/fMakeDir_55
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// fRepCrée_55/fMakeDir_55
 inline constexpr KLSyntax kfMakeDir_55[] = {
-    Unavailable<KL_T_NONE>()};
-  // fChargeTexte/fLoadText
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+
+// fChargeTexte/fLoadText
 inline constexpr KLSyntax kfLoadText[] = {
-    Unavailable<KL_T_NONE>()};
-  // fSauveTexte/fSaveText
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>()};
+
+// fSauveTexte/fSaveText
 inline constexpr KLSyntax kfSaveText[] = {
-    Unavailable<KL_T_NONE>()};
-  // fFichierExiste/fFileExist
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_VARIANT>()};
+
+// fFichierExiste/fFileExist
 inline constexpr KLSyntax kfFileExist[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipAjouteListeFichier_old/_zipAddFileList_old
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+
+// _zipAjouteListeFichier_old/_zipAddFileList_old
+// signature chosen here: an archive is named by a text; (archive, list of files)
 inline constexpr KLSyntax k_zipAddFileList_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // _zipSupprimeListeFichier_old/_zipDeleteFileList_old
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// _zipSupprimeListeFichier_old/_zipDeleteFileList_old
+// signature chosen here: an archive is named by a text; (archive, list of files)
 inline constexpr KLSyntax k_zipDeleteFileList_old[] = {
-    Unavailable<KL_T_NONE>()};
-  // fRépertoireExiste/fDirectoryExist
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// fRépertoireExiste/fDirectoryExist
 inline constexpr KLSyntax kfDirectoryExist[] = {
-    Unavailable<KL_T_NONE>()};
-  // fDéplaceFichier/fMoveFile
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+
+// fDéplaceFichier/fMoveFile
 inline constexpr KLSyntax kfMoveFile[] = {
-    Unavailable<KL_T_NONE>()};
-  // fListeRépertoire/fListDirectory
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+
+// fListeRépertoire/fListDirectory
 inline constexpr KLSyntax kfListDirectory[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fAttributLectureSeule/fAttributeReadOnly
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fAttributLectureSeule/fAttributeReadOnly
+// signature chosen here: (name[, read-only])
 inline constexpr KLSyntax kfAttributeReadOnly[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fChangeTaille/fChangeSize
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_BOOL>()};
+
+// fChangeTaille/fChangeSize
 inline constexpr KLSyntax kfChangeSize[] = {
-    Unavailable<KL_T_NONE>()};
-  // fDateHeure/fDateTime
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT64>()};
+
+// fDateHeure/fDateTime
+// signature chosen here: the setting form answers whether the date-time was set
 inline constexpr KLSyntax kfDateTime[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRepTaille/fDirSize
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// fRepTaille/fDirSize
 inline constexpr KLSyntax kfDirSize[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fOuvreFichierTemp/fOpenTempFile
+    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fOuvreFichierTemp/fOpenTempFile
 inline constexpr KLSyntax kfOpenTempFile[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fNomFichier/fNameOfFile
+    Unavailable<KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// fNomFichier/fNameOfFile
+// signature chosen here: (handle) gives the name of the open file
 inline constexpr KLSyntax kfNameOfFile[] = {
-    Unavailable<KL_T_NONE>()};
-  // fMemAttend/fMemWait
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// fMemAttend/fMemWait
 inline constexpr KLSyntax kfMemWait[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fMemOuvre/fMemOpen
+    Unavailable<KL_T_BOOL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT>()};
+
+// fMemOuvre/fMemOpen
 inline constexpr KLSyntax kfMemOpen[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fMemExiste/fMemExist
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// fMemExiste/fMemExist
 inline constexpr KLSyntax kfMemExist[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fRepParent/fParentDir
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// fRepParent/fParentDir
 inline constexpr KLSyntax kfParentDir[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fSéparateur/fSeparator
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+
+// fSéparateur/fSeparator
+// signature chosen here: the third form takes the separator itself
 inline constexpr KLSyntax kfSeparator[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // fSep/fSep
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// fSep/fSep
 inline constexpr KLSyntax kfSep[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_TEXT>()};
 
 }  // namespace kp::syn

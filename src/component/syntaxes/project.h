@@ -9,20 +9,23 @@
 
 namespace kp::syn {
 
-  // AppliMAJDisponible/AppliUPDAvailable
+// AppliMAJDisponible/AppliUPDAvailable
 inline constexpr KLSyntax kAppliUPDAvailable[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // AppliParamètre/AppliParameter
+    Unavailable<KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+
+// AppliParamètre/AppliParameter
 inline constexpr KLSyntax kAppliParameter[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // AppliChangeParamètre/AppliChangeParameter
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_TEXT_DIRECT>()};
+
+// AppliChangeParamètre/AppliChangeParameter
 inline constexpr KLSyntax kAppliChangeParameter[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // AppliDéclencheMAJ/AppliInstallUPD
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// AppliDéclencheMAJ/AppliInstallUPD
 inline constexpr KLSyntax kAppliInstallUPD[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_BOOL>()};
 
 }  // namespace kp::syn

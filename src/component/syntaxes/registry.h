@@ -9,92 +9,109 @@
 
 namespace kp::syn {
 
-  // RegistreLit/RegistryQueryValue
+// RegistreLit/RegistryQueryValue
 inline constexpr KLSyntax kRegistryQueryValue[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistreEcrit/RegistrySetValue
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT>()};
+
+// RegistreEcrit/RegistrySetValue
 inline constexpr KLSyntax kRegistrySetValue[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistrePremièreSousClé/RegistryFirstSubKey
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_REAL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_CURRENCY>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_REAL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_CURRENCY>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT, KL_T_TEXT_CELL>()};
+
+// RegistrePremièreSousClé/RegistryFirstSubKey
 inline constexpr KLSyntax kRegistryFirstSubKey[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistreCléSuivante/RegistryNextKey
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+
+// RegistreCléSuivante/RegistryNextKey
 inline constexpr KLSyntax kRegistryNextKey[] = {
-    Unavailable<KL_T_NONE>()};
-  // RegistreSupprimeClé/RegistryDeleteKey
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+
+// RegistreSupprimeClé/RegistryDeleteKey
 inline constexpr KLSyntax kRegistryDeleteKey[] = {
-    Unavailable<KL_T_NONE>()};
-  // RegistreCréeClé/RegistryCreateKey
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+
+// RegistreCréeClé/RegistryCreateKey
 inline constexpr KLSyntax kRegistryCreateKey[] = {
-    Unavailable<KL_T_NONE>()};
-  // RegistreExiste/RegistryExist
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+
+// RegistreExiste/RegistryExist
 inline constexpr KLSyntax kRegistryExist[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // INIEcrit/INIWrite
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// INIEcrit/INIWrite
+// signature chosen here: the integer forms take an integer value, then an integer key
 inline constexpr KLSyntax kINIWrite[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // INILit/INIRead
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// INILit/INIRead
 inline constexpr KLSyntax kINIRead[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistreSupprimeValeur/RegistryDeleteValue
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// RegistreSupprimeValeur/RegistryDeleteValue
 inline constexpr KLSyntax kRegistryDeleteValue[] = {
-    Unavailable<KL_T_NONE>()};
-  // RegistreListeValeur/RegistryListValue
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// RegistreListeValeur/RegistryListValue
 inline constexpr KLSyntax kRegistryListValue[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistreCherche/RegistrySeek
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_BOOL>()};
+
+// RegistreCherche/RegistrySeek
 inline constexpr KLSyntax kRegistrySeek[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // InitParamètre/InitParameter
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// InitParamètre/InitParameter
 inline constexpr KLSyntax kInitParameter[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SauveParamètre/SaveParameter
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// SauveParamètre/SaveParameter
 inline constexpr KLSyntax kSaveParameter[] = {
-    Unavailable<KL_T_NONE>()};
-  // ChargeParamètre/LoadParameter
+    Unavailable<KL_T_NONE, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// ChargeParamètre/LoadParameter
 inline constexpr KLSyntax kLoadParameter[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SupprimeParamètre/DeleteParameter
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
+
+// SupprimeParamètre/DeleteParameter
 inline constexpr KLSyntax kDeleteParameter[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // RegistreTypeValeur/RegistryValueType
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL>(),
+    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
+
+// RegistreTypeValeur/RegistryValueType
 inline constexpr KLSyntax kRegistryValueType[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
 
 }  // namespace kp::syn

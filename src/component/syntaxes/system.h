@@ -9,234 +9,312 @@
 
 namespace kp::syn {
 
-  // VersPressePapier/ToClipboard
+// VersPressePapier/ToClipboard
 inline constexpr KLSyntax kToClipboard[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // PressePapier/Clipboard —, 1 unavailable
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
+
+// PressePapier/Clipboard (1 unavailable)
+// signature chosen here: the second form names a clipboard format
 inline constexpr KLSyntax kClipboard[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ExeInfo/ExeInfo
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// ExeInfo/ExeInfo
 inline constexpr KLSyntax kExeInfo[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysXRes/SysXRes
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+
+// SysXRes/SysXRes
 inline constexpr KLSyntax kSysXRes[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysYRes/SysYRes
+    Unavailable<KL_T_INT>()};
+
+// SysYRes/SysYRes
 inline constexpr KLSyntax kSysYRes[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysMétrique/SysMetric
+    Unavailable<KL_T_INT>()};
+
+// SysMétrique/SysMetric
 inline constexpr KLSyntax kSysMetric[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysCouleurRes/SysColorRes
+    Unavailable<KL_T_INT, KL_T_INT>()};
+
+// SysCouleurRes/SysColorRes
 inline constexpr KLSyntax kSysColorRes[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysInstance/SysInstance
+    Unavailable<KL_T_INT>()};
+
+// SysInstance/SysInstance
+// signature chosen here: ([window name])
 inline constexpr KLSyntax kSysInstance[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ExeLancé/ExeRunning
+    Unavailable<KL_T_INSTANCE>(),
+    Unavailable<KL_T_INSTANCE, KL_T_TEXT_CELL>()};
+
+// ExeLancé/ExeRunning
 inline constexpr KLSyntax kExeRunning[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysFenTitre/SysWinTitle
+    Unavailable<KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// SysFenTitre/SysWinTitle
+// signature chosen here: (window) reads the title, (window, title) sets it
 inline constexpr KLSyntax kSysWinTitle[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysCouleur/SysColor —, 1 unavailable
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// SysCouleur/SysColor (1 unavailable)
+// signature chosen here: (index) reads a system colour, (index, colour) sets it
 inline constexpr KLSyntax kSysColor[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysRep/SysDir
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT>()};
+
+// SysRep/SysDir
+// signature chosen here: the third form adds whether to create the folder
 inline constexpr KLSyntax kSysDir[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ExeTermine/ExeTerminate
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_BOOL>()};
+
+// ExeTermine/ExeTerminate
 inline constexpr KLSyntax kExeTerminate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ToucheEnfoncé/KeyPress
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// ToucheEnfoncé/KeyPress
 inline constexpr KLSyntax kKeyPress[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysFenHandle/SysWinHandle
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
+
+// SysFenHandle/SysWinHandle
+// signature chosen here: (window name)
 inline constexpr KLSyntax kSysWinHandle[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysFenActive/SysWinActive —, 1 unavailable
+    Unavailable<KL_T_WINDOW, KL_T_TEXT_CELL>()};
+
+// SysFenActive/SysWinActive (1 unavailable)
+// signature chosen here: () reads the active window, (window) activates it
 inline constexpr KLSyntax kSysWinActive[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysFenAffiche/SysWinShow
+    Unavailable<KL_T_WINDOW>(),
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// SysFenAffiche/SysWinShow
 inline constexpr KLSyntax kSysWinShow[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysHandleValide/SysValidHandle
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// SysHandleValide/SysValidHandle
+// signature chosen here: (window)
 inline constexpr KLSyntax kSysValidHandle[] = {
-    Unavailable<KL_T_NONE>()};
-  // RéseauConnecte/NetworkConnect
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// RéseauConnecte/NetworkConnect
+// signature chosen here: (local name, remote name[, user[, password]])
 inline constexpr KLSyntax kNetworkConnect[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // TexteLargeur/TextWidth
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// TexteLargeur/TextWidth
+// signature chosen here: (text[, font])
 inline constexpr KLSyntax kTextWidth[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // TexteHauteur/TextHeight
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// TexteHauteur/TextHeight
+// signature chosen here: (text[, font])
 inline constexpr KLSyntax kTextHeight[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysNomExe/SysNameExe
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// SysNomExe/SysNameExe
 inline constexpr KLSyntax kSysNameExe[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysEspace/SysSpace
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// SysEspace/SysSpace
 inline constexpr KLSyntax kSysSpace[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // InstalleIcone/IconInstall
+    Unavailable<KL_T_VARIANT>(),
+    Unavailable<KL_T_VARIANT, KL_T_INT>()};
+
+// InstalleIcone/IconInstall
+// signature chosen here: (icon file)
 inline constexpr KLSyntax kIconInstall[] = {
-    Unavailable<KL_T_NONE>()};
-  // LanceAppliAssociée/ShellExecute
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+
+// LanceAppliAssociée/ShellExecute
 inline constexpr KLSyntax kShellExecute[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ZigouigouiARoulette/ZigouigouiARoulette
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+
+// ZigouigouiARoulette/ZigouigouiARoulette
+// signature chosen here: () with a text result
 inline constexpr KLSyntax kZigouigouiARoulette[] = {
-    Unavailable<KL_T_NONE>()};
-  // CréeRaccourci/CreateShortCut
+    Unavailable<KL_T_TEXT>()};
+
+// CréeRaccourci/CreateShortCut
+// signature chosen here: (kind, name, target[, parameters[, sub-directory[, icon file[, icon index[, working directory]]]]])
 inline constexpr KLSyntax kCreateShortCut[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysVersionWindows/SysWindowsVersion
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_DIRECT>()};
+
+// SysVersionWindows/SysWindowsVersion
 inline constexpr KLSyntax kSysWindowsVersion[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // EnvoieTouche/SendKey
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// EnvoieTouche/SendKey
 inline constexpr KLSyntax kSendKey[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // DDELance/DDEStart
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// DDELance/DDEStart
+// signature chosen here: the same seven forms as LanceAppli
 inline constexpr KLSyntax kDDEStart[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // LanceAppli/ExeRun
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// LanceAppli/ExeRun
 inline constexpr KLSyntax kExeRun[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysIconeAjoute/SysIconAdd
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// SysIconeAjoute/SysIconAdd
+// signature chosen here: (icon[, tooltip[, up to five procedure names]])
 inline constexpr KLSyntax kSysIconAdd[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysIconeModifie/SysIconModify
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// SysIconeModifie/SysIconModify
 inline constexpr KLSyntax kSysIconModify[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysIconeSupprime/SysIconDelete
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// SysIconeSupprime/SysIconDelete
 inline constexpr KLSyntax kSysIconDelete[] = {
-    Unavailable<KL_T_NONE>()};
-  // PressePapierHauteur/ClipboardHeight
+    Unavailable<KL_T_BOOL>()};
+
+// PressePapierHauteur/ClipboardHeight
 inline constexpr KLSyntax kClipboardHeight[] = {
-    Unavailable<KL_T_NONE>()};
-  // PressePapierLargeur/ClipboardWidth
+    Unavailable<KL_T_INT>()};
+
+// PressePapierLargeur/ClipboardWidth
 inline constexpr KLSyntax kClipboardWidth[] = {
-    Unavailable<KL_T_NONE>()};
-  // PressePapierFormat/ClipboardFormat
+    Unavailable<KL_T_INT>()};
+
+// PressePapierFormat/ClipboardFormat
+// signature chosen here: (format) tells whether the clipboard holds it
 inline constexpr KLSyntax kClipboardFormat[] = {
-    Unavailable<KL_T_NONE>()};
-  // VersionWindows/WindowsVersion
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// VersionWindows/WindowsVersion
+// signature chosen here: () as the first form of SysVersionWindows
 inline constexpr KLSyntax kWindowsVersion[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysArrête/SysShutdown
+    Unavailable<KL_T_TEXT>()};
+
+// SysArrête/SysShutdown
 inline constexpr KLSyntax kSysShutdown[] = {
-    Unavailable<KL_T_NONE>()};
-  // ToucheEnfoncée/KeyPressed
+    Unavailable<KL_T_BOOL, KL_T_INT>()};
+
+// ToucheEnfoncée/KeyPressed
 inline constexpr KLSyntax kKeyPressed[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SupprimeRaccourci/DeleteShortCut
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
+
+// SupprimeRaccourci/DeleteShortCut
 inline constexpr KLSyntax kDeleteShortCut[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ExeListeProcessus/ExeListProcess
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+
+// ExeListeProcessus/ExeListProcess
 inline constexpr KLSyntax kExeListProcess[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // ExeListeDLL/ExeListDLL
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// ExeListeDLL/ExeListDLL
 inline constexpr KLSyntax kExeListDLL[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // PiloteSaisie/EmulateInput
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_INT>()};
+
+// PiloteSaisie/EmulateInput
+// signature chosen here: (keys[, modifier keys])
 inline constexpr KLSyntax kEmulateInput[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysListeOrientationEcran/SysListScreenOrientation
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// SysListeOrientationEcran/SysListScreenOrientation
 inline constexpr KLSyntax kSysListScreenOrientation[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysOrientationEcran/SysScreenOrientation
+    Unavailable<KL_T_TEXT>()};
+
+// SysOrientationEcran/SysScreenOrientation
 inline constexpr KLSyntax kSysScreenOrientation[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // PiloteSouris/EmulateMouse
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+
+// PiloteSouris/EmulateMouse
+// signature chosen here: (mouse action, x, y)
 inline constexpr KLSyntax kEmulateMouse[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysIMEI/SysIMEI
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// SysIMEI/SysIMEI
+// the optional variable cannot be declared with a single syntax; () is declared
 inline constexpr KLSyntax kSysIMEI[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysMiseEnVeille/SysStandby
+    Unavailable<KL_T_TEXT>()};
+
+// SysMiseEnVeille/SysStandby
 inline constexpr KLSyntax kSysStandby[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysNumSérie/SysSerialNum
+    Unavailable<KL_T_INT, KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// SysNumSérie/SysSerialNum
 inline constexpr KLSyntax kSysSerialNum[] = {
-    Unavailable<KL_T_NONE>()};
-  // SysRepCarteStockage/SysDirStorageCard
+    Unavailable<KL_T_TEXT>()};
+
+// SysRepCarteStockage/SysDirStorageCard
 inline constexpr KLSyntax kSysDirStorageCard[] = {
-    Unavailable<KL_T_NONE>()};
-  // PiloteSouris/DriveMouse
+    Unavailable<KL_T_TEXT>()};
+
+// PiloteSouris/DriveMouse
+// signature chosen here: (mouse action, x, y)
 inline constexpr KLSyntax kDriveMouse[] = {
-    Unavailable<KL_T_NONE>()};
-  // PiloteSaisie/DriveInput
+    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+
+// PiloteSaisie/DriveInput
+// signature chosen here: (keys[, modifier keys])
 inline constexpr KLSyntax kDriveInput[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // SysNombreEcran/SysNumberScreen
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+
+// SysNombreEcran/SysNumberScreen
 inline constexpr KLSyntax kSysNumberScreen[] = {
-    Unavailable<KL_T_NONE>()};
-  // ExeDonnePID/ExeGetPID
+    Unavailable<KL_T_INT>()};
+
+// ExeDonnePID/ExeGetPID
 inline constexpr KLSyntax kExeGetPID[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // PressePapierUnicode/ClipboardUnicode
+    Unavailable<KL_T_INT>(),
+    Unavailable<KL_T_INT, KL_T_INT>()};
+
+// PressePapierUnicode/ClipboardUnicode
 inline constexpr KLSyntax kClipboardUnicode[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_TEXT>()};
 
 }  // namespace kp::syn
