@@ -6,62 +6,71 @@
 #pragma once
 
 #include "component/frame.h"
+#include "encoding/crc.h"
+#include "encoding/guid.h"
+#include "encoding/url.h"
 
 namespace kp::syn {
 
-  // Phonétique/Phonetic
+  // Phonétique/Phonetic — signature chosen here: the phonetic code of a text.
 inline constexpr KLSyntax kPhonetic[] = {
-    Unavailable<KL_T_NONE>()};
-  // sCalculeCrc16/sComputeCrc16
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+  // sCalculeCrc16/sComputeCrc16: any value; a buffer by its bytes, anything
+  // else by its text.
 inline constexpr KLSyntax ksComputeCrc16[] = {
-    Unavailable<KL_T_NONE>()};
-  // Crypte/Crypt
+    Syntax<encoding::ComputeCrc16, KL_T_INT, KL_T_VARIANT>()};
+  // Crypte/Crypt — signature chosen here: (text, password), then a mode
+  // (crypteAucun/crypteRapide/crypteSécurisé), then an encoding option.
 inline constexpr KLSyntax kCrypt[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // Décrypte/Uncrypt
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // Décrypte/Uncrypt — signature chosen here, mirroring Crypte.
 inline constexpr KLSyntax kUncrypt[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // VérifieExpressionRégulière/MatchRegularExpression
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // VérifieExpressionRégulière/MatchRegularExpression — signature chosen
+  // here: (text, expression).
 inline constexpr KLSyntax kMatchRegularExpression[] = {
-    Unavailable<KL_T_NONE>()};
-  // Compresse/Compress
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+  // Compresse/Compress: a buffer result; parameters chosen here: (buffer),
+  // then a method.
 inline constexpr KLSyntax kCompress[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // Décompresse/Uncompress
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER>(),
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
+  // Décompresse/Uncompress: a buffer result; parameter chosen here.
 inline constexpr KLSyntax kUncompress[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER>()};
   // URLEncode/URLEncode
 inline constexpr KLSyntax kURLEncode[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<encoding::UrlEncode, KL_T_TEXT, KL_T_TEXT_CELL>()};
   // URLDécode/URLDecode
 inline constexpr KLSyntax kURLDecode[] = {
-    Unavailable<KL_T_NONE>()};
-  // sCalculeCrc32/sComputeCrc32
+    Syntax<encoding::UrlDecode, KL_T_TEXT, KL_T_TEXT_CELL>()};
+  // sCalculeCrc32/sComputeCrc32: (buffer), (buffer, running CRC).
 inline constexpr KLSyntax ksComputeCrc32[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // diffCrée/diffCreate
+    Syntax<encoding::ComputeCrc32, KL_T_INT, KL_T_BUFFER>(),
+    Syntax<encoding::ComputeCrc32From, KL_T_INT, KL_T_BUFFER, KL_T_INT>()};
+  // diffCrée/diffCreate: a buffer result; parameters chosen here: (source,
+  // target) as buffers, as file names, or buffers with options.
 inline constexpr KLSyntax kdiffCreate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // diffApplique/diffApply
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>(),
+    Unavailable<KL_T_BUFFER, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
+  // diffApplique/diffApply: a buffer result; parameters chosen here:
+  // (source, difference).
 inline constexpr KLSyntax kdiffApply[] = {
-    Unavailable<KL_T_NONE>()};
-  // DonneGUID/GetGUID
+    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>()};
+  // DonneGUID/GetGUID: (), (with braces).
 inline constexpr KLSyntax kGetGUID[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // UUEncode/UUEncode
+    Syntax<[](ExecContext* c) { return encoding::GetGuid(c, false); }, KL_T_TEXT>(),
+    Syntax<encoding::GetGuid, KL_T_TEXT, KL_T_BOOL>()};
+  // UUEncode/UUEncode — signature chosen here: a buffer to text.
 inline constexpr KLSyntax kUUEncode[] = {
-    Unavailable<KL_T_NONE>()};
-  // UUDécode/UUDecode
+    Unavailable<KL_T_TEXT, KL_T_BUFFER>()};
+  // UUDécode/UUDecode — signature chosen here: text to a buffer.
 inline constexpr KLSyntax kUUDecode[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_BUFFER, KL_T_TEXT_CELL>()};
 
 }  // namespace kp::syn

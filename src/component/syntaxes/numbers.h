@@ -6,122 +6,135 @@
 #pragma once
 
 #include "component/frame.h"
+#include "numbers/colour.h"
 #include "numbers/parity.h"
+#include "numbers/random.h"
 
 namespace kp::syn {
 
-  // Hasard/Random
+  // Hasard/Random: (), (n), (a, b); every result a variant.
 inline constexpr KLSyntax kRandom[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // InitHasard/InitRandom
+    Syntax<numbers::Random, KL_T_VARIANT>(),
+    Syntax<numbers::RandomUpTo, KL_T_VARIANT, KL_T_INT>(),
+    Syntax<numbers::RandomBetween, KL_T_VARIANT, KL_T_INT | KL_T_FLAG_8000, KL_T_INT | KL_T_FLAG_8000>()};
+  // InitHasard/InitRandom: (), (seed).
 inline constexpr KLSyntax kInitRandom[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::InitRandom, KL_T_NONE>(),
+    Syntax<numbers::InitRandomSeed, KL_T_NONE, KL_T_INT>()};
   // RVB/RGB
 inline constexpr KLSyntax kRGB[] = {
-    Unavailable<KL_T_NONE>()};
-  // eTauxDeChange/eExchangeRate
+    Syntax<numbers::Rgb, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+  // The euro functions below have real (12) or currency (10) results; their
+  // parameters are chosen here: amounts as currency or real, currencies as
+  // texts (their codes).
+  // eTauxDeChange/eExchangeRate: (currency), (currency, new rate).
 inline constexpr KLSyntax keExchangeRate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eVersEuro/eToEuro
+    Unavailable<KL_T_REAL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_REAL, KL_T_TEXT_CELL, KL_T_REAL>()};
+  // eVersEuro/eToEuro: (amount) in the default currency, (amount, currency);
+  // the amount as currency or as real.
 inline constexpr KLSyntax keToEuro[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eVersDevise/eToCurrency
+    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY>(),
+    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_REAL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL>()};
+  // eVersDevise/eToCurrency: as eVersEuro, the other way.
 inline constexpr KLSyntax keToCurrency[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eChangeDevise/eChangeCurrency
+    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY>(),
+    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_REAL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL>()};
+  // eChangeDevise/eChangeCurrency: (amount, from, to) with the amount as
+  // currency, real or integer.
 inline constexpr KLSyntax keChangeCurrency[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eDeviseMemParDéfaut/eDefaultMemCurrency
+    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_CURRENCY, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+  // eDeviseMemParDéfaut/eDefaultMemCurrency: read (), set (currency).
 inline constexpr KLSyntax keDefaultMemCurrency[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eDeviseAffParDéfaut/eDefaultViewCurrency
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_NONE, KL_T_TEXT_CELL>()};
+  // eDeviseAffParDéfaut/eDefaultViewCurrency: read (), set (currency).
 inline constexpr KLSyntax keDefaultViewCurrency[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eNomDevise/eCurrencyName
+    Unavailable<KL_T_TEXT>(),
+    Unavailable<KL_T_NONE, KL_T_TEXT_CELL>()};
+  // eNomDevise/eCurrencyName: (currency), (currency, form of the name).
 inline constexpr KLSyntax keCurrencyName[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // eInitDevise/eInitCurrency
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
+  // eInitDevise/eInitCurrency: ().
 inline constexpr KLSyntax keInitCurrency[] = {
-    Unavailable<KL_T_NONE>()};
-  // eDifférenceArrondi/eRoundDifference
+    Unavailable<KL_T_BOOL>()};
+  // eDifférenceArrondi/eRoundDifference: the rounding difference of the last
+  // conversion.
 inline constexpr KLSyntax keRoundDifference[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_CURRENCY>()};
   // EstPair/IsEven
 inline constexpr KLSyntax kIsEven[] = {
     Syntax<numbers::IsEven, KL_T_BOOL, KL_T_INT>()};
   // EstImpair/IsOdd
 inline constexpr KLSyntax kIsOdd[] = {
     Syntax<numbers::IsOdd, KL_T_BOOL, KL_T_INT>()};
-  // NumériqueVersChaîne/NumToString
+  // NumériqueVersChaîne/NumToString — signature chosen here: (number),
+  // (number, format).
 inline constexpr KLSyntax kNumToString[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // Max/Max
+    Unavailable<KL_T_TEXT, KL_T_REAL>(),
+    Unavailable<KL_T_TEXT, KL_T_REAL, KL_T_TEXT_CELL>()};
+  // Max/Max: a real result; parameters chosen here: two values, or an array
+  // handed as a variant.
 inline constexpr KLSyntax kMax[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // Min/Min
+    Unavailable<KL_T_REAL, KL_T_REAL, KL_T_REAL>(),
+    Unavailable<KL_T_REAL, KL_T_VARIANT>()};
+  // Min/Min: as Max.
 inline constexpr KLSyntax kMin[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // EstNumérique/IsNumeric
+    Unavailable<KL_T_REAL, KL_T_REAL, KL_T_REAL>(),
+    Unavailable<KL_T_REAL, KL_T_VARIANT>()};
+  // EstNumérique/IsNumeric — signature chosen here: (value).
 inline constexpr KLSyntax kIsNumeric[] = {
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
   // TSL/HSL
 inline constexpr KLSyntax kHSL[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::Hsl, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
   // CouleurTeinte/ColorHue
 inline constexpr KLSyntax kColorHue[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::ColorHue, KL_T_INT, KL_T_INT>()};
   // CouleurSaturation/ColorSaturation
 inline constexpr KLSyntax kColorSaturation[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::ColorSaturation, KL_T_INT, KL_T_INT>()};
   // CouleurLuminosité/ColorLightness
 inline constexpr KLSyntax kColorLightness[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::ColorLightness, KL_T_INT, KL_T_INT>()};
   // RVBBleu/RGBBlue
 inline constexpr KLSyntax kRGBBlue[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::RgbBlue, KL_T_INT, KL_T_INT>()};
   // RVBRouge/RGBRed
 inline constexpr KLSyntax kRGBRed[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<numbers::RgbRed, KL_T_INT, KL_T_INT>()};
   // RVBVert/RGBGreen
 inline constexpr KLSyntax kRGBGreen[] = {
-    Unavailable<KL_T_NONE>()};
-  // TailleVersChaîne/LengthToString
+    Syntax<numbers::RgbGreen, KL_T_INT, KL_T_INT>()};
+  // TailleVersChaîne/LengthToString — signature chosen here: (size in
+  // bytes), (size, format).
 inline constexpr KLSyntax kLengthToString[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // TableVersTexte/TableToText
+    Unavailable<KL_T_TEXT, KL_T_INT64>(),
+    Unavailable<KL_T_TEXT, KL_T_INT64, KL_T_TEXT_CELL>()};
+  // TableVersTexte/TableToText — signature chosen here: (table), then
+  // options, a column list, a separator; or (table, column list[, separator]).
 inline constexpr KLSyntax kTableToText[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
-  // TableVersPressePapier/TableToClipboard
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+  // TableVersPressePapier/TableToClipboard — signature chosen here: as
+  // TableVersTexte, with a success result.
 inline constexpr KLSyntax kTableToClipboard[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 }  // namespace kp::syn
