@@ -228,6 +228,10 @@ typedef struct KLLanguage {
   int32_t useSystemNames; /* non-zero: the device's own names */
   const kl_char* dayNames[7];   /* Monday first */
   const kl_char* monthNames[12]; /* January first */
+  /* Short names for the "JJJ" and "MMM" mask tokens; a null list (first
+   * element null) lets the library use its own French or English table. */
+  const kl_char* shortDayNames[7];    /* Monday first */
+  const kl_char* shortMonthNames[12]; /* January first */
 } KLLanguage;
 
 typedef struct ExecContextOps {

@@ -9,6 +9,9 @@ namespace {
 const char16_t* kFrenchDays[7] = {u"lundi", u"mardi", u"mercredi", u"jeudi", u"vendredi", u"samedi", u"dimanche"};
 const char16_t* kFrenchMonths[12] = {u"janvier", u"février", u"mars",      u"avril",   u"mai",      u"juin",
                                      u"juillet", u"août",    u"septembre", u"octobre", u"novembre", u"décembre"};
+const char16_t* kFrenchShortDays[7] = {u"lun.", u"mar.", u"mer.", u"jeu.", u"ven.", u"sam.", u"dim."};
+const char16_t* kFrenchShortMonths[12] = {u"janv.", u"févr.", u"mars", u"avr.", u"mai",  u"juin",
+                                          u"juil.", u"août",  u"sept.", u"oct.", u"nov.", u"déc."};
 
 void SetText(KLErrorText* f, const char16_t* t, uint32_t n) {
   std::free(f->text);
@@ -120,6 +123,8 @@ FakeContext::FakeContext() {
   language.code = 12;
   for (int i = 0; i < 7; ++i) language.dayNames[i] = kFrenchDays[i];
   for (int i = 0; i < 12; ++i) language.monthNames[i] = kFrenchMonths[i];
+  for (int i = 0; i < 7; ++i) language.shortDayNames[i] = kFrenchShortDays[i];
+  for (int i = 0; i < 12; ++i) language.shortMonthNames[i] = kFrenchShortMonths[i];
 }
 
 FakeContext::~FakeContext() {

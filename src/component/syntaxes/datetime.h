@@ -6,121 +6,130 @@
 #pragma once
 
 #include "component/frame.h"
+#include "datetime/arithmetic.h"
 #include "datetime/clock.h"
+#include "datetime/format.h"
+#include "datetime/names.h"
+#include "datetime/values.h"
 
 namespace kp::syn {
+
+// Texts arrive through a cell. The 8-byte date-time and the duration
+// parameters are read as 8-byte integers (low word first), which is their
+// layout.
+inline constexpr uint32_t kDtText = KL_T_TEXT_CELL;
 
   // DateSys/DateSys
 inline constexpr KLSyntax kDateSys[] = {
     Syntax<datetime::SystemDate, KL_T_TEXT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+    Syntax<datetime::SetSystemDate, KL_T_BOOL, kDtText>()};
   // HeureSys/TimeSys
 inline constexpr KLSyntax kTimeSys[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::SystemTime, KL_T_TEXT>(),
+    Syntax<datetime::SetSystemTime, KL_T_BOOL, kDtText>()};
   // EntierVersDate/IntegerToDate
 inline constexpr KLSyntax kIntegerToDate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, int32_t n) { return datetime::IntegerToDate(c, n, {}); }, KL_T_TEXT, KL_T_INT>(),
+    Syntax<datetime::IntegerToDate, KL_T_TEXT, KL_T_INT, kDtText>()};
   // EntierVersJour/IntegerToDay
 inline constexpr KLSyntax kIntegerToDay[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::IntegerToDay, KL_T_INT, KL_T_INT>()};
   // EntierVersHeure/IntegerToTime
 inline constexpr KLSyntax kIntegerToTime[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::IntegerToTime, KL_T_TEXT, KL_T_INT>()};
   // HeureVersEntier/TimeToInteger
 inline constexpr KLSyntax kTimeToInteger[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::TimeToInteger, KL_T_INT, kDtText>()};
   // HeureVersChaîne/TimeToString
 inline constexpr KLSyntax kTimeToString[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, std::u16string_view t) { return datetime::TimeToString(c, t, {}); }, KL_T_TEXT, kDtText>(),
+    Syntax<datetime::TimeToString, KL_T_TEXT, kDtText, kDtText>()};
   // DateVersEntier/DateToInteger
 inline constexpr KLSyntax kDateToInteger[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, std::u16string_view d) { return datetime::DateToInteger(c, d, 0); }, KL_T_INT, kDtText>(),
+    Syntax<datetime::DateToInteger, KL_T_INT, kDtText, KL_T_INT>()};
   // DateVersChaîne/DateToString
 inline constexpr KLSyntax kDateToString[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, std::u16string_view d) { return datetime::DateToString(c, d, {}); }, KL_T_TEXT, kDtText>(),
+    Syntax<datetime::DateToString, KL_T_TEXT, kDtText, kDtText>()};
   // DateValide/DateValid
 inline constexpr KLSyntax kDateValid[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateValid, KL_T_BOOL, kDtText>()};
   // NuméroDeSemaine/WeekNumber
 inline constexpr KLSyntax kWeekNumber[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::WeekNumber, KL_T_INT, kDtText>()};
   // EntierVersJourEnLettre/IntegerToDayInAlpha
 inline constexpr KLSyntax kIntegerToDayInAlpha[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::IntegerToDayInAlpha, KL_T_TEXT, KL_T_INT>()};
   // EntierVersNuméroDeSemaine/IntegerToWeekNumber
 inline constexpr KLSyntax kIntegerToWeekNumber[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::IntegerToWeekNumber, KL_T_INT, KL_T_INT>()};
   // EntierVersMoisEnLettre/IntegerToMonthInAlpha
 inline constexpr KLSyntax kIntegerToMonthInAlpha[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::IntegerToMonthInAlpha, KL_T_TEXT, KL_T_INT>()};
   // HeureValide/TimeValid
 inline constexpr KLSyntax kTimeValid[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::TimeValid, KL_T_BOOL, kDtText>()};
   // DateDifférence/DateDifference
 inline constexpr KLSyntax kDateDifference[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateDifference, KL_T_INT, kDtText, kDtText>()};
   // HeureDifférence/TimeDifference
 inline constexpr KLSyntax kTimeDifference[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::TimeDifference, KL_T_INT, kDtText, kDtText>()};
   // DateHeureDifférence/DateTimeDifference
 inline constexpr KLSyntax kDateTimeDifference[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateTimeDifference, KL_T_TEXT, kDtText, kDtText>()};
   // ChaîneVersDate/StringToDate
 inline constexpr KLSyntax kStringToDate[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, std::u16string_view s) { return datetime::StringToDate(c, s, {}); }, KL_T_TEXT, kDtText>(),
+    Syntax<datetime::StringToDate, KL_T_TEXT, kDtText, kDtText>()};
   // DateDuJour/Today
 inline constexpr KLSyntax kToday[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::SystemDate, KL_T_TEXT>(),
+    Syntax<datetime::SetSystemDate, KL_T_BOOL, kDtText>()};
   // Maintenant/Now
 inline constexpr KLSyntax kNow[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::SystemTime, KL_T_TEXT>(),
+    Syntax<datetime::SetSystemTime, KL_T_BOOL, kDtText>()};
   // DateEstValide/DateIsValid
 inline constexpr KLSyntax kDateIsValid[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateValid, KL_T_BOOL, kDtText>()};
   // HeureEstValide/TimeIsValid
 inline constexpr KLSyntax kTimeIsValid[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::TimeValid, KL_T_BOOL, kDtText>()};
   // DateVersJour/DateToDay
 inline constexpr KLSyntax kDateToDay[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateToDay, KL_T_INT, kDtText>()};
   // DateVersJourEnLettre/DateToDayInAlpha
 inline constexpr KLSyntax kDateToDayInAlpha[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateToDayInAlpha, KL_T_TEXT, kDtText>()};
   // DateVersMoisEnLettre/DateToMonthInAlpha
 inline constexpr KLSyntax kDateToMonthInAlpha[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateToMonthInAlpha, KL_T_TEXT, kDtText>()};
   // DateVersNuméroDeSemaine/DateToWeekNumber
 inline constexpr KLSyntax kDateToWeekNumber[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateToWeekNumber, KL_T_INT, kDtText>()};
   // ChaîneVersDurée/StringToDuration
 inline constexpr KLSyntax kStringToDuration[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::StringToDuration, KL_T_DURATION, kDtText, KL_T_INT>(),
+    Syntax<datetime::StringToDurationMask, KL_T_DURATION, kDtText, kDtText>()};
   // DuréeVersChaîne/DurationToString
 inline constexpr KLSyntax kDurationToString[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DurationToString, KL_T_TEXT, KL_T_INT64, KL_T_INT>(),
+    Syntax<datetime::DurationToStringMask, KL_T_TEXT, KL_T_INT64, kDtText>()};
   // Age/Age
 inline constexpr KLSyntax kAge[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<[](ExecContext* c, std::u16string_view b) { return datetime::Age(c, b, {}); }, KL_T_TEXT, kDtText>(),
+    Syntax<datetime::Age, KL_T_TEXT, kDtText, kDtText>()};
   // Pâques/Easter
 inline constexpr KLSyntax kEaster[] = {
-    Unavailable<KL_T_NONE>(),
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::EasterOfText, KL_T_TEXT, kDtText>(),
+    Syntax<datetime::Easter, KL_T_TEXT, KL_T_INT>()};
   // DateHeureUTCVersLocale/DateTimeUTCToLocal
 inline constexpr KLSyntax kDateTimeUTCToLocal[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateTimeUTCToLocal, KL_T_TEXT, KL_T_INT64>()};
   // DateHeureLocaleVersUTC/DateTimeLocalToUTC
 inline constexpr KLSyntax kDateTimeLocalToUTC[] = {
-    Unavailable<KL_T_NONE>()};
+    Syntax<datetime::DateTimeLocalToUTC, KL_T_TEXT, KL_T_INT64>()};
 
 }  // namespace kp::syn

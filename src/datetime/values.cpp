@@ -1,0 +1,81 @@
+// kp160std — date strings, day numbers, time strings and time integers.
+#include "datetime/values.h"
+
+#include <cstdio>
+
+#include "component/error.h"
+#include "datetime/calendar.h"
+
+namespace kp::datetime {
+
+int32_t DateToInteger(ExecContext* context, std::u16string_view date, int32_t dayOfYear) {
+  DateParts d;
+  if (!ParseDate(date, d, context)) return -1;
+  const int64_t n = *DayNumber(d.day, d.month, d.year);
+  if (dayOfYear != 0) return static_cast<int32_t>(n - *DayNumber(1, 1, d.year) + 1);
+  return static_cast<int32_t>(n);
+}
+
+std::u16string IntegerToDate(ExecContext* context, int32_t n, std::u16string_view part) {
+  const auto d = DateFromDayNumber(n);
+  if (!d) {
+    Raise(context, 80132, {n});
+    return {};
+  }
+  char text[48];
+  int length = 0;
+  switch (part.empty() ? u'\0' : part.front()) {
+    case u'A':
+    case u'a':
+    case u'Y':
+    case u'y': length = std::snprintf(text, sizeof text, "%04d", d->year); break;
+    case u'J':
+    case u'j':
+    case u'D':
+    case u'd': length = std::snprintf(text, sizeof text, "%02d", d->day); break;
+    case u'M':
+    case u'm': length = std::snprintf(text, sizeof text, "%02d", d->month); break;
+    default: return FormatDate(*d);
+  }
+  return Widen(std::string_view(text, static_cast<size_t>(length)));
+}
+
+int32_t IntegerToDay(ExecContext*, int32_t n) { return DayOfWeek(n); }
+
+// Kept as a plain composition: an invalid date reports its error and then
+// gives the weekday of day -1.
+int32_t DateToDay(ExecContext* context, std::u16string_view date) {
+  return IntegerToDay(context, DateToInteger(context, date, 0));
+}
+
+std::u16string IntegerToTime(ExecContext* context, int32_t n) {
+  if (n < 0) {
+    Raise(context, 80120, {n});
+    return {};
+  }
+  // Kept on purpose: the hours are not reduced modulo 24.
+  const int32_t h = n / 360000;
+  const int32_t m = (n % 360000) / 6000;
+  const int32_t rest = n % 6000;
+  char text[32];
+  const int length = std::snprintf(text, sizeof text, "%02d%02d%02d%02d", h, m, rest / 100, rest % 100);
+  return Widen(std::string_view(text, static_cast<size_t>(length)));
+}
+
+int32_t TimeToInteger(ExecContext* context, std::u16string_view time) {
+  TimeParts t;
+  if (!ParseTime(time, t, context)) return -1;
+  return TimeToHundredths(t);
+}
+
+bool DateValid(ExecContext*, std::u16string_view date) {
+  DateParts d;
+  return ParseDate(date, d, nullptr);
+}
+
+bool TimeValid(ExecContext*, std::u16string_view time) {
+  TimeParts t;
+  return ParseTime(time, t, nullptr);
+}
+
+}  // namespace kp::datetime

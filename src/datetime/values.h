@@ -1,0 +1,25 @@
+// kp160std — conversions between date strings, day numbers, time strings and
+// time integers (DateVersEntier, EntierVersDate, HeureVersEntier, ...).
+//
+// Plain functions with the ExecContext first; each reports into its error
+// record and returns its failure value (-1, "" or false). Thread-safe.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "kp160std/abi.h"
+
+namespace kp::datetime {
+
+int32_t DateToInteger(ExecContext* context, std::u16string_view date, int32_t dayOfYear);
+std::u16string IntegerToDate(ExecContext* context, int32_t n, std::u16string_view part);
+int32_t IntegerToDay(ExecContext* context, int32_t n);
+int32_t DateToDay(ExecContext* context, std::u16string_view date);
+std::u16string IntegerToTime(ExecContext* context, int32_t n);
+int32_t TimeToInteger(ExecContext* context, std::u16string_view time);
+bool DateValid(ExecContext* context, std::u16string_view date);
+bool TimeValid(ExecContext* context, std::u16string_view time);
+
+}  // namespace kp::datetime
