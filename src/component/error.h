@@ -7,7 +7,11 @@
 // call here a no-op, so implementations can be called without a VM.
 //
 // The functions taking a CXError* work on any record; those taking an
-// ExecContext* fetch the record first.
+// ExecContext* fetch the record first. Every text of the record is the VM's
+// memory and is changed only through the record's own operations.
+//
+// Threads: a record belongs to one running program and is used on the thread
+// that runs it.
 #pragma once
 
 #include <cstdint>
@@ -47,6 +51,30 @@ void SetSystemError(CXError* record, uint32_t code);
 void RaiseOutOfMemory(CXError* record);
 void Clear(CXError* record);
 
+// --- pieces of Raise, for reports composed by hand -------------------------
+// The file stream and the typed-file reader build their reports step by
+// step: stamp, level, internal texts, message texts, information items.
+
+// Sets the module and version texts to this library's.
+void Stamp(CXError* record);
+// Sets the level; level 1 means "no error" and clears the record instead.
+void SetLevel(CXError* record, int32_t level);
+// Loads message `textNumber`, formats it with the inserts and adds it to the
+// record's message (after "\r\n" when there is one already).
+void AddMessage(CXError* record, uint32_t textNumber, Inserts inserts = {});
+// Formats an internal consistency text given literally, in the form
+// "##(Class)-text##" (French only, no message number), and adds it.
+void AddInternalMessage(CXError* record, std::u16string_view text, Inserts inserts = {});
+// Sets information item 1..33. Items 12, 15, 16, 17 and 30 hold a number (a
+// text value is read as a decimal number), the others a text (a number value
+// is written in decimal); item 21 is only flagged. Other items are ignored.
+void SetInfoItem(CXError* record, uint32_t item, const Insert& value);
+void SetInfoItem(ExecContext* context, uint32_t item, const Insert& value);
+
+// A text formatted as the record formats its messages; a malformed text gives
+// the "Message non formaté" internal text.
+std::u16string FormatText(std::u16string_view text, Inserts inserts = {});
+
 void Raise(ExecContext* context, int32_t errorId, Inserts inserts = {});
 void RaiseText(ExecContext* context, uint32_t textNumber, Inserts inserts = {});
 void SetSystemError(ExecContext* context, uint32_t code);
@@ -57,7 +85,14 @@ void RaiseOutOfMemory(ExecContext* context);
 void RaiseSystem(ExecContext* context, int32_t errorId, uint32_t systemError, Inserts inserts = {});
 
 // An entry function caught an exception it did not expect: reported as an
-// internal consistency message, never as a crash.
+// internal consistency message (error 80003), never as a crash.
 void RaiseInternal(ExecContext* context);
+// An internal consistency error of `className`: error 80003 with the text
+// "##(className)-text##", the text's own inserts put in first.
+void RaiseInternal(CXError* record, std::u16string_view className, std::u16string_view text, Inserts inserts = {});
+
+// Error numbers the record itself uses.
+constexpr int32_t kInternalErrorId = 80003;
+constexpr uint32_t kOutOfMemorySystemError = 14;
 
 }  // namespace kp

@@ -1,23 +1,33 @@
-// kp160std — message texts (interim: the library's own block is being built).
+// kp160std — message texts: the VM's callback, then the library's block.
 #include "component/messages.h"
 
 #include <algorithm>
 
+#include "component/message_block.h"
 #include "component/state.h"
 
 namespace kp {
+namespace {
 
-std::u16string MessageText(uint32_t number) {
-  if (auto cb = State().messageCallback) {
-    std::u16string buffer(4096, u'\0');
-    const uint32_t n = cb(number, buffer.data(), static_cast<uint32_t>(buffer.size()));
+// Longer texts are cut: the callback writes into a buffer of this size.
+constexpr uint32_t kCallbackCapacity = 4096;
+
+}  // namespace
+
+std::optional<std::u16string> FetchMessageText(uint32_t number) {
+  if (auto callback = State().messageCallback) {
+    std::u16string buffer(kCallbackCapacity, u'\0');
+    const uint32_t n = callback(number, buffer.data(), kCallbackCapacity);
     if (n) {
-      buffer.resize(std::min<size_t>(n, buffer.size()));
+      buffer.resize(std::min<uint32_t>(n, kCallbackCapacity - 1));
+      buffer.resize(std::char_traits<char16_t>::length(buffer.c_str()));  // stop at a terminator
       return buffer;
     }
   }
-  return {};
+  return BlockMessageText(number, French());
 }
+
+std::u16string MessageText(uint32_t number) { return FetchMessageText(number).value_or(std::u16string()); }
 
 uint32_t CopyMessageText(uint32_t number, kl_char* buffer, uint32_t capacity) {
   const std::u16string text = MessageText(number);
@@ -28,6 +38,9 @@ uint32_t CopyMessageText(uint32_t number, kl_char* buffer, uint32_t capacity) {
   return n;
 }
 
-int32_t MessageAttribute(uintptr_t) { return -1; }
+int32_t MessageAttribute(uintptr_t number) {
+  if (static_cast<uint32_t>(number) != number) return -1;
+  return BlockMessageAttribute(static_cast<uint32_t>(number));
+}
 
 }  // namespace kp

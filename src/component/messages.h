@@ -1,16 +1,24 @@
 // kp160std — message texts by number: the VM's callback first, then the
-// library's own message block.
+// library's own message block (message_block.h), in the current language
+// (French when the language code is 12, else English).
+//
+// Any thread; the callback is called on the caller's thread.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "kp160std/abi.h"
 
 namespace kp {
 
-// The text of message `number` in the current language; empty when neither
-// the VM's callback nor the library's block has it.
+// The text of message `number`; nullopt when neither the VM's callback nor
+// the library's block has it. A text that exists but is empty comes back
+// empty, not nullopt: the error record tells the two apart.
+std::optional<std::u16string> FetchMessageText(uint32_t number);
+
+// The same, empty when there is none.
 std::u16string MessageText(uint32_t number);
 
 // CommandeComposante 3: copies the text (truncated, zero-terminated) and
