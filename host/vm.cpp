@@ -517,6 +517,15 @@ int Fit(uint32_t param, const Value& v) {
     case KL_T_TEXT_CELL:
     case KL_T_TEXT_DIRECT: return v.type == KL_T_TEXT ? 2 : 0;
     case KL_T_BUFFER: return v.type == KL_T_BUFFER ? 2 : (v.type == KL_T_TEXT ? 1 : 0);
+    case KL_T_REAL: return v.type == KL_T_REAL ? 2 : (v.type == KL_T_INT || v.type == KL_T_INT64 ? 1 : 0);
+    case KL_T_CURRENCY: return v.type == KL_T_CURRENCY ? 2 : (v.type == KL_T_INT || v.type == KL_T_REAL ? 1 : 0);
+    case KL_T_DURATION: return v.type == KL_T_DURATION ? 2 : (v.type == KL_T_INT || v.type == KL_T_INT64 ? 1 : 0);
+    case KL_T_INSTANCE:
+    case KL_T_WINDOW: return v.type == KL_T_INT ? 1 : 0;
+    case KL_T_DATE:
+    case KL_T_TIME:
+    case KL_T_DATETIME: return v.type == KL_T_TEXT ? 1 : 0;
+    case KL_T_ARRAY: return 1;
     default: return 0;
   }
 }
@@ -564,6 +573,7 @@ void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& arg
   // Cells live until the call returns; a deque keeps their addresses.
   std::deque<int64_t> numbers;
   std::deque<const kl_char*> textCells;
+  std::deque<KLCurrency> currencies;
   std::deque<KLStringHolder> blocks;
   std::vector<HostVariant*> variants;
   std::vector<std::u16string> texts;
@@ -582,9 +592,35 @@ void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& arg
         break;
       }
       case KL_T_INT64:
+      case KL_T_DURATION:
         numbers.push_back(v.integer);
         elements[i] = &numbers.back();
         break;
+      case KL_T_INSTANCE:
+      case KL_T_WINDOW: {
+        numbers.push_back(0);
+        const uint32_t h = static_cast<uint32_t>(v.integer);
+        std::memcpy(&numbers.back(), &h, sizeof h);
+        elements[i] = &numbers.back();
+        break;
+      }
+      case KL_T_REAL: {
+        numbers.push_back(0);
+        const double r = v.type == KL_T_REAL ? v.real : static_cast<double>(v.integer);
+        std::memcpy(&numbers.back(), &r, sizeof r);
+        elements[i] = &numbers.back();
+        break;
+      }
+      case KL_T_CURRENCY: {
+        currencies.push_back(v.type == KL_T_CURRENCY ? KLCurrency{v.integer, v.scale}
+                             : v.type == KL_T_REAL     ? KLCurrency{static_cast<int64_t>(v.real * 10000), 4}
+                                                       : KLCurrency{v.integer, 0});
+        elements[i] = &currencies.back();
+        break;
+      }
+      case KL_T_DATE:
+      case KL_T_TIME:
+      case KL_T_DATETIME:
       case KL_T_TEXT_CELL:
         texts.push_back(v.text);
         textCells.push_back(texts.back().c_str());
