@@ -11,7 +11,36 @@
 
 #include "component/error.h"
 #include "platform/format_message.h"
-#include "support/fake_context.h"
+#include <cstdlib>
+
+namespace {
+
+// A record whose texts live on the heap, as a VM's would.
+void KL_CALL Assign(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) {
+  std::free(f->text);
+  f->text = static_cast<kl_char*>(std::malloc((n + 1) * sizeof(kl_char)));
+  if (n) std::memcpy(f->text, t, n * sizeof(kl_char));
+  f->text[n] = 0;
+  f->length = n;
+  f->capacity = n + 1;
+}
+void KL_CALL Grow(CXError*, KLErrorText*, uint32_t) {}
+void KL_CALL AssignSystem(CXError* r, KLErrorText* f, kl_char* t) {
+  std::free(f->text);
+  *f = KLErrorText{t, 0, 0};
+}
+void KL_CALL Append(CXError* r, KLErrorText* f, const kl_char* t, uint32_t n) {
+  std::u16string joined = f->text ? std::u16string(f->text, f->length) : std::u16string();
+  joined.append(t, n);
+  Assign(r, f, joined.data(), static_cast<uint32_t>(joined.size()));
+}
+void KL_CALL ClearText(CXError*, KLErrorText* f) {
+  std::free(f->text);
+  *f = KLErrorText{};
+}
+const CXErrorOps kOps{&Assign, &Grow, &AssignSystem, &Append, &ClearText};
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
@@ -41,10 +70,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (out && out->size() > text.size() * (kp::platform::kMaxFieldWidth + 1) + 64 * 256 * arguments.size() + 16)
     __builtin_trap();  // no output may grow without bound
 
-  // The same text through the error record (the not-formatted path too).
-  kp::test::FakeContext context;
-  std::vector<kp::Insert> inserts;
-  for (const auto& a : arguments) inserts.push_back(a.isText ? kp::Insert(a.text) : kp::Insert(a.number));
-  kp::AddInternalMessage(&context.error(), text, {});
+  // The same text through the error record (the not-formatted path too),
+  // twice so that the second message is appended to the first.
+  CXError record{};
+  record.ops = &kOps;
+  record.level = 1;
+  kp::AddInternalMessage(&record, text, {});
+  kp::RaiseInternal(&record, u"Fuzz", text, {});
+  kp::SetInfoItem(&record, 1 + data[0] % 33, std::u16string_view(text));
+  kp::Clear(&record);
   return 0;
 }

@@ -12,8 +12,11 @@
 namespace kp {
 namespace {
 
-constexpr std::string_view kStartMarker = "KORVAN RES BLOC START";
-constexpr std::string_view kStopMarker = "KORVAN RES BLOC STOP";
+// Only the block itself may hold the markers: a reader that scans the binary
+// for them must land on the block, so they are no variables of their own.
+constexpr std::string_view StartMarker() { return "KORVAN RES BLOC START"; }
+constexpr std::string_view StopMarker() { return "KORVAN RES BLOC STOP"; }
+constexpr uint32_t kFirstRecord = static_cast<uint32_t>(StartMarker().size());
 constexpr size_t kMaxCodedLength = 255 * 4 - 1;  // the length byte counts 4-byte units
 
 constexpr size_t Length(const char8_t* s) {
@@ -39,7 +42,7 @@ constexpr size_t CountRecords() {
 }
 
 constexpr size_t BlockSize() {
-  size_t size = kStartMarker.size() + 2 + kStopMarker.size();
+  size_t size = StartMarker().size() + 2 + StopMarker().size();
   for (const auto& m : kMessageTexts) size += 4 + PaddedLength(m.french) + (m.english ? 4 + PaddedLength(m.english) : 0);
   return size;
 }
@@ -75,13 +78,13 @@ constexpr size_t PutRecord(Block& block, size_t at, uint16_t number, uint8_t att
 constexpr Block BuildBlock() {
   Block block{};
   size_t at = 0;
-  for (char c : kStartMarker) block[at++] = static_cast<uint8_t>(c);
+  for (char c : StartMarker()) block[at++] = static_cast<uint8_t>(c);
   for (const auto& m : kMessageTexts) at = PutRecord(block, at, m.number, m.attribute, m.french);
   for (const auto& m : kMessageTexts)
     if (m.english) at = PutRecord(block, at, m.number | kEnglishRecordBit, m.attribute, m.english);
   block[at++] = 0xFF;
   block[at++] = 0xFF;
-  for (char c : kStopMarker) block[at++] = static_cast<uint8_t>(c);
+  for (char c : StopMarker()) block[at++] = static_cast<uint8_t>(c);
   return block;
 }
 
@@ -97,7 +100,7 @@ const std::vector<uint32_t>& Offsets() {
   static const std::vector<uint32_t> offsets = [] {
     std::vector<uint32_t> table;
     table.reserve(kMessageBlockRecords);
-    uint32_t at = static_cast<uint32_t>(kStartMarker.size());
+    uint32_t at = kFirstRecord;
     while (RecordNumber(at) != 0xFFFF) {
       table.push_back(at);
       at += 4 + 4u * kMessageBlock[at + 3];
