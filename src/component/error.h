@@ -45,10 +45,20 @@ constexpr std::u16string_view kModuleName = u"KP160STD.DLL";
 constexpr std::u16string_view kModuleVersion = u"16.0.97.7";
 constexpr uint32_t kOutOfMemoryText = 25193;
 
+// Stamps the record, looks `errorId` up in gstErrorDef and adds its message
+// (after "\r\n" when the record holds one: a second Raise in one call keeps
+// both texts, and the second's identifier and level). An identifier without
+// a row gives level 3 and a "Pas de définition" text naming it.
 void Raise(CXError* record, int32_t errorId, Inserts inserts = {});
+// Adds message text `textNumber` without the table; a record without an
+// error gets level 3.
 void RaiseText(CXError* record, uint32_t textNumber, Inserts inserts = {});
+// Code and system text (in the program's language); 0, or a code the
+// platform has no text for, clears the text.
 void SetSystemError(CXError* record, uint32_t code);
+// Clear, then text 25193 and system error 14.
 void RaiseOutOfMemory(CXError* record);
+// Back to a fresh record: level 1, no identifier, every text and item gone.
 void Clear(CXError* record);
 
 // --- pieces of Raise, for reports composed by hand -------------------------
