@@ -26,8 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FormatDateMask(nullptr, day, mask);
   if (mask.size() < 64) {
     const std::u16string round = u"JJ" + mask.substr(0, 1) + u"MM" + mask.substr(0, 1) + u"AAAA";
-    const bool separator = mask.empty() || !(mask[0] >= u'A' && mask[0] <= u'Z') && mask[0] != u'\'' &&
-                                                !(mask[0] >= u'a' && mask[0] <= u'z') && !IsDigit(mask[0]);
+    // Any literal but a token letter or a quote separates the fields.
+    const bool separator = mask.empty() || (!(mask[0] >= u'A' && mask[0] <= u'Z') && mask[0] != u'\'');
     if (separator) {
       const auto back = ParseDateMask(nullptr, FormatDateMask(nullptr, day, round), round);
       if (!back || back->year != day.year || back->month != day.month || back->day != day.day) std::abort();

@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (size_t i = 0; i + 1 < size; i += 2) text.push_back(static_cast<char16_t>(data[i] | data[i + 1] << 8));
   // Byte-wise as well, so that plain ASCII inputs reach the digit paths.
   const std::u16string ascii(data, data + size);
-  for (const std::u16string* t : {&text, &ascii}) {
+  for (const std::u16string* t : {static_cast<const std::u16string*>(&text), &ascii}) {
     DateParts d;
     if (ParseDate(*t, d, nullptr)) {
       const auto n = DayNumber(d.day, d.month, d.year);

@@ -301,7 +301,8 @@ std::u16string FormatDurationMask(int64_t milliseconds, std::u16string_view mask
       continue;
     }
     uint64_t rest = magnitude;
-    if (u > top) rest %= static_cast<uint64_t>(kUnitMs[u - 1]);
+    // Hundredths and milliseconds both count within the second.
+    if (u > top) rest %= static_cast<uint64_t>(kUnitMs[u >= 4 ? 3 : u - 1]);
     // Hundredths come from the millisecond remainder, truncated.
     AppendNumber(out, rest / static_cast<uint64_t>(kUnitMs[u]), t.width);
   }
