@@ -13,7 +13,7 @@
 // has its own entry function and the table cannot disagree with the code.
 //
 // Parameter codes map to C++ types as follows: 1 bool; 8 and 0x8008 int32_t;
-// 9 int64_t; 0x12, 0x50 and 0x8050 std::u16string_view (null is empty);
+// 9 int64_t; 10 kp::Currency; 12 double; 0x12, 0x50 and 0x8050 std::u16string_view (null is empty);
 // 28 std::span<const uint8_t>; 0x1f kp::VariantArg. Result codes: 0 void;
 // 1 bool; 8 int32_t; 9 int64_t; 10 kp::Currency; 12 double; 14/15 kp::Handle;
 // 19 std::u16string; 27 kp::Duration; 28 kp::Bytes; 0x1f kp::Value.
@@ -63,6 +63,24 @@ struct Param<KL_T_INT64> {
     int64_t v;
     std::memcpy(&v, cell, sizeof v);  // low word first, as on the VM's targets
     return v;
+  }
+};
+template <>
+struct Param<KL_T_REAL> {
+  static double Read(void* cell) {
+    double v;
+    std::memcpy(&v, cell, sizeof v);
+    return v;
+  }
+};
+template <>
+struct Param<KL_T_CURRENCY> {
+  // The 8-byte value, then the signed 16-bit word right after it.
+  static Currency Read(void* cell) {
+    Currency c;
+    std::memcpy(&c.value, cell, sizeof c.value);
+    std::memcpy(&c.scale, static_cast<const uint8_t*>(cell) + 8, sizeof c.scale);
+    return c;
   }
 };
 template <>

@@ -6,55 +6,102 @@
 #pragma once
 
 #include "component/frame.h"
+#include "registry/registry.h"
 
 namespace kp::syn {
 
+namespace regsyn {
+using TextV = std::u16string_view;
+
+inline Value ReadReporting(ExecContext* c, TextV key, TextV name, const VariantArg& ok) {
+  bool success = false;
+  Value v = registry::QueryValue(c, key, name, &success);
+  AssignReference(c, ok, Value{success});
+  return v;
+}
+inline Value ReadAtReporting(ExecContext* c, TextV key, int32_t index, const VariantArg& ok) {
+  bool success = false;
+  Value v = registry::QueryValueAt(c, key, index, &success);
+  AssignReference(c, ok, Value{success});
+  return v;
+}
+inline Value VariantValue(const VariantArg& v) { return v.Get().value_or(Value{}); }
+}  // namespace regsyn
+
 // RegistreLit/RegistryQueryValue
 inline constexpr KLSyntax kRegistryQueryValue[] = {
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT>()};
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n) { return registry::QueryValue(c, k, n); },
+           KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<regsyn::ReadReporting, KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i) { return registry::QueryValueAt(c, k, i); },
+           KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<regsyn::ReadAtReporting, KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT>()};
 
 // RegistreEcrit/RegistrySetValue
 inline constexpr KLSyntax kRegistrySetValue[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_REAL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_CURRENCY>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_REAL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_CURRENCY>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT, KL_T_TEXT_CELL>()};
+    // 1: a text by name carries its terminating zero; 6: by index it does not
+    // (kept on purpose).
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, regsyn::TextV t) {
+      return registry::SetValue(c, k, n, platform::reg::kSz, registry::TextBytes(t, true));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, int32_t v) {
+      return registry::SetValue(c, k, n, platform::reg::kDword, registry::DwordBytes(v));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, double v) {
+      return registry::SetValue(c, k, n, platform::reg::kBinary, registry::RealBytes(v));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_REAL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, Currency v) {
+      return registry::SetValue(c, k, n, platform::reg::kBinary, registry::CurrencyBytes(v.value, v.scale));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_CURRENCY>(),
+    Syntax<registry::SetMemory, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, regsyn::TextV t) {
+      return registry::SetValueAt(c, k, i, platform::reg::kSz, registry::TextBytes(t, false));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, int32_t v) {
+      return registry::SetValueAt(c, k, i, platform::reg::kDword, registry::DwordBytes(v));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, double v) {
+      return registry::SetValueAt(c, k, i, platform::reg::kBinary, registry::RealBytes(v));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_REAL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, Currency v) {
+      return registry::SetValueAt(c, k, i, platform::reg::kBinary, registry::CurrencyBytes(v.value, v.scale));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_CURRENCY>(),
+    Syntax<registry::SetMemoryAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, bool v) {
+      return registry::SetValue(c, k, n, platform::reg::kDword, registry::DwordBytes(v ? 1 : 0));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, bool v) {
+      return registry::SetValueAt(c, k, i, platform::reg::kDword, registry::DwordBytes(v ? 1 : 0));
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, VariantArg v, regsyn::TextV type) {
+      return registry::SetTypedValue(c, k, n, regsyn::VariantValue(v), type);
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, VariantArg v, regsyn::TextV type) {
+      return registry::SetTypedValueAt(c, k, i, regsyn::VariantValue(v), type);
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_VARIANT, KL_T_TEXT_CELL>()};
 
 // RegistrePremièreSousClé/RegistryFirstSubKey
 inline constexpr KLSyntax kRegistryFirstSubKey[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c) { return registry::FirstSubKey(c, {}); }, KL_T_TEXT>(),
+    Syntax<registry::FirstSubKey, KL_T_TEXT, KL_T_TEXT_CELL>()};
 
 // RegistreCléSuivante/RegistryNextKey
 inline constexpr KLSyntax kRegistryNextKey[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+    Syntax<registry::NextKey, KL_T_TEXT, KL_T_TEXT_CELL>()};
 
 // RegistreSupprimeClé/RegistryDeleteKey
 inline constexpr KLSyntax kRegistryDeleteKey[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+    Syntax<registry::DeleteKey, KL_T_BOOL, KL_T_TEXT_CELL>()};
 
 // RegistreCréeClé/RegistryCreateKey
 inline constexpr KLSyntax kRegistryCreateKey[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
+    Syntax<registry::CreateKey, KL_T_BOOL, KL_T_TEXT_CELL>()};
 
 // RegistreExiste/RegistryExist
 inline constexpr KLSyntax kRegistryExist[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<registry::KeyExists, KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<registry::ValueExists, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<registry::ValueExistsAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // INIEcrit/INIWrite
 // signature chosen here: the integer forms take an integer value, then an integer key
@@ -77,17 +124,19 @@ inline constexpr KLSyntax kINIRead[] = {
 
 // RegistreSupprimeValeur/RegistryDeleteValue
 inline constexpr KLSyntax kRegistryDeleteValue[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+    Syntax<registry::DeleteValue, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // RegistreListeValeur/RegistryListValue
 inline constexpr KLSyntax kRegistryListValue[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_BOOL>()};
+    Syntax<[](ExecContext* c, regsyn::TextV k) { return registry::ListValues(c, k, false); }, KL_T_TEXT,
+           KL_T_TEXT_CELL>(),
+    Syntax<registry::ListValues, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_BOOL>()};
 
 // RegistreCherche/RegistrySeek
 inline constexpr KLSyntax kRegistrySeek[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, regsyn::TextV start, regsyn::TextV text) { return registry::Seek(c, start, text); },
+           KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<registry::Seek, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // InitParamètre/InitParameter
 inline constexpr KLSyntax kInitParameter[] = {
@@ -111,7 +160,7 @@ inline constexpr KLSyntax kDeleteParameter[] = {
 
 // RegistreTypeValeur/RegistryValueType
 inline constexpr KLSyntax kRegistryValueType[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<registry::ValueType, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<registry::ValueTypeAt, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
 
 }  // namespace kp::syn

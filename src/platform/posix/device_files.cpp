@@ -1,0 +1,101 @@
+// kp160std — whole device files for the INI engine, under <prefix>/fs/.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "platform/posix/device.h"
+#include "platform/registry.h"
+#include "platform/win32_errors.h"
+
+namespace kp::platform::reg {
+
+namespace {
+
+std::string HostPath(std::string_view path) { return DeviceDirectory() + "/fs/" + std::string(path); }
+
+uint32_t FromErrno(int e) {
+  switch (e) {
+    case ENOENT: return win32::kFileNotFound;
+    case ENOTDIR: return win32::kPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EISDIR: return win32::kAccessDenied;
+    case ENOMEM: return win32::kNotEnoughMemory;
+    case ENAMETOOLONG: return win32::kFilenameExcedRange;
+    default: return win32::kCantWrite;
+  }
+}
+
+bool MakeParents(const std::string& file) {
+  for (size_t i = 1; i < file.size(); ++i) {
+    if (file[i] != '/') continue;
+    if (mkdir(file.substr(0, i).c_str(), 0700) != 0 && errno != EEXIST) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
+  const int fd = open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return FromErrno(errno);
+  bytes->clear();
+  char buffer[16384];
+  while (true) {
+    const ssize_t n = read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      const int e = errno;
+      close(fd);
+      return FromErrno(e);
+    }
+    if (n == 0) break;
+    bytes->append(buffer, static_cast<size_t>(n));
+  }
+  close(fd);
+  return win32::kSuccess;
+}
+
+uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
+  if (!EnsureDeviceDirectory()) return win32::kPathNotFound;
+  const std::string target = HostPath(path);
+  if (!MakeParents(target)) return FromErrno(errno);
+  // Written beside the target and renamed over it, so that a reader in another
+  // process sees the old content or the new one, never a half of each.
+  const std::string temporary = target + ".kp" + std::to_string(getpid()) + "~";
+  const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (fd < 0) return FromErrno(errno);
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      const int e = errno;
+      close(fd);
+      unlink(temporary.c_str());
+      return FromErrno(e);
+    }
+    done += static_cast<size_t>(n);
+  }
+  if (close(fd) != 0 || rename(temporary.c_str(), target.c_str()) != 0) {
+    const int e = errno;
+    unlink(temporary.c_str());
+    return FromErrno(e);
+  }
+  return win32::kSuccess;
+}
+
+uint32_t DeleteDeviceFile(std::string_view path) {
+  return unlink(HostPath(path).c_str()) == 0 ? win32::kSuccess : FromErrno(errno);
+}
+
+int64_t DeviceFileSize(std::string_view path) {
+  struct stat st {};
+  if (stat(HostPath(path).c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+  return static_cast<int64_t>(st.st_size);
+}
+
+}  // namespace kp::platform::reg

@@ -1,0 +1,445 @@
+// kp160std — the device registry on POSIX: one SQLite database in the device
+// prefix.
+//
+// Schema: keys(id, parent, name, fold) with the four roots as rows 1 to 4 and
+// vals(key, name, fold, type, data). `fold` is the name folded to upper case:
+// lookups go through it, `name` keeps the case the key or value was created
+// with. Every write runs in BEGIN IMMEDIATE ... COMMIT; WAL and a busy
+// timeout let another process read while one writes and queue writers
+// instead of failing them.
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "platform/posix/device.h"
+#include "platform/registry.h"
+#include "platform/win32_errors.h"
+
+namespace kp::platform::reg {
+
+namespace {
+
+constexpr int64_t kRootIds[] = {1, 2, 3, 4};  // in the order of the root handles
+
+std::u16string Fold(std::u16string_view s) { return FoldName(s); }
+
+struct Handle {
+  int64_t id = 0;
+  uint32_t access = 0;
+};
+
+struct Connection {
+  sqlite3* db = nullptr;
+  pid_t pid = 0;
+  std::string path;
+  std::unordered_map<const char*, sqlite3_stmt*> statements;
+  std::unordered_map<HKey, Handle> handles;
+  HKey next = 0x1000;
+};
+
+std::mutex gMutex;
+Connection gConnection;
+
+const char* const kSchema =
+    "CREATE TABLE IF NOT EXISTS keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
+    " fold TEXT NOT NULL, UNIQUE(parent, fold));"
+    "CREATE TABLE IF NOT EXISTS vals(key INTEGER NOT NULL, name TEXT NOT NULL, fold TEXT NOT NULL,"
+    " type INTEGER NOT NULL, data BLOB NOT NULL, UNIQUE(key, fold));"
+    "INSERT OR IGNORE INTO keys VALUES(1, 0, 'HKEY_CLASSES_ROOT', 'HKEY_CLASSES_ROOT');"
+    "INSERT OR IGNORE INTO keys VALUES(2, 0, 'HKEY_CURRENT_USER', 'HKEY_CURRENT_USER');"
+    "INSERT OR IGNORE INTO keys VALUES(3, 0, 'HKEY_LOCAL_MACHINE', 'HKEY_LOCAL_MACHINE');"
+    "INSERT OR IGNORE INTO keys VALUES(4, 0, 'HKEY_USERS', 'HKEY_USERS');";
+
+void Drop(Connection& c, bool close) {
+  if (close) {
+    for (auto& [sql, stmt] : c.statements) sqlite3_finalize(stmt);
+    sqlite3_close_v2(c.db);
+  }
+  // After fork the parent's connection is abandoned, not closed: closing it
+  // here could disturb the parent's locks and WAL state.
+  c.statements.clear();
+  c.handles.clear();
+  c.db = nullptr;
+}
+
+// The connection for this process and this prefix; null when the database
+// cannot be opened. Called with gMutex held.
+sqlite3* Db() {
+  Connection& c = gConnection;
+  const std::string path = DeviceDirectory() + "/registry.db";
+  if (c.db && c.pid != getpid()) Drop(c, false);
+  if (c.db && c.path != path) Drop(c, true);
+  if (c.db) return c.db;
+  if (!EnsureDeviceDirectory()) return nullptr;
+  sqlite3* db = nullptr;
+  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
+    sqlite3_close_v2(db);
+    return nullptr;
+  }
+  sqlite3_busy_timeout(db, 30000);
+  sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
+  if (sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK ||
+      sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK ||
+      sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
+    sqlite3_close_v2(db);
+    return nullptr;
+  }
+  c.db = db;
+  c.pid = getpid();
+  c.path = path;
+  return db;
+}
+
+// A cached prepared statement, reset when the scope ends.
+class Stmt {
+ public:
+  explicit Stmt(const char* sql) {
+    auto& cache = gConnection.statements;
+    auto it = cache.find(sql);
+    if (it != cache.end()) {
+      stmt_ = it->second;
+    } else if (sqlite3_prepare_v3(gConnection.db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt_, nullptr) == SQLITE_OK) {
+      cache.emplace(sql, stmt_);
+    } else {
+      stmt_ = nullptr;
+    }
+  }
+  ~Stmt() {
+    if (stmt_) {
+      sqlite3_reset(stmt_);
+      sqlite3_clear_bindings(stmt_);
+    }
+  }
+  Stmt(const Stmt&) = delete;
+  Stmt& operator=(const Stmt&) = delete;
+  explicit operator bool() const { return stmt_ != nullptr; }
+  sqlite3_stmt* get() const { return stmt_; }
+  Stmt& Bind(int i, int64_t v) {
+    sqlite3_bind_int64(stmt_, i, v);
+    return *this;
+  }
+  Stmt& Bind(int i, std::u16string_view text) {
+    // A null pointer would bind NULL, not the empty text.
+    sqlite3_bind_text16(stmt_, i, text.empty() ? u"" : text.data(), static_cast<int>(text.size() * 2),
+                        SQLITE_TRANSIENT);
+    return *this;
+  }
+  Stmt& BindBlob(int i, const uint8_t* data, uint32_t size) {
+    static const uint8_t kEmpty = 0;
+    sqlite3_bind_blob(stmt_, i, size ? data : &kEmpty, static_cast<int>(size), SQLITE_TRANSIENT);
+    return *this;
+  }
+  int Step() { return stmt_ ? sqlite3_step(stmt_) : SQLITE_ERROR; }
+  int64_t Int(int col) const { return sqlite3_column_int64(stmt_, col); }
+  std::u16string Text(int col) const {
+    auto* p = static_cast<const char16_t*>(sqlite3_column_text16(stmt_, col));
+    const int bytes = sqlite3_column_bytes16(stmt_, col);
+    return p ? std::u16string(p, static_cast<size_t>(bytes) / 2) : std::u16string();
+  }
+  const uint8_t* Blob(int col, uint32_t* size) const {
+    auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(stmt_, col));
+    *size = static_cast<uint32_t>(sqlite3_column_bytes(stmt_, col));
+    return p;
+  }
+
+ private:
+  sqlite3_stmt* stmt_ = nullptr;
+};
+
+// BEGIN IMMEDIATE ... COMMIT, rolled back unless committed.
+class Transaction {
+ public:
+  Transaction() {
+    Stmt begin("BEGIN IMMEDIATE");
+    // The busy handler already waited; a second busy is a real failure.
+    ok_ = begin.Step() == SQLITE_DONE;
+  }
+  ~Transaction() {
+    if (ok_) {
+      Stmt rollback("ROLLBACK");
+      rollback.Step();
+    }
+  }
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  bool ok() const { return ok_; }
+  bool Commit() {
+    Stmt commit("COMMIT");
+    if (commit.Step() != SQLITE_DONE) return false;
+    ok_ = false;
+    return true;
+  }
+
+ private:
+  bool ok_ = false;
+};
+
+bool IsRoot(HKey key) { return key >= kClassesRoot && key <= kUsers; }
+
+// The handle's key and access; 6 when it is not an open handle.
+uint32_t Lookup(HKey key, Handle* out) {
+  if (IsRoot(key)) {
+    *out = Handle{kRootIds[key - kClassesRoot], kAllAccess};
+    return win32::kSuccess;
+  }
+  auto it = gConnection.handles.find(key);
+  if (it == gConnection.handles.end()) return win32::kInvalidHandle;
+  *out = it->second;
+  return win32::kSuccess;
+}
+
+bool KeyExists(int64_t id) {
+  Stmt s("SELECT 1 FROM keys WHERE id=?");
+  return s.Bind(1, id).Step() == SQLITE_ROW;
+}
+
+// Splits a sub-key path into names; false for an empty name inside it or a
+// leading "\" (one trailing "\" is accepted, as Windows does).
+bool SplitPath(std::u16string_view path, std::vector<std::u16string_view>* names) {
+  if (path.empty()) return true;
+  if (path.back() == u'\\') path.remove_suffix(1);
+  size_t start = 0;
+  while (true) {
+    const size_t end = path.find(u'\\', start);
+    const auto name = path.substr(start, end == std::u16string_view::npos ? std::u16string_view::npos : end - start);
+    if (name.empty()) return false;
+    names->push_back(name);
+    if (end == std::u16string_view::npos) return true;
+    start = end + 1;
+  }
+}
+
+int64_t Child(int64_t parent, std::u16string_view name) {
+  Stmt s("SELECT id FROM keys WHERE parent=? AND fold=?");
+  if (s.Bind(1, parent).Bind(2, Fold(name)).Step() != SQLITE_ROW) return 0;
+  return s.Int(0);
+}
+
+HKey NewHandle(int64_t id, uint32_t access) {
+  HKey h = gConnection.next;
+  gConnection.next += 4;
+  gConnection.handles[h] = Handle{id, access};
+  return h;
+}
+
+// Copies a stored value out as RegQueryValueExW does.
+uint32_t GiveData(const uint8_t* blob, uint32_t length, uint8_t* data, uint32_t* size) {
+  if (!data) {
+    if (size) *size = length;
+    return win32::kSuccess;
+  }
+  if (!size) return win32::kInvalidParameter;
+  const uint32_t capacity = *size;
+  *size = length;
+  if (capacity < length) return win32::kMoreData;
+  if (length) std::memcpy(data, blob, length);
+  return win32::kSuccess;
+}
+
+}  // namespace
+
+uint32_t OpenKey(HKey parent, std::u16string_view subKey, uint32_t access, HKey* out) {
+  if (!out) return win32::kInvalidParameter;
+  *out = 0;
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantOpenKey;
+  Handle h;
+  if (uint32_t e = Lookup(parent, &h)) return e;
+  std::vector<std::u16string_view> names;
+  if (!SplitPath(subKey, &names)) return win32::kFileNotFound;
+  if (!KeyExists(h.id)) return win32::kKeyDeleted;
+  int64_t id = h.id;
+  for (auto name : names) {
+    id = Child(id, name);
+    if (!id) return win32::kFileNotFound;
+  }
+  *out = NewHandle(id, access);
+  return win32::kSuccess;
+}
+
+uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKey* out, uint32_t* disposition) {
+  if (!out) return win32::kInvalidParameter;
+  *out = 0;
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantOpenKey;
+  Handle h;
+  if (uint32_t e = Lookup(parent, &h)) return e;
+  if (!(h.access & kCreateSubKey)) return win32::kAccessDenied;
+  std::vector<std::u16string_view> names;
+  if (!SplitPath(subKey, &names)) return win32::kInvalidParameter;
+  Transaction t;
+  if (!t.ok()) return win32::kCantWrite;
+  if (!KeyExists(h.id)) return win32::kKeyDeleted;
+  int64_t id = h.id;
+  bool created = false;
+  for (auto name : names) {
+    const int64_t child = Child(id, name);
+    if (child) {
+      id = child;
+      continue;
+    }
+    Stmt insert("INSERT INTO keys(parent, name, fold) VALUES(?, ?, ?)");
+    if (insert.Bind(1, id).Bind(2, name).Bind(3, Fold(name)).Step() != SQLITE_DONE) return win32::kCantWrite;
+    id = sqlite3_last_insert_rowid(gConnection.db);
+    created = true;
+  }
+  if (!t.Commit()) return win32::kCantWrite;
+  if (disposition) *disposition = created ? kCreatedNewKey : kOpenedExistingKey;
+  *out = NewHandle(id, access);
+  return win32::kSuccess;
+}
+
+uint32_t CloseKey(HKey key) {
+  if (IsRoot(key)) return win32::kSuccess;
+  std::lock_guard lock(gMutex);
+  return gConnection.handles.erase(key) ? win32::kSuccess : win32::kInvalidHandle;
+}
+
+uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t* data, uint32_t* size) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  Stmt s("SELECT type, data FROM vals WHERE key=? AND fold=?");
+  if (s.Bind(1, h.id).Bind(2, Fold(name)).Step() != SQLITE_ROW)
+    return KeyExists(h.id) ? win32::kFileNotFound : win32::kKeyDeleted;
+  if (type) *type = static_cast<uint32_t>(s.Int(0));
+  uint32_t length = 0;
+  const uint8_t* blob = s.Blob(1, &length);
+  return GiveData(blob, length, data, size);
+}
+
+uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8_t* data, uint32_t size) {
+  if (size && !data) return win32::kInvalidParameter;
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantWrite;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kSetValue)) return win32::kAccessDenied;
+  Transaction t;
+  if (!t.ok()) return win32::kCantWrite;
+  if (!KeyExists(h.id)) return win32::kKeyDeleted;
+  const std::u16string fold = Fold(name);
+  {
+    // An existing value keeps its name's case and its place in the order.
+    Stmt update("UPDATE vals SET type=?, data=? WHERE key=? AND fold=?");
+    update.Bind(1, type).BindBlob(2, data, size).Bind(3, h.id).Bind(4, fold);
+    if (update.Step() != SQLITE_DONE) return win32::kCantWrite;
+  }
+  if (sqlite3_changes(gConnection.db) == 0) {
+    Stmt insert("INSERT INTO vals(key, name, fold, type, data) VALUES(?, ?, ?, ?, ?)");
+    insert.Bind(1, h.id).Bind(2, name).Bind(3, fold).Bind(4, type).BindBlob(5, data, size);
+    if (insert.Step() != SQLITE_DONE) return win32::kCantWrite;
+  }
+  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+}
+
+uint32_t DeleteValue(HKey key, std::u16string_view name) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantWrite;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kSetValue)) return win32::kAccessDenied;
+  Transaction t;
+  if (!t.ok()) return win32::kCantWrite;
+  Stmt s("DELETE FROM vals WHERE key=? AND fold=?");
+  if (s.Bind(1, h.id).Bind(2, Fold(name)).Step() != SQLITE_DONE) return win32::kCantWrite;
+  if (sqlite3_changes(gConnection.db) == 0) return KeyExists(h.id) ? win32::kFileNotFound : win32::kKeyDeleted;
+  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+}
+
+uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantWrite;
+  Handle h;
+  if (uint32_t e = Lookup(parent, &h)) return e;
+  std::vector<std::u16string_view> names;
+  if (!SplitPath(subKey, &names)) return win32::kFileNotFound;
+  Transaction t;
+  if (!t.ok()) return win32::kCantWrite;
+  if (!KeyExists(h.id)) return win32::kKeyDeleted;
+  int64_t id = h.id;
+  for (auto name : names) {
+    id = Child(id, name);
+    if (!id) return win32::kFileNotFound;
+  }
+  if (id <= 4) return win32::kAccessDenied;  // a root cannot be deleted
+  {
+    Stmt children("SELECT 1 FROM keys WHERE parent=? LIMIT 1");
+    if (children.Bind(1, id).Step() == SQLITE_ROW) return win32::kAccessDenied;
+  }
+  Stmt values("DELETE FROM vals WHERE key=?");
+  Stmt self("DELETE FROM keys WHERE id=?");
+  if (values.Bind(1, id).Step() != SQLITE_DONE || self.Bind(1, id).Step() != SQLITE_DONE) return win32::kCantWrite;
+  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+}
+
+uint32_t EnumValue(HKey key, uint32_t index, std::u16string* name, uint32_t* type, uint8_t* data, uint32_t* size) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  Stmt s("SELECT name, type, data FROM vals WHERE key=? ORDER BY rowid LIMIT 1 OFFSET ?");
+  if (s.Bind(1, h.id).Bind(2, index).Step() != SQLITE_ROW)
+    return KeyExists(h.id) ? win32::kNoMoreItems : win32::kKeyDeleted;
+  if (name) *name = s.Text(0);
+  if (type) *type = static_cast<uint32_t>(s.Int(1));
+  uint32_t length = 0;
+  const uint8_t* blob = s.Blob(2, &length);
+  return GiveData(blob, length, data, size);
+}
+
+uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capacity) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kEnumerateSubKeys)) return win32::kAccessDenied;
+  Stmt s("SELECT name FROM keys WHERE parent=? ORDER BY fold LIMIT 1 OFFSET ?");
+  if (s.Bind(1, h.id).Bind(2, index).Step() != SQLITE_ROW)
+    return KeyExists(h.id) ? win32::kNoMoreItems : win32::kKeyDeleted;
+  std::u16string found = s.Text(0);
+  if (found.size() + 1 > capacity) return win32::kMoreData;
+  if (name) *name = std::move(found);
+  return win32::kSuccess;
+}
+
+uint32_t QueryInfoKey(HKey key, KeyInfo* info) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  if (!KeyExists(h.id)) return win32::kKeyDeleted;
+  KeyInfo out;
+  {
+    Stmt s("SELECT name FROM keys WHERE parent=?");
+    s.Bind(1, h.id);
+    for (int rc; (rc = s.Step()) != SQLITE_DONE;) {
+      if (rc != SQLITE_ROW) return win32::kCantRead;
+      ++out.subKeys;
+      out.maxSubKeyLength = std::max(out.maxSubKeyLength, static_cast<uint32_t>(s.Text(0).size()));
+    }
+  }
+  {
+    Stmt s("SELECT name, length(data) FROM vals WHERE key=?");
+    s.Bind(1, h.id);
+    for (int rc; (rc = s.Step()) != SQLITE_DONE;) {
+      if (rc != SQLITE_ROW) return win32::kCantRead;
+      ++out.values;
+      out.maxValueNameLength = std::max(out.maxValueNameLength, static_cast<uint32_t>(s.Text(0).size()));
+      out.maxValueLength = std::max(out.maxValueLength, static_cast<uint32_t>(s.Int(1)));
+    }
+  }
+  if (info) *info = out;
+  return win32::kSuccess;
+}
+
+}  // namespace kp::platform::reg

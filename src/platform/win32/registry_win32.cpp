@@ -1,0 +1,153 @@
+// kp160std — the registry seam on Windows: the Reg* calls themselves, and the
+// INI engine's whole files from the root of the current drive.
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/registry.h"
+#include "platform/win32_errors.h"
+
+namespace kp::platform::reg {
+
+namespace {
+
+HKEY ToHkey(HKey key) {
+  switch (key) {
+    case kClassesRoot: return HKEY_CLASSES_ROOT;
+    case kCurrentUser: return HKEY_CURRENT_USER;
+    case kLocalMachine: return HKEY_LOCAL_MACHINE;
+    case kUsers: return HKEY_USERS;
+    default: return reinterpret_cast<HKEY>(key);
+  }
+}
+
+std::wstring Wide(std::u16string_view s) { return std::wstring(s.begin(), s.end()); }
+
+std::wstring WidePath(std::string_view path) {
+  // The path is ASCII-checked UTF-8 from the INI engine; widen it as UTF-8.
+  std::wstring out = L"\\";
+  const int n = MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), nullptr, 0);
+  std::wstring rest(static_cast<size_t>(n), L'\0');
+  if (n) MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), rest.data(), n);
+  for (auto& c : rest)
+    if (c == L'/') c = L'\\';
+  return out + rest;
+}
+
+}  // namespace
+
+uint32_t OpenKey(HKey parent, std::u16string_view subKey, uint32_t access, HKey* out) {
+  HKEY key = nullptr;
+  const LONG rc = RegOpenKeyExW(ToHkey(parent), Wide(subKey).c_str(), 0, access, &key);
+  *out = rc == ERROR_SUCCESS ? reinterpret_cast<HKey>(key) : 0;
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKey* out, uint32_t* disposition) {
+  HKEY key = nullptr;
+  DWORD d = 0;
+  const LONG rc = RegCreateKeyExW(ToHkey(parent), Wide(subKey).c_str(), 0, nullptr, 0, access, nullptr, &key, &d);
+  *out = rc == ERROR_SUCCESS ? reinterpret_cast<HKey>(key) : 0;
+  if (disposition) *disposition = d;
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t CloseKey(HKey key) {
+  if (key >= kClassesRoot && key <= kUsers) return win32::kSuccess;
+  return static_cast<uint32_t>(RegCloseKey(ToHkey(key)));
+}
+
+uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t* data, uint32_t* size) {
+  DWORD t = 0, s = size ? *size : 0;
+  const LONG rc = RegQueryValueExW(ToHkey(key), Wide(name).c_str(), nullptr, &t, data, size ? &s : nullptr);
+  if (type) *type = t;
+  if (size) *size = s;
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8_t* data, uint32_t size) {
+  return static_cast<uint32_t>(RegSetValueExW(ToHkey(key), Wide(name).c_str(), 0, type, data, size));
+}
+
+uint32_t DeleteValue(HKey key, std::u16string_view name) {
+  return static_cast<uint32_t>(RegDeleteValueW(ToHkey(key), Wide(name).c_str()));
+}
+
+uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
+  return static_cast<uint32_t>(RegDeleteKeyW(ToHkey(parent), Wide(subKey).c_str()));
+}
+
+uint32_t EnumValue(HKey key, uint32_t index, std::u16string* name, uint32_t* type, uint8_t* data, uint32_t* size) {
+  std::vector<wchar_t> buffer(16384);
+  DWORD length = static_cast<DWORD>(buffer.size()), t = 0, s = size ? *size : 0;
+  const LONG rc =
+      RegEnumValueW(ToHkey(key), index, buffer.data(), &length, nullptr, &t, data, size ? &s : nullptr);
+  if (rc == ERROR_SUCCESS || rc == ERROR_MORE_DATA) {
+    if (name) name->assign(buffer.data(), buffer.data() + length);
+    if (type) *type = t;
+    if (size) *size = s;
+  }
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capacity) {
+  std::vector<wchar_t> buffer(capacity ? capacity : 1);
+  DWORD length = capacity;
+  const LONG rc = RegEnumKeyExW(ToHkey(key), index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr);
+  if (rc == ERROR_SUCCESS && name) name->assign(buffer.data(), buffer.data() + length);
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t QueryInfoKey(HKey key, KeyInfo* info) {
+  DWORD subKeys = 0, maxSub = 0, values = 0, maxName = 0, maxData = 0;
+  const LONG rc = RegQueryInfoKeyW(ToHkey(key), nullptr, nullptr, nullptr, &subKeys, &maxSub, nullptr, &values,
+                                   &maxName, &maxData, nullptr, nullptr);
+  if (rc == ERROR_SUCCESS && info) *info = KeyInfo{subKeys, maxSub, values, maxName, maxData};
+  return static_cast<uint32_t>(rc);
+}
+
+uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
+  HANDLE file = CreateFileW(WidePath(path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_FLAG_RANDOM_ACCESS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError();
+  bytes->clear();
+  char buffer[16384];
+  DWORD got = 0;
+  uint32_t rc = win32::kSuccess;
+  while (true) {
+    if (!ReadFile(file, buffer, sizeof buffer, &got, nullptr)) {
+      rc = GetLastError();
+      break;
+    }
+    if (got == 0) break;
+    bytes->append(buffer, got);
+  }
+  CloseHandle(file);
+  return rc;
+}
+
+uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
+  HANDLE file = CreateFileW(WidePath(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                            nullptr, OPEN_ALWAYS, FILE_FLAG_RANDOM_ACCESS, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError();
+  DWORD written = 0;
+  uint32_t rc = win32::kSuccess;
+  if (!WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) || !SetEndOfFile(file))
+    rc = GetLastError();
+  CloseHandle(file);
+  return rc;
+}
+
+uint32_t DeleteDeviceFile(std::string_view path) {
+  return DeleteFileW(WidePath(path).c_str()) ? win32::kSuccess : GetLastError();
+}
+
+int64_t DeviceFileSize(std::string_view path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(WidePath(path).c_str(), GetFileExInfoStandard, &data)) return -1;
+  if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return -1;
+  return (static_cast<int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+}
+
+}  // namespace kp::platform::reg
