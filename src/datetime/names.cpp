@@ -89,7 +89,7 @@ std::u16string ShortMonthName(ExecContext* context, int32_t month) {
 std::u16string IntegerToDayInAlpha(ExecContext* context, int32_t n) { return DayName(context, RawWeekdayIndex(n)); }
 
 // Kept as plain compositions: an invalid date reports its error and then
-// names day -1 (a Sunday, in December).
+// names day -1 (Monday 30 December 1799).
 std::u16string DateToDayInAlpha(ExecContext* context, std::u16string_view date) {
   return IntegerToDayInAlpha(context, DateToInteger(context, date, 0));
 }

@@ -145,8 +145,8 @@ TEST(DurationText, Masks) {
   EXPECT_EQ(FormatDurationMask(90061001, u"HH:MM"), u"25:01");  // the largest unit carries the rest
   EXPECT_EQ(FormatDurationMask(-1500, u"SS,CC 's'"), u"-01,50 s");
   EXPECT_EQ(FormatDurationMask(1500, u"M:SS"), u"0:01");
-  EXPECT_EQ(FormatDurationMask(61234, u"SS.LLL"), u"01.234");
-  EXPECT_EQ(FormatDurationMask(61234, u"SS,CC"), u"01,23");
+  EXPECT_EQ(FormatDurationMask(61234, u"SS.LLL"), u"61.234");
+  EXPECT_EQ(FormatDurationMask(61234, u"M:SS,CC"), u"1:01,23");
   EXPECT_EQ(ParseDurationMask(u"1 01:01:01.001", u"J HH:MM:SS.LLL"), 90061001);
   EXPECT_EQ(ParseDurationMask(u"25:01", u"HH:MM"), 90060000);
   EXPECT_EQ(ParseDurationMask(u"-01,50 s", u"SS,CC 's'"), -1500);
