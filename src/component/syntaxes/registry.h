@@ -6,7 +6,9 @@
 #pragma once
 
 #include "component/frame.h"
+#include "registry/ini.h"
 #include "registry/registry.h"
+#include "registry/text.h"
 
 namespace kp::syn {
 
@@ -106,21 +108,40 @@ inline constexpr KLSyntax kRegistryExist[] = {
 // INIEcrit/INIWrite
 // signature chosen here: the integer forms take an integer value, then an integer key
 inline constexpr KLSyntax kINIWrite[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<[](ExecContext* c, regsyn::TextV s) { return registry::IniWriteFunction(c, s, {}, {}, {}); },
+           KL_T_BOOL, KL_T_TEXT_CELL>(),
+    // A key without a value deletes the entry.
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k) { return registry::IniWriteFunction(c, s, k, {}, {}); },
+           KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k, regsyn::TextV v) {
+      return registry::IniWriteFunction(c, s, k, v, {});
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k, regsyn::TextV v, regsyn::TextV f) {
+      return registry::IniWriteFunction(c, s, k, v, f);
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k, int32_t v) {
+      return registry::IniWriteFunction(c, s, k, registry::ToText(Value{v}), {});
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k, int32_t v, regsyn::TextV f) {
+      return registry::IniWriteFunction(c, s, k, registry::ToText(Value{v}), f);
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, int32_t k, regsyn::TextV v) {
+      return registry::IniWriteFunction(c, s, registry::ToText(Value{k}), v, {});
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, int32_t k, regsyn::TextV v, regsyn::TextV f) {
+      return registry::IniWriteFunction(c, s, registry::ToText(Value{k}), v, f);
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // INILit/INIRead
 inline constexpr KLSyntax kINIRead[] = {
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<[](ExecContext* c, regsyn::TextV s) { return registry::IniReadFunction(c, s, {}, {}, {}); },
+           KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k) { return registry::IniReadFunction(c, s, k, {}, {}); },
+           KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV s, regsyn::TextV k, regsyn::TextV d) {
+      return registry::IniReadFunction(c, s, k, d, {});
+    }, KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<registry::IniReadFunction, KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // RegistreSupprimeValeur/RegistryDeleteValue
 inline constexpr KLSyntax kRegistryDeleteValue[] = {

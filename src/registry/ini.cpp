@@ -1,0 +1,221 @@
+// kp160std — the INI-file engine.
+#include "registry/ini.h"
+
+#include <chrono>
+#include <vector>
+
+#include "component/vm.h"
+#include "platform/registry.h"
+#include "platform/win32_errors.h"
+#include "registry/device_path.h"
+#include "registry/text.h"
+
+namespace kp::registry {
+
+namespace {
+
+struct Line {
+  size_t begin = 0;
+  size_t end = 0;   // content end, without CR LF
+  size_t next = 0;  // start of the following line
+};
+
+std::vector<Line> SplitLines(std::string_view file) {
+  std::vector<Line> lines;
+  size_t at = 0;
+  while (at < file.size()) {
+    size_t lf = file.find('\n', at);
+    const size_t next = lf == std::string_view::npos ? file.size() : lf + 1;
+    size_t end = lf == std::string_view::npos ? file.size() : lf;
+    if (end > at && file[end - 1] == '\r') --end;
+    lines.push_back(Line{at, end, next});
+    at = next;
+  }
+  return lines;
+}
+
+char16_t Folded(char c) { return platform::reg::FoldChar(FromAnsi(std::string_view(&c, 1))[0]); }
+
+bool StartsWithFolded(std::string_view text, std::string_view prefix) {
+  if (text.size() < prefix.size()) return false;
+  for (size_t i = 0; i < prefix.size(); ++i)
+    if (Folded(text[i]) != Folded(prefix[i])) return false;
+  return true;
+}
+
+bool IsHeader(std::string_view line) { return !line.empty() && line[0] == '[' && line.find(']') != std::string_view::npos; }
+
+bool AnsiLetterOrDigit(char c) { return IsLetterOrDigit(FromAnsi(std::string_view(&c, 1))[0]); }
+
+// The line is an entry for `key`: it begins with it and the next character is
+// not a letter or digit.
+bool KeyLine(std::string_view line, std::string_view key, bool folded) {
+  if (line.size() <= key.size()) return false;
+  if (folded ? !StartsWithFolded(line, key) : !line.starts_with(key)) return false;
+  return !AnsiLetterOrDigit(line[key.size()]);
+}
+
+std::string_view Trim(std::string_view s) {
+  while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+  while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
+  return s;
+}
+
+std::string Header(std::string_view section) { return "[" + std::string(section) + "]"; }
+
+std::string Entry(std::string_view key, std::string_view value) {
+  return std::string(key) + " = " + std::string(value) + "\r\n";
+}
+
+void EndWithNewline(std::string& file) {
+  if (!file.empty() && file.back() != '\n') file += "\r\n";
+}
+
+}  // namespace
+
+std::optional<std::string> IniReadBytes(std::string_view file, std::string_view section, std::string_view key) {
+  const auto lines = SplitLines(file);
+  auto text = [&](const Line& l) { return file.substr(l.begin, l.end - l.begin); };
+  if (section.empty()) {
+    std::string out;
+    for (const Line& l : lines) {
+      const auto t = text(l);
+      if (IsHeader(t)) out.append(t.substr(1, t.find(']') - 1)).append("\r\n");
+    }
+    return out;
+  }
+  const std::string header = Header(section);
+  size_t i = 0;
+  while (i < lines.size() && !StartsWithFolded(text(lines[i]), header)) ++i;
+  if (i == lines.size()) return std::nullopt;
+  std::string keys;
+  for (++i; i < lines.size(); ++i) {
+    const auto t = text(lines[i]);
+    if (IsHeader(t)) break;
+    if (!t.empty() && t[0] == ';') continue;
+    const size_t equals = t.find('=');
+    if (equals == std::string_view::npos) continue;
+    if (key.empty()) {
+      keys.append(Trim(t.substr(0, equals))).append("\r\n");
+    } else if (KeyLine(t, key, true)) {
+      std::string_view value = t.substr(equals + 1);
+      while (!value.empty() && (value.front() == ' ' || value.front() == '\t')) value.remove_prefix(1);
+      return std::string(value);
+    }
+  }
+  if (key.empty()) return keys;
+  return std::nullopt;
+}
+
+bool IniWriteBytes(std::string& file, std::string_view section, std::optional<std::string_view> key,
+                   std::optional<std::string_view> value) {
+  if (section.empty()) return false;
+  const auto lines = SplitLines(file);
+  auto text = [&](const Line& l) { return std::string_view(file).substr(l.begin, l.end - l.begin); };
+  const std::string header = Header(section);
+  size_t i = 0;
+  while (i < lines.size() && !text(lines[i]).starts_with(header)) ++i;  // exact case, kept on purpose
+  const bool hasKey = key && !key->empty();
+  if (i == lines.size()) {
+    if (!hasKey) return true;
+    EndWithNewline(file);
+    file += header + "\r\n";
+    if (value) file += Entry(*key, *value);
+    return true;
+  }
+  if (!hasKey) {
+    size_t end = i + 1;
+    while (end < lines.size() && !IsHeader(text(lines[end]))) ++end;
+    const size_t to = end < lines.size() ? lines[end].begin : file.size();
+    file.erase(lines[i].begin, to - lines[i].begin);
+    return true;
+  }
+  for (size_t j = i + 1; j < lines.size(); ++j) {
+    const auto t = text(lines[j]);
+    if (IsHeader(t) || t.empty()) {
+      // New keys go before the blank line or header that closes the section.
+      if (value) file.insert(lines[j].begin, Entry(*key, *value));
+      return true;
+    }
+    if (KeyLine(t, *key, false)) {
+      file.replace(lines[j].begin, lines[j].next - lines[j].begin, value ? Entry(*key, *value) : std::string());
+      return true;
+    }
+  }
+  if (value) {
+    EndWithNewline(file);
+    file += Entry(*key, *value);
+  }
+  return true;
+}
+
+std::u16string IniRead(std::u16string_view section, std::u16string_view key,
+                       std::optional<std::u16string_view> fallback, uint32_t capacity, std::u16string_view file) {
+  if (capacity == 0) return {};
+  std::u16string answer(fallback.value_or(std::u16string_view()));
+  std::string bytes;
+  const auto path = DeviceRelativePath(file);
+  if (path && platform::reg::ReadDeviceFile(*path, &bytes) == win32::kSuccess) {
+    if (auto found = IniReadBytes(bytes, ToAnsi(section), ToAnsi(key))) answer = FromAnsi(*found);
+  }
+  if (answer.size() > capacity - 1) answer.resize(capacity - 1);
+  return answer;
+}
+
+bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> key,
+              std::optional<std::u16string_view> value, std::u16string_view file) {
+  if (section.empty()) return false;
+  const auto path = DeviceRelativePath(file);
+  if (!path) return false;
+  std::string bytes;
+  const uint32_t rc = platform::reg::ReadDeviceFile(*path, &bytes);
+  if (rc != win32::kSuccess && rc != win32::kFileNotFound) return false;
+  const std::string before = bytes;
+  std::optional<std::string> k, v;
+  if (key) k = ToAnsi(*key);
+  if (value) v = ToAnsi(*value);
+  if (!IniWriteBytes(bytes, ToAnsi(section), k, v)) return false;
+  if (rc == win32::kSuccess && bytes == before) return true;
+  return platform::reg::WriteDeviceFile(*path, bytes) == win32::kSuccess;
+}
+
+bool IniDeleteFile(std::u16string_view file) {
+  const auto path = DeviceRelativePath(file);
+  if (!path) return false;
+  const uint32_t rc = platform::reg::DeleteDeviceFile(*path);
+  return rc == win32::kSuccess || rc == win32::kFileNotFound;
+}
+
+int64_t IniFileSize(std::u16string_view file) {
+  const auto path = DeviceRelativePath(file);
+  return path ? platform::reg::DeviceFileSize(*path) : -1;
+}
+
+Value IniReadFunction(ExecContext* context, std::u16string_view section, std::u16string_view key,
+                      std::u16string_view fallback, std::u16string_view file) {
+  const std::u16string_view path = file.empty() ? kDefaultIniFile : file;
+  const auto started = std::chrono::steady_clock::now();
+  std::u16string answer = IniRead(section, key, fallback, kIniReadCapacity, path);
+  if (TraceActive(context)) {
+    const auto micro =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started).count();
+    Trace(context, u"INILit " + std::u16string(path) + u" : " + Ascii(std::to_string(micro)) + u" us");
+  }
+  return answer;
+}
+
+bool IniWriteFunction(ExecContext* context, std::u16string_view section, std::optional<std::u16string_view> key,
+                      std::optional<std::u16string_view> value, std::u16string_view file) {
+  if (section.empty() && file.empty()) return false;
+  const std::u16string_view path = file.empty() ? kDefaultIniFile : file;
+  const bool ok = IniWrite(section, key, value, path);
+  if (TraceActive(context)) {
+    std::u16string line = u"INIEcrit " + std::u16string(path) + u" [" + std::u16string(section) + u"]";
+    if (key) line += u" " + std::u16string(*key);
+    if (value) line += u" = " + std::u16string(*value);
+    Trace(context, line + (ok ? u" : ok" : u" : failed"));
+  }
+  return ok;
+}
+
+}  // namespace kp::registry
