@@ -1,194 +1,15 @@
 #include "eval.h"
 
-#include <cctype>
-#include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <stdexcept>
 
+#include "script_parser.h"
 #include "text.h"
 
 namespace kphost {
 namespace {
-
-struct Failure : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-class Parser {
- public:
-  Parser(std::string_view text, Library& library, std::map<std::string, Value>& names, Outcome& outcome)
-      : s_(text), library_(library), names_(names), outcome_(outcome) {}
-
-  Value Statement() {
-    Skip();
-    const size_t start = pos_;
-    std::string name = Identifier();
-    Skip();
-    if (!name.empty() && Peek() == '=') {
-      ++pos_;
-      Value v = Expression();
-      End();
-      names_[FoldName(name)] = v;
-      return v;
-    }
-    pos_ = start;
-    Value v = Expression();
-    End();
-    return v;
-  }
-
- private:
-  char Peek() const { return pos_ < s_.size() ? s_[pos_] : '\0'; }
-  void Skip() {
-    while (pos_ < s_.size() && std::isspace(static_cast<unsigned char>(s_[pos_]))) ++pos_;
-  }
-  [[noreturn]] void Fail(const std::string& what) const {
-    throw Failure(what + " at column " + std::to_string(pos_ + 1));
-  }
-  void End() {
-    Skip();
-    if (pos_ != s_.size()) Fail("unexpected '" + std::string(1, s_[pos_]) + "'");
-  }
-  static bool NameChar(char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' || static_cast<unsigned char>(c) >= 0x80;
-  }
-  std::string Identifier() {
-    const size_t start = pos_;
-    if (pos_ < s_.size() && (std::isdigit(static_cast<unsigned char>(s_[pos_])) || s_[pos_] == '.')) return {};
-    while (pos_ < s_.size() && NameChar(s_[pos_])) ++pos_;
-    return std::string(s_.substr(start, pos_ - start));
-  }
-
-  Value Expression() {
-    Skip();
-    const char c = Peek();
-    if (c == '"') return Text();
-    if (c == '-' || std::isdigit(static_cast<unsigned char>(c))) return Number();
-    if ((c == 'x' || c == 'X') && pos_ + 1 < s_.size() && s_[pos_ + 1] == '"') {
-      ++pos_;
-      return Buffer();
-    }
-    const std::string name = Identifier();
-    if (name.empty()) Fail(c ? "unexpected '" + std::string(1, c) + "'" : "an expression is missing");
-    Skip();
-    if (Peek() == '(') return Call(name);
-    const std::string folded = FoldName(name);
-    if (folded == "true" || folded == "vrai") return Value::Bool(true);
-    if (folded == "false" || folded == "faux") return Value::Bool(false);
-    if (auto it = names_.find(folded); it != names_.end()) return it->second;
-    if (const auto* constant = library_.FindConstant(name)) {
-      if (constant->kind == KL_CONST_KIND_TEXT) return Value::Text(constant->text);
-      if (constant->kind == KL_CONST_KIND_NONE) throw Failure(name + ": this constant is not available on this platform");
-      return Value{KL_T_INT, constant->value};
-    }
-    throw Failure("unknown name " + name);
-  }
-
-  Value Text() {
-    ++pos_;  // opening quote
-    std::string raw;
-    for (;;) {
-      if (pos_ >= s_.size()) Fail("a text is not closed");
-      const char c = s_[pos_++];
-      if (c == '"') {
-        if (Peek() == '"') {
-          raw += '"';
-          ++pos_;
-          continue;
-        }
-        break;
-      }
-      raw += c;
-    }
-    return Value::Text(Utf16(raw));
-  }
-
-  Value Number() {
-    const size_t start = pos_;
-    if (Peek() == '-') ++pos_;
-    int base = 10;
-    if (Peek() == '0' && pos_ + 1 < s_.size() && (s_[pos_ + 1] == 'x' || s_[pos_ + 1] == 'X')) {
-      base = 16;
-      pos_ += 2;
-    }
-    const size_t digits = pos_;
-    while (pos_ < s_.size() && std::isxdigit(static_cast<unsigned char>(s_[pos_])) &&
-           (base == 16 || std::isdigit(static_cast<unsigned char>(s_[pos_]))))
-      ++pos_;
-    if (pos_ == digits) Fail("a number is expected");
-    if (Peek() == '.') {
-      ++pos_;
-      while (pos_ < s_.size() && std::isdigit(static_cast<unsigned char>(s_[pos_]))) ++pos_;
-      return Value::Real(std::stod(std::string(s_.substr(start, pos_ - start))));
-    }
-    const std::string text(s_.substr(start, pos_ - start));
-    errno = 0;
-    char* end = nullptr;
-    const long long n = std::strtoll(text.c_str(), &end, 0);
-    if (errno == ERANGE) Fail("the number " + text + " does not fit in 64 bits");
-    // Hexadecimal up to 0xFFFFFFFF reads as a 32-bit pattern, as colours are written.
-    if (base == 16 && n > INT32_MAX && n <= UINT32_MAX) return Value{KL_T_INT, static_cast<int32_t>(n)};
-    return Value::Int(n);
-  }
-
-  Value Buffer() {
-    ++pos_;
-    std::vector<uint8_t> bytes;
-    std::string hex;
-    while (pos_ < s_.size() && s_[pos_] != '"') {
-      if (!std::isspace(static_cast<unsigned char>(s_[pos_]))) hex += s_[pos_];
-      ++pos_;
-    }
-    if (pos_ >= s_.size()) Fail("a buffer is not closed");
-    ++pos_;
-    if (hex.size() % 2) Fail("a buffer needs two hexadecimal digits per byte");
-    for (size_t i = 0; i < hex.size(); i += 2) {
-      if (!std::isxdigit(static_cast<unsigned char>(hex[i])) || !std::isxdigit(static_cast<unsigned char>(hex[i + 1])))
-        Fail("a buffer holds only hexadecimal digits");
-      bytes.push_back(static_cast<uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
-    }
-    return Value::Buffer(std::move(bytes));
-  }
-
-  Value Call(const std::string& name) {
-    ++pos_;  // '('
-    std::vector<Value> args;
-    Skip();
-    if (Peek() != ')') {
-      for (;;) {
-        args.push_back(Expression());
-        Skip();
-        if (Peek() == ',') {
-          ++pos_;
-          continue;
-        }
-        if (Peek() == ')') break;
-        Fail("',' or ')' expected");
-      }
-    }
-    ++pos_;
-    const FunctionInfo* function = library_.FindFunction(name);
-    if (!function) throw Failure("unknown function " + name);
-    Value result;
-    std::string why;
-    // The VM reads the error record after each call and clears it before
-    // the next.
-    library_.program().ClearError();
-    const auto status = library_.Call(*function, args, result, why);
-    if (status != Library::CallStatus::Ok) throw Failure(why);
-    ErrorState error = library_.program().ReadError();
-    if (error.present()) outcome_.error = std::move(error);
-    library_.program().ClearError();
-    return result;
-  }
-
-  std::string_view s_;
-  size_t pos_ = 0;
-  Library& library_;
-  std::map<std::string, Value>& names_;
-  Outcome& outcome_;
-};
 
 std::string Hex(const std::vector<uint8_t>& bytes) {
   static const char* digits = "0123456789ABCDEF";
@@ -198,6 +19,12 @@ std::string Hex(const std::vector<uint8_t>& bytes) {
     out += digits[b & 15];
   }
   return out;
+}
+
+std::string ShortestReal(double r) {
+  char buf[64];
+  const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, r);
+  return ec == std::errc() ? std::string(buf, end) : std::string("nan");
 }
 
 std::string JsonString(std::u16string_view text) {
@@ -224,13 +51,22 @@ std::string JsonString(std::u16string_view text) {
 
 }  // namespace
 
+Evaluator::Evaluator(Library& library) : interpreter_(library) {
+  // Several calls on one line: the record of the last one that left one.
+  interpreter_.onLibraryError = [this](const ErrorState& error, const std::string&) {
+    if (current_) current_->error = error;
+  };
+}
+
 Outcome Evaluator::Evaluate(std::string_view line) {
   Outcome outcome;
+  current_ = &outcome;
   try {
-    outcome.value = Parser(line, library_, names_, outcome).Statement();
-  } catch (const Failure& f) {
-    outcome.failure = f.what();
+    outcome.value = interpreter_.Run(Parse(line, ""));
+  } catch (const ScriptError& e) {
+    outcome.failure = e.Describe();
   }
+  current_ = nullptr;
   return outcome;
 }
 
@@ -239,9 +75,9 @@ std::string Display(const Value& v) {
     case KL_T_NONE: return "";
     case KL_T_BOOL: return v.integer ? "True" : "False";
     case KL_T_REAL: {
-      char buf[64];
-      std::snprintf(buf, sizeof buf, "%.17g", v.real);
-      return buf;
+      std::string out = ShortestReal(v.real);
+      if (out.find_first_of(".eni") == std::string::npos) out += ".0";  // 2.0 stays a real to the eye
+      return out;
     }
     case KL_T_CURRENCY: return std::to_string(v.integer) + " (scale " + std::to_string(v.scale) + ")";
     case KL_T_TEXT: return Utf8(v.text);
@@ -250,17 +86,18 @@ std::string Display(const Value& v) {
   }
 }
 
+std::string DescribeError(const ErrorState& e) {
+  std::string out = "error " + std::to_string(e.id) + " (level " + std::to_string(e.level) + "): " + Utf8(e.message);
+  if (e.systemError) out += "\nsystem error " + std::to_string(e.systemError) + ": " + Utf8(e.systemText);
+  return out;
+}
+
 std::string Json(const Outcome& o) {
   std::string value;
   switch (o.value.type) {
     case KL_T_NONE: value = "null"; break;
     case KL_T_BOOL: value = o.value.integer ? "true" : "false"; break;
-    case KL_T_REAL: {
-      char buf[64];
-      std::snprintf(buf, sizeof buf, "%.17g", o.value.real);
-      value = buf;
-      break;
-    }
+    case KL_T_REAL: value = std::isfinite(o.value.real) ? ShortestReal(o.value.real) : "null"; break;
     case KL_T_TEXT: value = JsonString(o.value.text); break;
     case KL_T_BUFFER: value = "{\"hex\": \"" + Hex(o.value.bytes) + "\"}"; break;
     default: value = std::to_string(o.value.integer);

@@ -1,6 +1,8 @@
 // kp — the reference host of the KL standard-function library.
 //
 //   kp eval [--json] [--lang fr|en] 'EXPR' ['EXPR' ...]
+//   kp run [--lang fr|en] FILE.kl | -
+//   kp [repl [--lang fr|en]]
 //   kp tables
 //   kp help NAME
 //
@@ -8,14 +10,20 @@
 // directory) unless KP_LIBRARY names it.
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "eval.h"
+#include "prompt.h"
+#include "script_eval.h"
+#include "script_parser.h"
 #include "text.h"
 #include "vm.h"
 
@@ -26,11 +34,15 @@ namespace {
 int Usage(int status) {
   std::fprintf(status ? stderr : stdout,
                "usage: kp eval [--json] [--lang fr|en] 'EXPR' ['EXPR' ...]\n"
+               "       kp run [--lang fr|en] FILE.kl   (- reads the script from stdin)\n"
+               "       kp [repl [--lang fr|en]]        the interactive prompt\n"
                "       kp tables\n"
                "       kp help NAME\n"
                "\n"
                "EXPR: a KL call by French or English name, nested calls, \"text\", integers,\n"
                "x\"0A1B\" buffers, True/False (Vrai/Faux), KL constants, NAME = EXPR.\n"
+               "Scripts: docs/scripts.md. Exit status: 0, 1 when a call left an error\n"
+               "record, 2 when kp refused the input or the script stopped.\n"
                "KP_LIBRARY names the library to load; KP_PREFIX the device directory.\n");
   return status;
 }
@@ -95,16 +107,80 @@ int Eval(std::vector<std::string> args) {
     if (!o.ok()) {
       status = 2;
     } else if (o.error.present()) {
-      if (!json) {
-        std::fprintf(stderr, "error %d (level %d): %s\n", o.error.id, o.error.level, Utf8(o.error.message).c_str());
-        if (o.error.systemError)
-          std::fprintf(stderr, "system error %u: %s\n", o.error.systemError, Utf8(o.error.systemText).c_str());
-      }
+      if (!json) std::fprintf(stderr, "%s\n", DescribeError(o.error).c_str());
       if (status == 0) status = 1;
     }
     std::fflush(stdout);
   }
   return status;
+}
+
+// --lang fr|en among `args`, removed; false when the value is wrong.
+bool TakeLanguage(std::vector<std::string>& args, int32_t& language) {
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] != "--lang") continue;
+    if (i + 1 >= args.size() || (args[i + 1] != "fr" && args[i + 1] != "en")) return false;
+    language = args[i + 1] == "fr" ? KL_LANGUAGE_FRENCH : 9;
+    args.erase(args.begin() + static_cast<long>(i), args.begin() + static_cast<long>(i) + 2);
+    --i;
+  }
+  return true;
+}
+
+int RunScript(Library& lib, const std::string& source, const std::string& file) {
+  Interpreter interpreter(lib);
+  interpreter.trace = [](const std::string& line) { std::printf("%s\n", line.c_str()); };
+  interpreter.onLibraryError = [](const ErrorState& error, const std::string& where) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: %s\n", where.c_str(), DescribeError(error).c_str());
+  };
+  try {
+    interpreter.Run(Parse(source, file));
+  } catch (const ScriptError& e) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s\n", e.Describe().c_str());
+    return 2;
+  }
+  std::fflush(stdout);
+  return interpreter.libraryErrors() ? 1 : 0;
+}
+
+int Run(std::vector<std::string> args) {
+  int32_t language = DefaultLanguage();
+  if (!TakeLanguage(args, language) || args.size() != 1) return Usage(2);
+  std::string source;
+  const std::string& file = args[0];
+  if (file == "-") {
+    std::ostringstream in;
+    in << std::cin.rdbuf();
+    source = in.str();
+  } else {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+      std::fprintf(stderr, "kp: cannot read %s: %s\n", file.c_str(), std::strerror(errno));
+      return 2;
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    source = text.str();
+  }
+  auto lib = Open(language);
+  if (!lib) return 2;
+  return RunScript(*lib, source, file == "-" ? "<stdin>" : file);
+}
+
+int Repl(std::vector<std::string> args) {
+  int32_t language = DefaultLanguage();
+  if (!TakeLanguage(args, language) || !args.empty()) return Usage(2);
+  auto lib = Open(language);
+  if (!lib) return 2;
+  if (!isatty(STDIN_FILENO)) {
+    // Piped in: the lines are a script, without prompts or editing.
+    std::ostringstream in;
+    in << std::cin.rdbuf();
+    return RunScript(*lib, in.str(), "<stdin>");
+  }
+  return Prompt(*lib);
 }
 
 int Tables() {
@@ -155,10 +231,12 @@ int Help(const std::string& name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return Usage(2);
+  if (argc < 2) return Repl({});
   const std::string command = argv[1];
   std::vector<std::string> rest(argv + 2, argv + argc);
   if (command == "eval") return Eval(rest);
+  if (command == "run") return Run(rest);
+  if (command == "repl") return Repl(rest);
   if (command == "tables") return Tables();
   if (command == "help" && rest.size() == 1) return Help(rest[0]);
   if (command == "--help" || command == "-h") return Usage(0);

@@ -56,6 +56,7 @@ const KLStringHeader* HeaderOf(const void* holder) {
 struct HostVariant {
   KLVariant base;
   Value value;
+  bool assigned = false;  // Set was called: a by-reference argument was written
 };
 
 Value FromKL(const KLValue& v) {
@@ -103,7 +104,9 @@ int32_t KL_CALL VariantGet(const KLVariant* self, KLValue* out) {
   return 1;
 }
 int32_t KL_CALL VariantSet(KLVariant* self, const KLValue* value) {
-  reinterpret_cast<HostVariant*>(self)->value = FromKL(*value);
+  auto* variant = reinterpret_cast<HostVariant*>(self);
+  variant->value = FromKL(*value);
+  variant->assigned = true;
   return 1;
 }
 const KLVariantOps kVariantOps{&VariantRelease, &VariantGet, &VariantSet};
@@ -234,19 +237,49 @@ struct ProgramOps {
     Program* self = Self(c);
     const std::string folded = FoldName(Utf8(name ? name : u""));
     if (!self->procedures.count(folded)) return 0;
-    self->procedureHandles_.push_back(folded);
-    return self->procedureHandles_.size();
+    std::lock_guard lock(self->mutex_);
+    auto& handles = self->procedureHandles_;
+    for (size_t i = 0; i < handles.size(); ++i)
+      if (handles[i] == folded) return i + 1;
+    handles.push_back(folded);
+    return handles.size();
+  }
+  static std::string HandleName(Program* self, uintptr_t p) {
+    std::lock_guard lock(self->mutex_);
+    return p == 0 || p > self->procedureHandles_.size() ? std::string() : self->procedureHandles_[p - 1];
   }
   static int32_t KL_CALL CallProcedure(ExecContext* c, uintptr_t p, uint32_t argc, const KLValue* args,
                                        KLValue* result) {
     Program* self = Self(c);
-    if (p == 0 || p > self->procedureHandles_.size()) return 0;
-    auto it = self->procedures.find(self->procedureHandles_[p - 1]);
-    if (it == self->procedures.end()) return 0;
+    auto it = self->procedures.find(HandleName(self, p));
+    if (it == self->procedures.end() || (argc && !args)) return 0;
     std::vector<Value> values;
     for (uint32_t i = 0; i < argc; ++i) values.push_back(FromKL(args[i]));
-    self->lastProcedureResult_ = it->second(values);
+    try {
+      self->lastProcedureResult_ = it->second(values);
+    } catch (...) {
+      // The library is C across its frames: the procedure's failure is told
+      // by the 0 and kept by whoever registered the procedure.
+      self->lastProcedureResult_ = Value{};
+      if (result) *result = KLValue{};
+      return 0;
+    }
     if (result) *result = ToKL(self->lastProcedureResult_);
+    return 1;
+  }
+  static int32_t KL_CALL PostProcedure(ExecContext* c, uintptr_t p, uint32_t argc, const KLValue* args) {
+    Program* self = Self(c);
+    if (argc && !args) return 0;
+    Program::Posted call;
+    for (uint32_t i = 0; i < argc; ++i) call.args.push_back(FromKL(args[i]));  // copies: the texts are the caller's
+    {
+      std::lock_guard lock(self->mutex_);
+      if (p == 0 || p > self->procedureHandles_.size()) return 0;
+      call.procedure = self->procedureHandles_[p - 1];
+      self->posted_.push_back(std::move(call));
+      self->postedCount_.store(self->posted_.size(), std::memory_order_release);
+    }
+    self->postedReady_.notify_all();
     return 1;
   }
   static int32_t KL_CALL AssignReference(ExecContext*, KLVariant* reference, const KLValue* value) {
@@ -302,6 +335,7 @@ const ExecContextOps kProgramOps = [] {
   ops.GetLanguage = &ProgramOps::GetLanguage;
   ops.FindProcedure = &ProgramOps::FindProcedure;
   ops.CallProcedure = &ProgramOps::CallProcedure;
+  ops.PostProcedure = &ProgramOps::PostProcedure;
   ops.AssignReference = &ProgramOps::AssignReference;
   ops.TraceActive = &ProgramOps::TraceActive;
   ops.Trace = &ProgramOps::Trace;
@@ -359,6 +393,44 @@ void Program::ClearError() {
   error_.debugCode = 0;
   error_.systemError = 0;
   error_.item21Flagged = 0;
+}
+
+size_t Program::RunPosted() {
+  if (runningPosted_ || !HasPosted()) return 0;
+  runningPosted_ = true;
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{runningPosted_};
+  size_t due;
+  {
+    std::lock_guard lock(mutex_);
+    due = posted_.size();
+  }
+  size_t ran = 0;
+  for (; ran < due; ++ran) {
+    Posted call;
+    {
+      std::lock_guard lock(mutex_);
+      if (posted_.empty()) break;
+      call = std::move(posted_.front());
+      posted_.pop_front();
+      postedCount_.store(posted_.size(), std::memory_order_release);
+    }
+    // Looked up now: the program may have dropped the procedure since.
+    auto it = procedures.find(call.procedure);
+    if (it != procedures.end()) it->second(call.args);
+  }
+  return ran;
+}
+
+void Program::WaitPosted(std::chrono::milliseconds timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  for (;;) {
+    RunPosted();
+    std::unique_lock lock(mutex_);
+    if (!postedReady_.wait_until(lock, deadline, [this] { return !posted_.empty(); })) return;
+  }
 }
 
 // --- Library ----------------------------------------------------------------
@@ -533,7 +605,7 @@ int Fit(uint32_t param, const Value& v) {
 }  // namespace
 
 Library::CallStatus Library::Call(const FunctionInfo& function, const std::vector<Value>& args, Value& result,
-                                  std::string& why) {
+                                  std::string& why, Assigned* assigned) {
   const SyntaxInfo* best = nullptr;
   const SyntaxInfo* unavailable = nullptr;
   int bestScore = -1;
@@ -565,17 +637,18 @@ Library::CallStatus Library::Call(const FunctionInfo& function, const std::vecto
           " argument(s) of these types";
     return CallStatus::NoMatch;
   }
-  CallSyntax(*best, args, result);
+  CallSyntax(*best, args, result, assigned);
   return CallStatus::Ok;
 }
 
-void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& args, Value& result) {
+void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& args, Value& result,
+                         Assigned* assigned) {
   // Cells live until the call returns; a deque keeps their addresses.
   std::deque<int64_t> numbers;
   std::deque<const kl_char*> textCells;
   std::deque<KLCurrency> currencies;
   std::deque<KLStringHolder> blocks;
-  std::vector<HostVariant*> variants;
+  std::vector<std::pair<size_t, HostVariant*>> variants;  // argument index, variant
   std::vector<std::u16string> texts;
   texts.reserve(args.size());
   std::vector<void*> elements(args.size() + 1, nullptr);
@@ -638,8 +711,8 @@ void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& arg
         break;
       }
       default: {
-        variants.push_back(NewHostVariant(v));
-        elements[i] = &variants.back()->base;
+        variants.emplace_back(i, NewHostVariant(v));
+        elements[i] = &variants.back().second->base;
         break;
       }
     }
@@ -656,7 +729,11 @@ void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& arg
 
   for (auto* b : blocks)
     if (b) ManagerFree(&gManager, const_cast<KLStringHeader*>(HeaderOf(b)));
-  for (auto* v : variants) VariantRelease(&v->base, 1);
+  if (assigned) assigned->assign(args.size(), std::nullopt);
+  for (auto [index, v] : variants) {
+    if (assigned && v->assigned) (*assigned)[index] = std::move(v->value);
+    VariantRelease(&v->base, 1);
+  }
 }
 
 std::string TypeName(uint32_t code) {

@@ -8,12 +8,21 @@
 // record, language, trace, procedures and project answers.
 //
 // Not thread-safe: one thread drives a Library, as a VM drives one program.
+// The one exception is PostProcedure (slot 22), which the library may call
+// from any thread: the call is queued and runs on the program's thread when
+// it reaches RunPosted or WaitPosted.
 #pragma once
 
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -101,8 +110,19 @@ class Program {
 
   // Answer of the VM service question (code 9 gates the clock).
   std::function<int32_t(int32_t code)> service = [](int32_t) { return 1; };
-  // The program's procedures, called back by the library.
+  // The program's procedures, called back by the library. A procedure that
+  // throws makes CallProcedure answer 0; the exception does not cross the
+  // library's frames.
   std::map<std::string, std::function<Value(const std::vector<Value>&)>> procedures;  // folded names
+
+  // Runs, on this thread, the calls PostProcedure had queued when RunPosted
+  // began; how many ran. A call posted meanwhile waits for the next safe
+  // point. Re-entered (from a posted procedure) it runs nothing. An exception
+  // of a procedure propagates; the calls behind it stay queued.
+  size_t RunPosted();
+  // Runs posted calls as they arrive until `timeout` has passed.
+  void WaitPosted(std::chrono::milliseconds timeout);
+  bool HasPosted() const { return postedCount_.load(std::memory_order_acquire) > 0; }
   std::vector<std::u16string> trace;
   bool traceActive = false;
   std::map<int32_t, std::u16string> project;
@@ -116,7 +136,18 @@ class Program {
   Wrapped wrapped_;
   CXError error_{};
   KLLanguage language_{};
+  struct Posted {
+    std::string procedure;  // folded name
+    std::vector<Value> args;
+  };
+  // Handles of FindProcedure are indexes + 1 into procedureHandles_; it and
+  // posted_ are shared with the threads that post.
+  mutable std::mutex mutex_;
+  std::condition_variable postedReady_;
   std::vector<std::string> procedureHandles_;
+  std::deque<Posted> posted_;
+  std::atomic<size_t> postedCount_{0};
+  bool runningPosted_ = false;
   Value lastProcedureResult_;
 };
 
@@ -138,11 +169,16 @@ class Library {
   const ConstantInfo* FindConstant(std::string_view name) const;
 
   enum class CallStatus { Ok, NoMatch, Unavailable };
+  // Values the library assigned to by-reference arguments (variant
+  // parameters) during a call, by argument index; nullopt where it did not.
+  using Assigned = std::vector<std::optional<Value>>;
   // Picks the syntax whose parameters match `args` (exact types first, then
   // the conversions a VM makes) and calls its entry function.
-  CallStatus Call(const FunctionInfo& function, const std::vector<Value>& args, Value& result, std::string& why);
+  CallStatus Call(const FunctionInfo& function, const std::vector<Value>& args, Value& result, std::string& why,
+                  Assigned* assigned = nullptr);
   // Calls one given syntax; the arguments must fit its parameters.
-  void CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& args, Value& result);
+  void CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& args, Value& result,
+                  Assigned* assigned = nullptr);
 
   Program& program() { return *program_; }
   void SetLanguage(int32_t code);
