@@ -7,6 +7,7 @@
 
 #include "component/frame.h"
 #include "registry/ini.h"
+#include "registry/parameters.h"
 #include "registry/registry.h"
 #include "registry/text.h"
 
@@ -161,23 +162,29 @@ inline constexpr KLSyntax kRegistrySeek[] = {
 
 // InitParamètre/InitParameter
 inline constexpr KLSyntax kInitParameter[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, int32_t mode) { return registry::InitParameter(c, mode, std::nullopt); }, KL_T_TEXT,
+           KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t mode, regsyn::TextV where) { return registry::InitParameter(c, mode, where); },
+           KL_T_TEXT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // SauveParamètre/SaveParameter
 inline constexpr KLSyntax kSaveParameter[] = {
-    Unavailable<KL_T_NONE, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+    Syntax<registry::SaveParameter, KL_T_NONE, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // ChargeParamètre/LoadParameter
 inline constexpr KLSyntax kLoadParameter[] = {
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
+    Syntax<[](ExecContext* c, regsyn::TextV name) { return registry::LoadParameter(c, name, std::nullopt); },
+           KL_T_VARIANT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, regsyn::TextV name, VariantArg fallback) {
+      return registry::LoadParameter(c, name, regsyn::VariantValue(fallback));
+    }, KL_T_VARIANT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
 
 // SupprimeParamètre/DeleteParameter
 inline constexpr KLSyntax kDeleteParameter[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL>(),
-    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
+    Syntax<registry::DeleteParameter, KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<registry::DeleteAllParameters, KL_T_BOOL>(),
+    Syntax<[](ExecContext* c, VariantArg object) { return registry::DeleteObjectParameters(c, object); }, KL_T_BOOL,
+           KL_T_VARIANT>()};
 
 // RegistreTypeValeur/RegistryValueType
 inline constexpr KLSyntax kRegistryValueType[] = {
