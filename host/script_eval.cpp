@@ -34,7 +34,7 @@ Value Interpreter::Run(const Script& script) {
       // Called by the library (slot 21) or from a posted call (slot 22).
       const std::string outer = file_;
       try {
-        Value v = CallProcedure(*proc, args, proc->at);
+        Value v = CallProcedure(*proc, args, nullptr);
         file_ = outer;
         return v;
       } catch (const ScriptError& e) {
@@ -191,7 +191,7 @@ Value Interpreter::CallNamed(const Expr& e) {
   if (handled) return v;
   if (auto it = procedures_.find(folded); it != procedures_.end()) {
     const auto keep = it->second;  // the prompt may redefine it meanwhile
-    return CallProcedure(*keep, std::move(args), e.at);
+    return CallProcedure(*keep, std::move(args), &e.at);
   }
   if (auto it = functions_.find(folded); it != functions_.end()) return CallFunction(it->second, e, std::move(args));
   if (const FunctionInfo* f = library_.FindFunction(e.name)) return CallFunction(*f, e, std::move(args));
@@ -217,12 +217,15 @@ Value Interpreter::Builtin(const std::string& folded, const Expr& e, const std::
   return {};
 }
 
-Value Interpreter::CallProcedure(const Procedure& p, std::vector<Value> args, ScriptPosition at) {
+Value Interpreter::CallProcedure(const Procedure& p, std::vector<Value> args, const ScriptPosition* from) {
+  const ScriptPosition at = from ? *from : p.at;
+  // Called back by the library: the place to show is the declaration.
+  const std::string& file = from ? file_ : p.file;
   if (args.size() != p.params.size())
-    Fail(at, p.name + " takes " + std::to_string(p.params.size()) + " argument(s), not " +
-                 std::to_string(args.size()));
+    throw ScriptError(file, at, p.name + " takes " + std::to_string(p.params.size()) + " argument(s), not " +
+                                    std::to_string(args.size()));
   if (static_cast<int>(frames_.size()) >= maxDepth)
-    Fail(at, "recursion deeper than " + std::to_string(maxDepth) + " calls (in " + p.name + ")");
+    throw ScriptError(file, at, "recursion deeper than " + std::to_string(maxDepth) + " calls (in " + p.name + ")");
   Frame& frame = frames_.emplace_back(Frame{&p, {}, {}});
   for (size_t i = 0; i < args.size(); ++i) frame.locals[FoldName(p.params[i])] = std::move(args[i]);
   const std::string caller = file_;
@@ -232,7 +235,7 @@ Value Interpreter::CallProcedure(const Procedure& p, std::vector<Value> args, Sc
   } catch (ScriptError& error) {
     file_ = caller;
     frames_.pop_back();
-    if (error.trail.size() < 8) error.trail.push_back("in " + p.name + ", called at " + Where(at));
+    if (error.trail.size() < 8) error.trail.push_back("in " + p.name + (from ? ", called at " + Where(at) : ""));
     throw;
   }
   file_ = caller;

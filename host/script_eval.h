@@ -77,7 +77,8 @@ class Interpreter {
   Flow Execute(const Stmt& s);
   Value Evaluate(const Expr& e);
   Value CallNamed(const Expr& e);
-  Value CallProcedure(const Procedure& p, std::vector<Value> args, ScriptPosition at);
+  // `at`: the call in the script; null when the library calls back.
+  Value CallProcedure(const Procedure& p, std::vector<Value> args, const ScriptPosition* at);
   Value CallFunction(const FunctionInfo& f, const Expr& e, std::vector<Value> args);
   Value Builtin(const std::string& folded, const Expr& e, const std::vector<Value>& args, bool& handled);
   Value* Find(const std::string& folded);
