@@ -42,8 +42,18 @@ struct Connection {
   HKey next = 0x1000;
 };
 
+void Drop(Connection& c, bool close);
+
+// Closed when the library is unloaded, so a VM that unloads it leaks neither
+// memory nor the database's file handles.
+struct ProcessConnection : Connection {
+  ~ProcessConnection() {
+    if (db && pid == getpid()) Drop(*this, true);
+  }
+};
+
 std::mutex gMutex;
-Connection gConnection;
+ProcessConnection gConnection;
 
 const char* const kSchema =
     "CREATE TABLE IF NOT EXISTS keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
