@@ -6,8 +6,14 @@
 #pragma once
 
 #include "component/frame.h"
+#include "files/file_io.h"
 
 namespace kp::syn {
+
+namespace filesyn {
+// A memory address arrives as a 32-bit integer, as on the device.
+inline uintptr_t Address(int32_t a) { return static_cast<uintptr_t>(static_cast<uint32_t>(a)); }
+}  // namespace filesyn
 
 // fRepAttribut/fDirAttribute
 inline constexpr KLSyntax kfDirAttribute[] = {
@@ -198,33 +204,41 @@ inline constexpr KLSyntax kfAttribute[] = {
 
 // fOuvre/fOpen
 inline constexpr KLSyntax kfOpen[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT | KL_T_FLAG_8000, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT | KL_T_FLAG_8000>()};
+    Syntax<files::Open, KL_T_INT, KL_T_TEXT_DIRECT | KL_T_FLAG_8000, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::Open(c, n, files::foReadWrite); }, KL_T_INT,
+           KL_T_TEXT_DIRECT | KL_T_FLAG_8000>()};
 
 // fFerme/fClose
 inline constexpr KLSyntax kfClose[] = {
-    Unavailable<KL_T_INT, KL_T_INT>()};
+    Syntax<files::Close, KL_T_INT, KL_T_INT>()};
 
 // fLitLigne/fReadLine
 // the pattern form takes any number of variables; the descriptor can only declare the first
 inline constexpr KLSyntax kfReadLine[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
+    Syntax<files::ReadLine, KL_T_TEXT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t h, std::u16string_view pattern, VariantArg v) {
+      return files::ReadLineInto(c, h, pattern, std::span<const VariantArg>(&v, 1));
+    }, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_VARIANT>()};
 
 // fEcritLigne/fWriteLine
 inline constexpr KLSyntax kfWriteLine[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<files::WriteLine, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, int32_t h, int32_t a, int32_t n) {
+      return files::WriteLineFromAddress(c, h, filesyn::Address(a), n);
+    }, KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t h, int32_t a, int32_t n) {
+      return files::WriteLineFromAddress(c, h, filesyn::Address(a), n);
+    }, KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // fPositionne/fSeek
 inline constexpr KLSyntax kfSeek[] = {
-    Unavailable<KL_T_INT64, KL_T_INT, KL_T_INT64, KL_T_INT>()};
+    Syntax<files::Seek, KL_T_INT64, KL_T_INT, KL_T_INT64, KL_T_INT>()};
 
 // fCrée/fCreate
 inline constexpr KLSyntax kfCreate[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::Create, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::Create(c, n, 0); }, KL_T_INT,
+           KL_T_TEXT_DIRECT>()};
 
 // fCopieFichier/fCopyFile
 inline constexpr KLSyntax kfCopyFile[] = {
@@ -282,8 +296,10 @@ inline constexpr KLSyntax kfSelectDir[] = {
 // fLit/fRead
 // the buffer comes back in a variant
 inline constexpr KLSyntax kfRead[] = {
-    Unavailable<KL_T_VARIANT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<files::Read, KL_T_VARIANT, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t h, int32_t n, int32_t a) {
+      return files::ReadToAddress(c, h, n, filesyn::Address(a));
+    }, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // fFiltreImage/fGraphicFilter
 // signature chosen here: () gives the picker filter of the image formats
@@ -292,14 +308,17 @@ inline constexpr KLSyntax kfGraphicFilter[] = {
 
 // fEcrit/fWrite
 inline constexpr KLSyntax kfWrite[] = {
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_BUFFER>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_BUFFER, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, int32_t h, std::span<const uint8_t> v) { return files::Write(c, h, v, -1); },
+           KL_T_INT, KL_T_INT, KL_T_BUFFER>(),
+    Syntax<files::Write, KL_T_INT, KL_T_INT, KL_T_BUFFER, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t h, int32_t a, int32_t n) {
+      return files::WriteFromAddress(c, h, filesyn::Address(a), n);
+    }, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // fTaille/fSize
 inline constexpr KLSyntax kfSize[] = {
     Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT64, KL_T_INT>()};
+    Syntax<files::SizeOfHandle, KL_T_INT64, KL_T_INT>()};
 
 // fRep/fDir
 inline constexpr KLSyntax kfDir[] = {
@@ -387,7 +406,7 @@ inline constexpr KLSyntax kfAttributeReadOnly[] = {
 
 // fChangeTaille/fChangeSize
 inline constexpr KLSyntax kfChangeSize[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT64>()};
+    Syntax<files::ChangeSize, KL_T_BOOL, KL_T_INT, KL_T_INT64>()};
 
 // fDateHeure/fDateTime
 // signature chosen here: the setting form answers whether the date-time was set
@@ -411,7 +430,7 @@ inline constexpr KLSyntax kfOpenTempFile[] = {
 // fNomFichier/fNameOfFile
 // signature chosen here: (handle) gives the name of the open file
 inline constexpr KLSyntax kfNameOfFile[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
+    Syntax<files::NameOfFile, KL_T_TEXT, KL_T_INT>()};
 
 // fMemAttend/fMemWait
 inline constexpr KLSyntax kfMemWait[] = {

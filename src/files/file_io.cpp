@@ -1,0 +1,414 @@
+// kp160std — the file-handle functions.
+#include "files/file_io.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <regex>
+#include <vector>
+
+#include "component/error.h"
+#include "component/messages.h"
+#include "files/path_rule.h"
+#include "platform/codepage.h"
+#include "platform/filesystem.h"
+#include "platform/platform.h"
+
+namespace kp::files {
+
+namespace fs = platform::fs;
+
+namespace {
+
+constexpr uint32_t kBlock = 160;
+constexpr uint32_t kPiece = 50;
+constexpr uint8_t kUnicodeEnd[4] = {0x0D, 0x00, 0x0A, 0x00};
+constexpr uint8_t kAnsiEnd[2] = {0x0D, 0x0A};
+constexpr uint8_t kMark[2] = {0xFF, 0xFE};
+
+HandleEntry* Valid(ExecContext* context, int32_t handle) {
+  HandleEntry* entry = Handles().Get(handle);
+  if (!entry) Raise(context, 80022, {handle});
+  return entry;
+}
+
+project::IXStream* DiskStream(HandleEntry* entry) {
+  return entry && entry->kind == HandleEntry::kDiskFile ? entry->stream.get() : nullptr;
+}
+
+bool Put(ExecContext* context, project::IXStream& stream, const void* data, size_t size) {
+  uint32_t done = 0;
+  if (stream.Write(data, static_cast<uint32_t>(size), &done) && done == size) return true;
+  RecordSystemError(context, stream.LastSystemError());
+  return false;
+}
+
+std::wstring Wide(std::u16string_view s) {
+  std::wstring out;
+  out.reserve(s.size());
+  for (size_t i = 0; i < s.size(); ++i) {
+    uint32_t c = s[i];
+    if (sizeof(wchar_t) == 4 && c >= 0xD800 && c <= 0xDBFF && i + 1 < s.size() && s[i + 1] >= 0xDC00 &&
+        s[i + 1] <= 0xDFFF)
+      c = 0x10000 + ((c - 0xD800) << 10) + (s[++i] - 0xDC00);
+    out += static_cast<wchar_t>(c);
+  }
+  return out;
+}
+
+std::u16string Narrow(std::wstring_view s) {
+  std::u16string out;
+  for (wchar_t w : s) {
+    const auto c = static_cast<uint32_t>(w);
+    if (c >= 0x10000) {
+      out += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
+      out += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
+    } else {
+      out += static_cast<char16_t>(c);
+    }
+  }
+  return out;
+}
+
+}  // namespace
+
+int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
+  if (!CheckAbsolute(context, name)) return -1;
+  std::unique_ptr<project::IXStream> stream;
+  try {
+    stream = std::make_unique<project::IXStream>();
+  } catch (const std::bad_alloc&) {
+    Raise(context, 80041);
+    return -1;
+  }
+  uint32_t access;
+  if (mode == 0 || (mode & foWrite))
+    access = fs::kGenericRead | fs::kGenericWrite;
+  else if (mode & foRead)
+    access = fs::kGenericRead;
+  else
+    access = fs::kGenericWrite;
+  const uint32_t share = fs::kShareRead | fs::kShareWrite;
+  uint32_t disposition = fs::kOpenExisting;
+  if (mode & foCreateIfNotExist)
+    disposition = fs::kOpenAlways;
+  else if (mode & foCreate)
+    disposition = fs::kCreateAlways;
+  const bool tracing = TraceActive(context);
+  const uint32_t before = tracing ? platform::TickCount() : 0;
+  bool created = false;
+  bool opened = stream->Open(name, access, share, disposition, fs::kFlagRandomAccess, &created);
+  if (!opened && tracing)
+    Trace(context, FormatText(MessageText(81701), {name, platform::TickCount() - before}));
+  // Kept on purpose: a file that refuses reading and writing may still take writing alone.
+  if (!opened && (mode & foWrite))
+    opened = stream->Open(name, fs::kGenericWrite, share, disposition, fs::kFlagRandomAccess, &created);
+  if (!opened) {
+    RecordSystemError(context, stream->LastSystemError());
+    return -1;
+  }
+  if ((mode & foAdd) && !stream->Seek(0, 2)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return -1;
+  }
+  auto entry = std::make_unique<HandleEntry>();
+  entry->stream = std::move(stream);
+  HandleEntry* raw = entry.get();
+  const int32_t handle = Handles().Add(std::move(entry));
+  if (handle < 0) {
+    Raise(context, 80021);
+    return -1;
+  }
+  if (!(mode & foUnicode)) return handle;
+  raw->unicode = true;
+  project::IXStream& s = *raw->stream;
+  if ((mode & foCreate) || ((mode & foCreateIfNotExist) && created)) {
+    // Kept on purpose: when the mark cannot be written the handle stays in the table.
+    if (!Put(context, s, kMark, sizeof kMark)) return -1;
+    return handle;
+  }
+  if (mode & foAdd) return handle;
+  uint8_t mark[2] = {};
+  uint32_t got = 0;
+  if (!s.Read(mark, 2, &got) || got != 2 || mark[0] != 0xFF || mark[1] != 0xFE) s.Seek(0, 0);
+  return handle;
+}
+
+int32_t Create(ExecContext* context, std::u16string_view name, int32_t mode) {
+  return Open(context, name, mode | foCreate | foReadWrite);
+}
+
+int32_t Close(ExecContext* context, int32_t handle) {
+  std::unique_ptr<HandleEntry> entry = Handles().Release(handle);
+  if (!entry) {
+    Raise(context, 80022, {handle});
+    return -1;
+  }
+  CloseEntry(*entry);
+  return 0;
+}
+
+bool ReadLinePiece(project::IXStream& stream, bool unicode, LinePiece* piece) {
+  piece->size = 0;
+  piece->finished = false;
+  const uint32_t unit = unicode ? 2 : 1;
+  const uint32_t endSize = unicode ? 4 : 2;
+  const int64_t start = stream.Position();
+  int64_t offset = 0;
+  uint8_t block[kBlock + 2];
+  while (true) {
+    if (!stream.Seek(start + offset, 0)) return false;
+    uint32_t got = 0;
+    if (!stream.Read(block, kBlock, &got)) return false;
+    if (got == 0) {
+      piece->finished = true;
+      return true;
+    }
+    uint32_t end = got;  // content before the terminator
+    bool found = false;
+    const uint32_t scanned = got;
+    for (uint32_t i = 0; i < scanned; i += unit) {
+      if (block[i] != 0x0D) continue;
+      if (unicode && (i + 1 >= scanned || block[i + 1] != 0)) continue;
+      // A carriage return that ends the block: two more bytes show the pair across the edge.
+      if (got == kBlock && i + unit == kBlock) {
+        uint32_t more = 0;
+        if (!stream.Read(block + kBlock, 2, &more)) return false;
+        got += more;
+      }
+      if (i + endSize <= got && std::memcmp(block + i, unicode ? kUnicodeEnd : kAnsiEnd, endSize) == 0) {
+        end = i;
+        found = true;
+        break;
+      }
+    }
+    if (!found) end = std::min<uint32_t>(got, kBlock);
+    const uint32_t n = std::min(end, kPiece - piece->size);
+    std::memcpy(piece->bytes + piece->size, block, n);
+    piece->size += n;
+    if (piece->size == kPiece) {
+      return stream.Seek(start + offset + n, 0);
+    }
+    if (found) {
+      piece->finished = true;
+      return stream.Seek(start + offset + end + endSize, 0);
+    }
+    if (got < kBlock) {
+      piece->finished = true;
+      return stream.Seek(start + offset + got, 0);
+    }
+    offset += kBlock;
+  }
+}
+
+bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line) {
+  line->clear();
+  std::string bytes;
+  LinePiece piece;
+  do {
+    if (!ReadLinePiece(stream, unicode, &piece)) return false;
+    if (unicode) {
+      for (uint32_t i = 0; i + 1 < piece.size; i += 2)
+        line->push_back(static_cast<char16_t>(piece.bytes[i] | (piece.bytes[i + 1] << 8)));
+    } else {
+      bytes.append(reinterpret_cast<const char*>(piece.bytes), piece.size);
+    }
+  } while (!piece.finished);
+  // The pieces are joined before conversion, so a character of a multi-byte
+  // code page cut between two pieces comes out whole.
+  if (!unicode) *line = platform::FromAnsi(bytes);
+  return true;
+}
+
+std::u16string ReadLine(ExecContext* context, int32_t handle) {
+  HandleEntry* entry = Valid(context, handle);
+  project::IXStream* stream = DiskStream(entry);
+  if (!stream) return {};
+  const int64_t size = stream->Size();
+  if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
+  std::u16string line;
+  if (!AssembleLine(*stream, entry->unicode, &line)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return {};
+  }
+  return line;
+}
+
+bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view pattern,
+                  std::span<const VariantArg> variables) {
+  HandleEntry* entry = Valid(context, handle);
+  project::IXStream* stream = DiskStream(entry);
+  if (!stream) return false;
+  std::u16string line;
+  if (!stream->ReadLine(&line, 256, entry->unicode)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return false;
+  }
+  if (!entry->unicode) {
+    std::string bytes(line.begin(), line.end());
+    line = platform::FromAnsi(bytes);
+  }
+  std::wregex re;
+  try {
+    re.assign(pattern.empty() ? std::wstring(L".*") : Wide(pattern), std::regex::ECMAScript);
+  } catch (const std::regex_error&) {
+    return false;
+  }
+  const std::wstring subject = Wide(line);
+  std::wsmatch match;
+  if (!std::regex_match(subject, match, re)) {
+    if (!variables.empty() && !AssignReference(context, variables[0], Value{std::u16string()})) return false;
+    return true;
+  }
+  for (size_t i = 0; i < variables.size() && i + 1 < match.size(); ++i) {
+    if (!match[i + 1].matched) break;
+    if (!AssignReference(context, variables[i], Value{Narrow(match[i + 1].str())})) return false;
+  }
+  return true;
+}
+
+Value Read(ExecContext* context, int32_t handle, int32_t count) {
+  HandleEntry* entry = Valid(context, handle);
+  project::IXStream* stream = DiskStream(entry);
+  if (!stream || count < 0) return Value{Bytes{}};
+  Bytes bytes;
+  // No more than the file still holds: a huge count must not cost a huge block.
+  const int64_t left = std::max<int64_t>(0, stream->Size() - stream->Position());
+  const uint32_t wanted = static_cast<uint32_t>(std::min<int64_t>(count, left));
+  try {
+    bytes.assign(static_cast<size_t>(wanted) + 1, 0);
+  } catch (const std::bad_alloc&) {
+    Raise(context, 80041);
+    return Value{Bytes{}};
+  }
+  uint32_t got = 0;
+  if (!stream->Read(bytes.data(), wanted, &got)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return Value{Bytes{}};
+  }
+  bytes.resize(got);
+  return Value{std::move(bytes)};
+}
+
+int32_t ReadToAddress(ExecContext* context, int32_t handle, int32_t count, uintptr_t address) {
+  void* memory = reinterpret_cast<void*>(address);
+  if (count < 0 || !fs::MemoryWritable(memory, static_cast<size_t>(count))) {
+    Raise(context, 81812);
+    return 0;
+  }
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return 0;
+  uint32_t got = 0;
+  if (!stream->Read(memory, static_cast<uint32_t>(count), &got)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return 0;
+  }
+  return static_cast<int32_t>(got);
+}
+
+bool WriteLine(ExecContext* context, int32_t handle, std::u16string_view text) {
+  HandleEntry* entry = Valid(context, handle);
+  project::IXStream* stream = DiskStream(entry);
+  if (!stream) return false;
+  if (entry->unicode) {
+    return Put(context, *stream, text.data(), text.size() * 2) && Put(context, *stream, kUnicodeEnd, 4);
+  }
+  const std::string ansi = platform::ToAnsi(text);
+  return Put(context, *stream, ansi.data(), ansi.size()) && Put(context, *stream, kAnsiEnd, 2);
+}
+
+bool WriteLineFromAddress(ExecContext* context, int32_t handle, uintptr_t address, int32_t count) {
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return false;
+  const void* memory = reinterpret_cast<const void*>(address);
+  if (count > 0 && !fs::MemoryReadable(memory, static_cast<size_t>(count))) {
+    Raise(context, 81812);
+    return true;
+  }
+  // Kept on purpose: this form always ends with a UTF-16 line end, and a
+  // failed write is recorded but still answers true.
+  if (count > 0) Put(context, *stream, memory, static_cast<size_t>(count));
+  Put(context, *stream, kUnicodeEnd, 4);
+  return true;
+}
+
+int32_t Write(ExecContext* context, int32_t handle, std::span<const uint8_t> bytes, int32_t count) {
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return -1;
+  size_t size = bytes.size();
+  if (count != -1) size = count < 0 ? 0 : std::min(size, static_cast<size_t>(count));
+  uint32_t done = 0;
+  if (size > 0 && !stream->Write(bytes.data(), static_cast<uint32_t>(size), &done)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return -1;
+  }
+  return static_cast<int32_t>(done);
+}
+
+int32_t WriteFromAddress(ExecContext* context, int32_t handle, uintptr_t address, int32_t count) {
+  const void* memory = reinterpret_cast<const void*>(address);
+  if (count < 0 || !fs::MemoryReadable(memory, static_cast<size_t>(count))) {
+    Raise(context, 81812);
+    return -1;
+  }
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return -1;
+  uint32_t done = 0;
+  if (count > 0 && !stream->Write(memory, static_cast<uint32_t>(count), &done)) {
+    RecordSystemError(context, stream->LastSystemError());
+    return -1;
+  }
+  return static_cast<int32_t>(done);
+}
+
+int64_t Seek(ExecContext* context, int32_t handle, int64_t position, int32_t origin) {
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return -1;
+  if (origin < 0 || origin > 2) {
+    Raise(context, 80023, {origin});
+    return -1;
+  }
+  if (!stream->Seek(position, static_cast<uint32_t>(origin))) {
+    RecordSystemError(context, stream->LastSystemError());
+    return -1;
+  }
+  return stream->Position();
+}
+
+bool ChangeSize(ExecContext* context, int32_t handle, int64_t size) {
+  HandleEntry* entry = Valid(context, handle);
+  if (!entry) return false;
+  project::IXStream* stream = DiskStream(entry);
+  if (!stream) {
+    Raise(context, 80406);
+    return false;
+  }
+  const int64_t old = stream->Position();
+  if (!stream->SetSize(size)) {
+    RecordSystemError(context, stream->LastSystemError());
+    stream->Seek(old, 0);
+    return false;
+  }
+  if (old == 0)
+    stream->Seek(0, 0);
+  else if (old >= size)
+    stream->Seek(size, 0);
+  else
+    stream->Seek(old, 0);
+  return true;
+}
+
+int64_t SizeOfHandle(ExecContext* context, int32_t handle) {
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  if (!stream) return -1;
+  const int64_t size = stream->Size();
+  if (size < 0) RecordSystemError(context, stream->LastSystemError());
+  return size;
+}
+
+std::u16string NameOfFile(ExecContext* context, int32_t handle) {
+  project::IXStream* stream = DiskStream(Valid(context, handle));
+  return stream ? stream->Name() : std::u16string();
+}
+
+}  // namespace kp::files

@@ -1,0 +1,22 @@
+// kp160std — the path rule.
+#include "files/path_rule.h"
+
+#include "component/error.h"
+#include "component/vm.h"
+
+namespace kp::files {
+
+bool CheckAbsolute(ExecContext* context, std::u16string_view name) {
+  if (IsAbsolute(name)) return true;
+  Raise(context, 80600, {name});
+  return false;
+}
+
+void RecordSystemError(ExecContext* context, uint32_t code) {
+  CXError* record = ErrorRecord(context);
+  Stamp(record);
+  SetLevel(record, 3);
+  SetSystemError(record, code);
+}
+
+}  // namespace kp::files

@@ -1,0 +1,125 @@
+// kp160std — the device's file system, in Win32 terms.
+//
+// Every name here is a device path: absolute, "\" or "/" separated
+// ("\My Documents\a.txt"). Calls follow the Win32 file API they are named
+// after: a failure returns the failure value and sets the thread's last error
+// (platform::LastError) to a Win32 number (2 file not found, 3 path not
+// found, 5 access denied, 80 file exists, 183 already exists, ...).
+//
+// On POSIX the device root is the directory <prefix>/fs (KP_PREFIX, see
+// posix/device.h), or the host's "/" when KP_NATIVE_ROOT=1. Names that differ
+// only in case find the same file (an exact match wins). No name reaches
+// outside the device root: ".." stops at the root, and a symbolic link whose
+// target lies outside it is refused with error 5. Hidden, system and archive
+// attributes live in the extended attribute "user.kp.attributes"; where the
+// host file system has none, files read as archive, names starting with "."
+// as hidden, and setting those bits is accepted but not kept. Read-only is
+// the owner's write permission.
+//
+// On Windows the device is the machine: the calls go to the real API.
+//
+// Thread-safety: every function may be called from any thread; a FileHandle
+// or FindHandle is used by one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kp::platform::fs {
+
+using FileHandle = intptr_t;
+constexpr FileHandle kInvalidFile = -1;
+
+// Access bits, sharing bits, dispositions and attributes: the Win32 values.
+constexpr uint32_t kGenericRead = 0x80000000u;
+constexpr uint32_t kGenericWrite = 0x40000000u;
+constexpr uint32_t kShareRead = 1;
+constexpr uint32_t kShareWrite = 2;
+constexpr uint32_t kCreateNew = 1;
+constexpr uint32_t kCreateAlways = 2;
+constexpr uint32_t kOpenExisting = 3;
+constexpr uint32_t kOpenAlways = 4;
+constexpr uint32_t kTruncateExisting = 5;
+constexpr uint32_t kFlagRandomAccess = 0x10000000u;
+
+constexpr uint32_t kAttrReadOnly = 0x01;
+constexpr uint32_t kAttrHidden = 0x02;
+constexpr uint32_t kAttrSystem = 0x04;
+constexpr uint32_t kAttrDirectory = 0x10;
+constexpr uint32_t kAttrArchive = 0x20;
+constexpr uint32_t kAttrNormal = 0x80;
+constexpr uint32_t kAttrCompressed = 0x800;
+constexpr uint32_t kInvalidAttributes = 0xFFFFFFFFu;
+
+// Times are FILETIME values: 100-nanosecond units since 1 January 1601, UTC.
+struct FileTimes {
+  int64_t creation = 0;
+  int64_t access = 0;
+  int64_t write = 0;
+};
+
+// `created` (optional) tells whether kOpenAlways/kCreateAlways made the file
+// anew (Win32: last error 183 when it existed).
+FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share, uint32_t disposition,
+                      uint32_t flags, bool* created = nullptr);
+bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* read);
+bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* written);
+// origin 0 begin, 1 current, 2 end; a position before the start fails (87).
+bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t* position);
+bool SetEndOfFile(FileHandle file);
+// -1 on failure.
+int64_t GetFileSize(FileHandle file);
+bool CloseHandle(FileHandle file);
+
+uint32_t GetFileAttributes(std::u16string_view name);
+bool SetFileAttributes(std::u16string_view name, uint32_t attributes);
+bool GetFileTimes(std::u16string_view name, FileTimes* times);
+// A zero field leaves that time unchanged.
+bool SetFileTimes(std::u16string_view name, const FileTimes& times);
+
+bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists);
+// Fails with 183 when the target exists, as the Win32 move does.
+bool MoveFile(std::u16string_view source, std::u16string_view target);
+// A read-only file is not deleted (5).
+bool DeleteFile(std::u16string_view name);
+bool CreateDirectory(std::u16string_view name);
+bool RemoveDirectory(std::u16string_view name);
+
+// Find: the pattern's last component may hold "*" and "?" (matched without
+// regard to case; "*.*" matches every name). "." and ".." are never returned.
+struct FindData {
+  uint32_t attributes = 0;
+  int64_t size = 0;
+  FileTimes times;
+  std::u16string name;
+};
+using FindHandle = intptr_t;
+constexpr FindHandle kInvalidFind = -1;
+// kInvalidFind with 2 (nothing matches) or 3 (no such directory).
+FindHandle FindFirstFile(std::u16string_view pattern, FindData* data);
+// false with 18 at the end.
+bool FindNextFile(FindHandle find, FindData* data);
+void FindClose(FindHandle find);
+
+// The temporary directory, with a trailing "\" (made when missing).
+std::u16string GetTempPath();
+// "<directory>\<up to 3 prefix characters><hex>.tmp", created empty; with a
+// non-zero `unique` the name is made from it and nothing is created. 0 on
+// failure.
+uint32_t GetTempFileName(std::u16string_view directory, std::u16string_view prefix, uint32_t unique,
+                         std::u16string* name);
+
+// Whether `count` bytes at `address` of this process can be read (written).
+bool MemoryReadable(const void* address, size_t count);
+bool MemoryWritable(void* address, size_t count);
+
+// A device path as the names below the device root, joined by "/" in UTF-8,
+// after the checks of CreateFile (case, links, no "." or ".."); nullopt for
+// the root itself or a name that cannot be resolved. For code that hands whole
+// files to another layer (the INI engine). On Windows: the name with "/" for
+// "\" and without its leading separator.
+std::optional<std::string> DeviceRelativePath(std::u16string_view name);
+
+}  // namespace kp::platform::fs
