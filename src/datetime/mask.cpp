@@ -2,6 +2,7 @@
 #include "datetime/mask.h"
 
 #include <array>
+#include <cstdint>
 #include <vector>
 
 #include "datetime/names.h"
@@ -19,9 +20,11 @@ struct Token {
   std::u16string_view text;  // literal text
 };
 
-size_t Run(std::u16string_view s, size_t i) {
+// A date token is at most four letters long: looking no further keeps a mask
+// of a long run of one letter linear.
+size_t Run(std::u16string_view s, size_t i, size_t limit = SIZE_MAX) {
   size_t n = 1;
-  while (i + n < s.size() && s[i + n] == s[i]) ++n;
+  while (n < limit && i + n < s.size() && s[i + n] == s[i]) ++n;
   return n;
 }
 
@@ -29,7 +32,7 @@ size_t Run(std::u16string_view s, size_t i) {
 size_t CapitalRun(std::u16string_view s, size_t i) {
   const char16_t lower = static_cast<char16_t>(s[i] + 32);
   size_t n = 1;
-  while (i + n < s.size() && s[i + n] == lower) ++n;
+  while (n < 4 && i + n < s.size() && s[i + n] == lower) ++n;
   return n;
 }
 
@@ -57,7 +60,7 @@ std::vector<Token> DateTokens(std::u16string_view mask) {
         i += static_cast<size_t>(width);
         continue;
       }
-      const size_t run = Run(mask, i);
+      const size_t run = Run(mask, i, 4);
       const int width = run >= 4 ? 4 : static_cast<int>(run);
       if (width >= 3)
         out.push_back({month ? Kind::MonthName : Kind::DayName, width, Case::AsGiven, {}});
@@ -67,7 +70,7 @@ std::vector<Token> DateTokens(std::u16string_view mask) {
       continue;
     }
     if (c == u'A' || c == u'Y') {
-      const size_t run = Run(mask, i);
+      const size_t run = Run(mask, i, 4);
       if (run >= 2) {
         const int width = run >= 4 ? 4 : 2;
         out.push_back({Kind::Year, width, Case::AsGiven, {}});
