@@ -15,6 +15,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "platform/posix/broken_down_time.h"
 #include "platform/posix/device.h"
 #include "platform/win32_errors.h"
 
@@ -81,14 +82,7 @@ bool SetLocalTime(const SystemTime& t) {
     SetLastError(win32::kInvalidParameter);
     return false;
   }
-  tm local{};
-  local.tm_year = t.year - 1900;
-  local.tm_mon = t.month - 1;
-  local.tm_mday = t.day;
-  local.tm_hour = t.hour;
-  local.tm_min = t.minute;
-  local.tm_sec = t.second;
-  local.tm_isdst = -1;
+  tm local = ToLocalTm(t);
   errno = 0;
   const time_t wanted = mktime(&local);
   if (wanted == static_cast<time_t>(-1) && errno != 0) {

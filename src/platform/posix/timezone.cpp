@@ -9,6 +9,7 @@
 #include <chrono>
 #include <string_view>
 
+#include "platform/posix/broken_down_time.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform {
@@ -70,15 +71,7 @@ std::optional<int32_t> ZoneBias(const SystemTime& t, bool asUniversal) {
     const sys_days days{year_month_day{year{t.year}, month{t.month}, day{t.day}}};
     when = static_cast<time_t>(days.time_since_epoch().count()) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
   } else {
-    // mktime decides daylight saving itself at that local moment.
-    tm local{};
-    local.tm_year = t.year - 1900;
-    local.tm_mon = t.month - 1;
-    local.tm_mday = t.day;
-    local.tm_hour = t.hour;
-    local.tm_min = t.minute;
-    local.tm_sec = t.second;
-    local.tm_isdst = -1;
+    tm local = ToLocalTm(t);
     when = mktime(&local);
     if (when == static_cast<time_t>(-1) && !(local.tm_year == 69 && local.tm_mon == 11 && local.tm_mday == 31)) {
       SetLastError(win32::kInvalidParameter);
