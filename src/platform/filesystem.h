@@ -76,7 +76,8 @@ bool CloseHandle(FileHandle file);
 uint32_t GetFileAttributes(std::u16string_view name);
 bool SetFileAttributes(std::u16string_view name, uint32_t attributes);
 bool GetFileTimes(std::u16string_view name, FileTimes* times);
-// A zero field leaves that time unchanged.
+// A zero field leaves that time unchanged. POSIX keeps no creation time: it
+// reads as the change time and setting it fails with 50.
 bool SetFileTimes(std::u16string_view name, const FileTimes& times);
 
 bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists);

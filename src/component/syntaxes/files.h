@@ -7,6 +7,8 @@
 
 #include "component/frame.h"
 #include "files/file_io.h"
+#include "files/paths.h"
+#include "files/text.h"
 
 namespace kp::syn {
 
@@ -17,17 +19,17 @@ inline uintptr_t Address(int32_t a) { return static_cast<uintptr_t>(static_cast<
 
 // fRepAttribut/fDirAttribute
 inline constexpr KLSyntax kfDirAttribute[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+    Syntax<files::DirAttribute, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::SetDirAttribute, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
 
 // fCompare/fCompare
 // signature chosen here: true when both files have the same content
 inline constexpr KLSyntax kfCompare[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::Compare, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
 
 // fExtraitChemin/fExtractPath
 inline constexpr KLSyntax kfExtractPath[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<files::ExtractPath, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // _zipCrée_old/_zipCreate_old
 // signature chosen here: an archive is named by a text; (archive, file[, part size])
@@ -182,13 +184,13 @@ inline constexpr KLSyntax k_zipCurrentFile_old[] = {
 
 // fRépertoireTemp/fTempPath
 inline constexpr KLSyntax kfTempPath[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<files::TempPath, KL_T_TEXT>()};
 
 // fFichierTemp/fTempFile
 inline constexpr KLSyntax kfTempFile[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<[](ExecContext* c) { return files::TempFile(c, {}, {}); }, KL_T_TEXT>(),
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::TempFile(c, p, {}); }, KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Syntax<files::TempFile, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // _zipChangeChemin_old/_zipChangePath_old
 // signature chosen here: an archive is named by a text; (archive, file name or index, new path)
@@ -199,8 +201,8 @@ inline constexpr KLSyntax k_zipChangePath_old[] = {
 // fAttribut/fAttribute
 // signature chosen here: (name) reads the attribute letters, (name, letters) sets them
 inline constexpr KLSyntax kfAttribute[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+    Syntax<files::Attribute, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::SetAttribute, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
 
 // fOuvre/fOpen
 inline constexpr KLSyntax kfOpen[] = {
@@ -242,56 +244,60 @@ inline constexpr KLSyntax kfCreate[] = {
 
 // fCopieFichier/fCopyFile
 inline constexpr KLSyntax kfCopyFile[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view a, std::u16string_view b) { return files::CopyFile(c, a, b, 0); },
+           KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::CopyFile, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fRenomme/fRename
 inline constexpr KLSyntax kfRename[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::Rename, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
 
 // fSupprime/fDelete
 inline constexpr KLSyntax kfDelete[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::Delete(c, n, 0); }, KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Syntax<files::Delete, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fSélecteur/fSelect
 // signature chosen here: (directory, file, title[, filter[, default extension[, options]]])
 inline constexpr KLSyntax kfSelect[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view, std::u16string_view) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view, std::u16string_view, std::u16string_view) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL,
+           KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view, std::u16string_view, std::u16string_view, std::u16string_view) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL,
+           KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view, std::u16string_view, std::u16string_view, std::u16string_view, int32_t) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT,
+           KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // fRepCrée/fMakeDir
 inline constexpr KLSyntax kfMakeDir[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+    Syntax<files::MakeDir, KL_T_BOOL, KL_T_TEXT_DIRECT>()};
 
 // fRepSupprime/fRemoveDir
 inline constexpr KLSyntax kfRemoveDir[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::RemoveDir(c, p, 0); }, KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Syntax<files::RemoveDir, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fDate/fDate
 // signature chosen here: the setting form answers whether the date was set
 inline constexpr KLSyntax kfDate[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::FileDate(c, n, files::fModification); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::FileDate, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Syntax<files::SetFileDate, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // fHeure/fTime
 // signature chosen here: the setting form answers whether the time was set
 inline constexpr KLSyntax kfTime[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::FileTime(c, n, files::fModification); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::FileTime, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Syntax<files::SetFileTime, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // fRepSélecteur/fSelectDir
 // signature chosen here: ([start directory[, title[, options]]])
 inline constexpr KLSyntax kfSelectDir[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return files::Picker(c); }, KL_T_TEXT>(),
+    Syntax<[](ExecContext* c, std::u16string_view) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view, std::u16string_view, int32_t) { return files::Picker(c); }, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // fLit/fRead
 // the buffer comes back in a variant
@@ -317,21 +323,23 @@ inline constexpr KLSyntax kfWrite[] = {
 
 // fTaille/fSize
 inline constexpr KLSyntax kfSize[] = {
-    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT>(),
+    Syntax<files::FileSize, KL_T_INT64, KL_T_TEXT_DIRECT>(),
     Syntax<files::SizeOfHandle, KL_T_INT64, KL_T_INT>()};
 
 // fRep/fDir
 inline constexpr KLSyntax kfDir[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::Dir(c, p, files::frFile); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::Dir, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fListeFichier/fListFile
 inline constexpr KLSyntax kfListFile[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p, std::u16string_view f) { return files::ListFilesWith(c, p, f, 0, 0); }, KL_T_INT, KL_T_TEXT_DIRECT,
+           KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view p, std::u16string_view f, int32_t u) { return files::ListFilesWith(c, p, f, u, 0); }, KL_T_INT,
+           KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<files::ListFilesWith, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::ListFiles(c, p, 0); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::ListFiles, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fCrypte/fCrypt
 // signature chosen here: (source, destination, password[, method[, encoding]])
@@ -358,19 +366,19 @@ inline constexpr KLSyntax k_zipCreateExe_old[] = {
 
 // fRepCrée_55/fMakeDir_55
 inline constexpr KLSyntax kfMakeDir_55[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::MakeDir55, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // fChargeTexte/fLoadText
 inline constexpr KLSyntax kfLoadText[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::LoadText, KL_T_TEXT, KL_T_TEXT_DIRECT>()};
 
 // fSauveTexte/fSaveText
 inline constexpr KLSyntax kfSaveText[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_VARIANT>()};
+    Syntax<files::SaveTextArg, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_VARIANT>()};
 
 // fFichierExiste/fFileExist
 inline constexpr KLSyntax kfFileExist[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+    Syntax<files::FileExists, KL_T_BOOL, KL_T_TEXT_DIRECT>()};
 
 // _zipAjouteListeFichier_old/_zipAddFileList_old
 // signature chosen here: an archive is named by a text; (archive, list of files)
@@ -384,25 +392,27 @@ inline constexpr KLSyntax k_zipDeleteFileList_old[] = {
 
 // fRépertoireExiste/fDirectoryExist
 inline constexpr KLSyntax kfDirectoryExist[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>()};
+    Syntax<files::DirectoryExists, KL_T_BOOL, KL_T_TEXT_DIRECT>()};
 
 // fDéplaceFichier/fMoveFile
 inline constexpr KLSyntax kfMoveFile[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
+    Syntax<files::Rename, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>()};
 
 // fListeRépertoire/fListDirectory
 inline constexpr KLSyntax kfListDirectory[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p, std::u16string_view f) { return files::ListDirectoriesWith(c, p, f, 0, 0); }, KL_T_INT, KL_T_TEXT_DIRECT,
+           KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view p, std::u16string_view f, int32_t u) { return files::ListDirectoriesWith(c, p, f, u, 0); }, KL_T_INT,
+           KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<files::ListDirectoriesWith, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::ListDirectories(c, p, 0); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::ListDirectories, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fAttributLectureSeule/fAttributeReadOnly
 // signature chosen here: (name[, read-only])
 inline constexpr KLSyntax kfAttributeReadOnly[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_BOOL>()};
+    Syntax<files::ReadOnlyAttribute, KL_T_BOOL, KL_T_TEXT_DIRECT>(),
+    Syntax<files::SetReadOnlyAttribute, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_BOOL>()};
 
 // fChangeTaille/fChangeSize
 inline constexpr KLSyntax kfChangeSize[] = {
@@ -411,21 +421,22 @@ inline constexpr KLSyntax kfChangeSize[] = {
 // fDateHeure/fDateTime
 // signature chosen here: the setting form answers whether the date-time was set
 inline constexpr KLSyntax kfDateTime[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::FileDateTime(c, n, files::fModification); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::FileDateTime, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Syntax<files::SetFileDateTime, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // fRepTaille/fDirSize
 inline constexpr KLSyntax kfDirSize[] = {
-    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT64, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::DirSize(c, p, 0); }, KL_T_INT64, KL_T_TEXT_DIRECT>(),
+    Syntax<files::DirSize, KL_T_INT64, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fOuvreFichierTemp/fOpenTempFile
 inline constexpr KLSyntax kfOpenTempFile[] = {
-    Unavailable<KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<[](ExecContext* c) { return files::OpenTempFile(c, 0, {}, {}); }, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t m) { return files::OpenTempFile(c, m, {}, {}); }, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t m, std::u16string_view p) { return files::OpenTempFile(c, m, p, {}); }, KL_T_INT, KL_T_INT,
+           KL_T_TEXT_CELL>(),
+    Syntax<files::OpenTempFile, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // fNomFichier/fNameOfFile
 // signature chosen here: (handle) gives the name of the open file
@@ -451,18 +462,19 @@ inline constexpr KLSyntax kfMemExist[] = {
 
 // fRepParent/fParentDir
 inline constexpr KLSyntax kfParentDir[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::ParentDir(c, p, 0); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::ParentDir, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fSéparateur/fSeparator
 // signature chosen here: the third form takes the separator itself
 inline constexpr KLSyntax kfSeparator[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::Separator(c, p, files::fSeparatorPlatform); }, KL_T_TEXT,
+           KL_T_TEXT_DIRECT>(),
+    Syntax<files::Separator, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>(),
+    Syntax<files::SeparatorText, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
 
 // fSep/fSep
 inline constexpr KLSyntax kfSep[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<files::Sep, KL_T_TEXT>()};
 
 }  // namespace kp::syn

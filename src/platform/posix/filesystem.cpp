@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -508,6 +509,8 @@ bool SetFileTimes(std::u16string_view name, const FileTimes& times) {
   Resolved r;
   if (!Resolve(name, &r)) return false;
   if (!r.exists) return Fail(win32::kFileNotFound);
+  // The host keeps no creation time that could be set.
+  if (times.creation) return Fail(win32::kNotSupported);
   timespec t[2];
   t[0] = times.access ? FromFileTime(times.access) : timespec{0, UTIME_OMIT};
   t[1] = times.write ? FromFileTime(times.write) : timespec{0, UTIME_OMIT};
@@ -679,7 +682,10 @@ uint32_t GetTempFileName(std::u16string_view directory, std::u16string_view pref
     *name = make(unique);
     return unique & 0xFFFF;
   }
-  const auto start = static_cast<uint32_t>((static_cast<uint64_t>(time(nullptr)) ^ (getpid() << 4)) & 0xFFFF);
+  // A process-wide counter keeps two calls apart even when the first name was deleted again.
+  static std::atomic<uint32_t> calls{0};
+  const auto start = static_cast<uint32_t>(
+      ((static_cast<uint64_t>(time(nullptr)) ^ (getpid() << 4)) + calls.fetch_add(1) * 7919) & 0xFFFF);
   for (uint32_t i = 0; i < 0x10000; ++i) {
     const uint32_t n = ((start + i) & 0xFFFF) ? (start + i) & 0xFFFF : 1;
     const std::u16string candidate = make(n);

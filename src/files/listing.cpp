@@ -1,0 +1,254 @@
+// kp160std — fRep's enumeration, fRepTaille and the tree walks of
+// fListeFichier and fListeRépertoire.
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "component/error.h"
+#include "component/vm.h"
+#include "files/fs_layer.h"
+#include "files/path_rule.h"
+#include "files/paths.h"
+#include "files/times.h"
+#include "platform/filesystem.h"
+#include "platform/platform.h"
+#include "platform/win32_errors.h"
+
+namespace kp::files {
+
+namespace fs = platform::fs;
+
+namespace {
+
+// --- fRep: one enumeration per library ------------------------------------
+struct DirEnumeration {
+  fs::FindHandle find = fs::kInvalidFind;
+  bool directories = false;
+  ~DirEnumeration() { Close(); }
+  void Close() {
+    if (find != fs::kInvalidFind) fs::FindClose(find);
+    find = fs::kInvalidFind;
+  }
+};
+DirEnumeration& Enumeration() {
+  static DirEnumeration state;
+  return state;
+}
+
+bool Wanted(const fs::FindData& d, bool directories) { return ((d.attributes & fs::kAttrDirectory) != 0) == directories; }
+
+// --- walks -----------------------------------------------------------------
+std::vector<fs::FindData> Entries(const std::u16string& pattern) {
+  std::vector<fs::FindData> out;
+  fs::FindData data;
+  const fs::FindHandle h = fs::FindFirstFile(pattern, &data);
+  if (h == fs::kInvalidFind) return out;
+  do out.push_back(data);
+  while (fs::FindNextFile(h, &data));
+  fs::FindClose(h);
+  return out;
+}
+
+std::u16string Ascii(const char* s) { return std::u16string(s, s + std::char_traits<char>::length(s)); }
+
+std::u16string FullInformation(const std::u16string& fullName, const fs::FindData& d) {
+  const platform::SystemTime t = LocalFromFileTime(d.times.write);
+  char when[32];
+  std::snprintf(when, sizeof when, "%04i%02i%02i%02i%02i%02i", t.year, t.month, t.day, t.hour, t.minute, t.second);
+  std::u16string letters;
+  if (d.attributes & fs::kAttrArchive) letters += u'A';
+  if (d.attributes & fs::kAttrDirectory) letters += u'D';
+  if (d.attributes & fs::kAttrHidden) letters += u'H';
+  if (d.attributes & fs::kAttrReadOnly) letters += u'R';
+  if (d.attributes & fs::kAttrSystem) letters += u'S';
+  if (d.attributes & fs::kAttrCompressed) letters += u'C';
+  return fullName + u"\t" + Ascii(std::to_string(d.size).c_str()) + u"\t" + Ascii(when) + u"\t" + letters;
+}
+
+struct Walk {
+  ExecContext* context;
+  bool directories;  // fListeRépertoire
+  int32_t options;
+  uintptr_t procedure = 0;
+  int32_t userValue = 0;
+  std::u16string startDirectory;
+  std::u16string previousDirectory;
+  bool first = true;
+  bool stopped = false;
+  int32_t count = 0;
+  std::u16string list;
+
+  bool Report(const std::u16string& dir, const fs::FindData& d) {
+    ++count;
+    if (!procedure) {
+      if (!list.empty()) list += u"\r\n";
+      list += (options & frFullInformation) ? FullInformation(dir + d.name, d) : dir + d.name;
+      return true;
+    }
+    int32_t flag = flFile;
+    if (first && dir == startDirectory)
+      flag = flFirstFile;
+    else if (first || dir != previousDirectory)
+      flag = flChangeDir;
+    first = false;
+    previousDirectory = dir;
+    const Value args[] = {Value{dir}, Value{d.name}, Value{flag}, Value{userValue}};
+    Value result;
+    if (!CallProcedure(context, procedure, args, &result)) return false;
+    if (const bool* b = std::get_if<bool>(&result)) return *b;
+    if (const int32_t* i = std::get_if<int32_t>(&result)) return *i != 0;
+    return true;
+  }
+
+  void Visit(const std::u16string& dir, std::u16string_view namePattern) {
+    for (const fs::FindData& d : Entries(dir + std::u16string(namePattern))) {
+      if (stopped) return;
+      const bool isDir = d.attributes & fs::kAttrDirectory;
+      if (isDir != directories) continue;
+      if (!isDir && (options & frNoHiddenFile) && (d.attributes & fs::kAttrHidden)) continue;
+      if (isDir && (options & frNoHiddenDirectory) && (d.attributes & fs::kAttrHidden)) continue;
+      if (!Report(dir, d)) stopped = true;
+    }
+    if (stopped || (options & frNotRecursive)) return;
+    for (const fs::FindData& d : Entries(dir + u"*.*")) {
+      if (stopped) return;
+      if (!(d.attributes & fs::kAttrDirectory)) continue;
+      if ((options & frNoHiddenDirectory) && (d.attributes & fs::kAttrHidden)) continue;
+      Visit(dir + d.name + u"\\", namePattern);
+    }
+  }
+};
+
+bool StartWalk(ExecContext* context, std::u16string_view pattern, Walk* walk, std::u16string_view* namePattern) {
+  if (pattern.size() > kMaxPath) {
+    Raise(context, 80058, {pattern});
+    return false;
+  }
+  if (!CheckAbsolute(context, pattern)) return false;
+  const size_t slash = pattern.find_last_of(u"\\/");
+  walk->startDirectory = std::u16string(pattern.substr(0, slash + 1));
+  *namePattern = pattern.substr(slash + 1);
+  if (namePattern->empty()) *namePattern = u"*.*";
+  // The Escape key is read once before the walk; the device here has no
+  // keyboard of its own, so frInterruptible never stops a walk.
+  return true;
+}
+
+std::u16string ListText(ExecContext* context, std::u16string_view pattern, int32_t options, bool directories) {
+  Walk walk{context, directories, options};
+  std::u16string_view names;
+  if (!StartWalk(context, pattern, &walk, &names)) return {};
+  walk.Visit(walk.startDirectory, names);
+  return walk.list;
+}
+
+int32_t ListWith(ExecContext* context, std::u16string_view pattern, std::u16string_view procedure, int32_t userValue,
+                 int32_t options, bool directories) {
+  Walk walk{context, directories, options};
+  std::u16string_view names;
+  if (!StartWalk(context, pattern, &walk, &names)) return 0;
+  walk.procedure = FindProcedure(context, procedure);
+  if (!walk.procedure) return 0;
+  walk.userValue = userValue;
+  walk.Visit(walk.startDirectory, names);
+  return walk.count;
+}
+
+// fRepTaille's walk: -1 on failure (the error is recorded).
+int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options) {
+  int64_t total = 0;
+  fs::FindData d;
+  const fs::FindHandle h = fs::FindFirstFile(dir + u"*", &d);
+  if (h == fs::kInvalidFind) {
+    const uint32_t code = platform::LastError();
+    if (code == win32::kFileNotFound || code == win32::kNoMoreFiles) return 0;
+    if (options & frIgnoreError) return 0;
+    Raise(context, 5261, {dir});
+    SetSystemError(context, code);
+    return -1;
+  }
+  std::unique_ptr<void, void (*)(void*)> closer(reinterpret_cast<void*>(h),
+                                                [](void* p) { fs::FindClose(reinterpret_cast<fs::FindHandle>(p)); });
+  do {
+    if (!(d.attributes & fs::kAttrDirectory)) {
+      // Kept on purpose: only the low 32 bits of each size count.
+      total += static_cast<uint32_t>(d.size);
+      continue;
+    }
+    if (options & frNotRecursive) continue;
+    if (dir.size() + d.name.size() + 1 > kMaxPath) {
+      Raise(context, 81512, {d.name});
+      return -1;
+    }
+    const int64_t sub = SizeOf(context, dir + d.name + u"\\", options);
+    if (sub < 0) return -1;
+    total += sub;
+  } while (fs::FindNextFile(h, &d));
+  const uint32_t code = platform::LastError();
+  if (code != win32::kNoMoreFiles && !(options & frIgnoreError)) {
+    Raise(context, 5261, {dir});
+    SetSystemError(context, code);
+    return -1;
+  }
+  return total;
+}
+
+}  // namespace
+
+std::u16string Dir(ExecContext* context, std::u16string_view pattern, int32_t attributes) {
+  if (attributes != fPathUnicode && attributes != frFile && attributes != frDirectoryAttr &&
+      attributes != fPathUnicode + frFile && attributes != fPathUnicode + frDirectoryAttr) {
+    Raise(context, 80053, {attributes});
+    return {};
+  }
+  DirEnumeration& e = Enumeration();
+  fs::FindData d;
+  if (!pattern.empty()) {
+    e.Close();
+    e.directories = (attributes & 0xFFF) == frDirectoryAttr;
+    const std::u16string full = e.directories ? layer::WithSeparator(pattern) + u"*.*" : std::u16string(pattern);
+    e.find = fs::FindFirstFile(full, &d);
+    if (e.find == fs::kInvalidFind) return {};
+    if (Wanted(d, e.directories)) return d.name;
+  } else if (e.find == fs::kInvalidFind) {
+    Raise(context, 80054);
+    return {};
+  }
+  while (fs::FindNextFile(e.find, &d)) {
+    if (Wanted(d, e.directories)) return d.name;
+  }
+  e.Close();
+  return {};
+}
+
+void EndDirEnumeration() { Enumeration().Close(); }
+
+std::u16string ListFiles(ExecContext* context, std::u16string_view pattern, int32_t options) {
+  return ListText(context, pattern, options, false);
+}
+std::u16string ListDirectories(ExecContext* context, std::u16string_view pattern, int32_t options) {
+  return ListText(context, pattern, options, true);
+}
+int32_t ListFilesWith(ExecContext* context, std::u16string_view pattern, std::u16string_view procedure,
+                      int32_t userValue, int32_t options) {
+  return ListWith(context, pattern, procedure, userValue, options, false);
+}
+int32_t ListDirectoriesWith(ExecContext* context, std::u16string_view pattern, std::u16string_view procedure,
+                            int32_t userValue, int32_t options) {
+  return ListWith(context, pattern, procedure, userValue, options, true);
+}
+
+int64_t DirSize(ExecContext* context, std::u16string_view path, int32_t options) {
+  if (path.empty()) {
+    Raise(context, 80059);
+    return -1;
+  }
+  if (path.size() >= kMaxPath) {
+    Raise(context, 81506, {path});
+    return -1;
+  }
+  if (!CheckAbsolute(context, path)) return -1;
+  return SizeOf(context, layer::WithSeparator(path), options);
+}
+
+}  // namespace kp::files
