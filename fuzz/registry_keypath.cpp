@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "registry/device_path.h"
+#include "platform/filesystem.h"
 #include "registry/keypath.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                        p.rootName == u"HKEY_LOCAL_MACHINE" || p.rootName == u"HKEY_USERS";
   if (handled != (p.root != 0)) abort();
 
-  if (auto relative = kp::registry::DeviceRelativePath(path)) {
+  if (auto relative = kp::platform::fs::DeviceRelativePath(path)) {
     // Never empty, never an empty, "." or ".." component: it stays under the root.
     if (relative->empty() || relative->front() == '/' || relative->back() == '/') abort();
     size_t start = 0;

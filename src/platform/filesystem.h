@@ -117,8 +117,9 @@ bool MemoryReadable(const void* address, size_t count);
 bool MemoryWritable(void* address, size_t count);
 
 // A device path as the names below the device root, joined by "/" in UTF-8,
-// after the checks of CreateFile (case, links, no "." or ".."); nullopt for
-// the root itself or a name that cannot be resolved. For code that hands whole
+// after the checks of CreateFile (case, links, no "." or ".."); missing
+// directories are kept as named, so that a writer may create them. nullopt
+// for the root itself or a name that cannot be resolved. For code that hands whole
 // files to another layer (the INI engine). On Windows: the name with "/" for
 // "\" and without its leading separator.
 std::optional<std::string> DeviceRelativePath(std::u16string_view name);

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "component/vm.h"
+#include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
-#include "registry/device_path.h"
 #include "registry/text.h"
 
 namespace kp::registry {
@@ -154,7 +154,7 @@ std::u16string IniRead(std::u16string_view section, std::u16string_view key,
   if (capacity == 0) return {};
   std::u16string answer(fallback.value_or(std::u16string_view()));
   std::string bytes;
-  const auto path = DeviceRelativePath(file);
+  const auto path = platform::fs::DeviceRelativePath(file);
   if (path && platform::reg::ReadDeviceFile(*path, &bytes) == win32::kSuccess) {
     if (auto found = IniReadBytes(bytes, ToAnsi(section), ToAnsi(key))) answer = FromAnsi(*found);
   }
@@ -165,7 +165,7 @@ std::u16string IniRead(std::u16string_view section, std::u16string_view key,
 bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> key,
               std::optional<std::u16string_view> value, std::u16string_view file) {
   if (section.empty()) return false;
-  const auto path = DeviceRelativePath(file);
+  const auto path = platform::fs::DeviceRelativePath(file);
   if (!path) return false;
   std::string bytes;
   const uint32_t rc = platform::reg::ReadDeviceFile(*path, &bytes);
@@ -180,14 +180,14 @@ bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> ke
 }
 
 bool IniDeleteFile(std::u16string_view file) {
-  const auto path = DeviceRelativePath(file);
+  const auto path = platform::fs::DeviceRelativePath(file);
   if (!path) return false;
   const uint32_t rc = platform::reg::DeleteDeviceFile(*path);
   return rc == win32::kSuccess || rc == win32::kFileNotFound;
 }
 
 int64_t IniFileSize(std::u16string_view file) {
-  const auto path = DeviceRelativePath(file);
+  const auto path = platform::fs::DeviceRelativePath(file);
   return path ? platform::reg::DeviceFileSize(*path) : -1;
 }
 

@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "component/error.h"
+#include "files/path_rule.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
-#include "registry/device_path.h"
 #include "registry/ini.h"
 #include "registry/registry.h"
 #include "registry/text.h"
@@ -106,7 +106,7 @@ bool Resolve(ExecContext* context, CParameterStore& store, bool writing) {
     const std::u16string directory = ProjectQuery(context, KL_PROJECT_DIRECTORY);
     if (s.iniPath.empty()) {
       s.iniPath = JoinDevicePath(directory, ProjectQuery(context, KL_PROJECT_NAME) + u".ini");
-    } else if (!IsAbsoluteDevicePath(s.iniPath)) {
+    } else if (!files::IsAbsolute(s.iniPath)) {
       s.iniPath = JoinDevicePath(directory, s.iniPath);  // beside the default INI file
     }
   }

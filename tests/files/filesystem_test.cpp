@@ -101,6 +101,15 @@ TEST_F(PathResolution, SymbolicLinksLeadingOutsideAreRefused) {
   EXPECT_EQ(names, (std::vector<std::u16string>{u"alias", u"real"}));
 }
 
+TEST_F(PathResolution, RelativePathsForTheIniEngine) {
+  PutFile("Windows/Win.ini", "");
+  EXPECT_EQ(fs::DeviceRelativePath(u"\\WINDOWS\\win.INI"), "Windows/Win.ini");
+  EXPECT_EQ(fs::DeviceRelativePath(u"\\windows\\new\\deeper.ini"), "Windows/new/deeper.ini");
+  ASSERT_EQ(symlink("/etc", Host("etc").c_str()), 0);
+  EXPECT_EQ(fs::DeviceRelativePath(u"\\etc\\passwd"), std::nullopt);
+  EXPECT_EQ(fs::DeviceRelativePath(u"\\"), std::nullopt);
+}
+
 TEST_F(PathResolution, NativeRootMapsTheHostRoot) {
   setenv("KP_NATIVE_ROOT", "1", 1);
   std::ofstream(dir_ + "/native.txt") << "n";

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "registry/device_path.h"
+#include "platform/filesystem.h"
 #include "registry/ini.h"
 #include "registry_fixture.h"
 
@@ -54,14 +54,14 @@ TEST(IniEngine, WritesInPlace) {
 }
 
 TEST(IniDevicePath, MapsAbsolutePathsAndRefusesEscapes) {
-  EXPECT_EQ(registry::DeviceRelativePath(u"\\Windows\\win.ini"), "Windows/win.ini");
-  EXPECT_EQ(registry::DeviceRelativePath(u"/x//y.ini"), "x/y.ini");
-  EXPECT_EQ(registry::DeviceRelativePath(u"\\Mes documents\\été.ini"), "Mes documents/\xC3\xA9t\xC3\xA9.ini");
-  EXPECT_EQ(registry::DeviceRelativePath(u"relative.ini"), std::nullopt);
-  EXPECT_EQ(registry::DeviceRelativePath(u"\\a\\..\\..\\etc\\passwd"), std::nullopt);
-  EXPECT_EQ(registry::DeviceRelativePath(u"/a/./b"), std::nullopt);
-  EXPECT_EQ(registry::DeviceRelativePath(u"\\"), std::nullopt);
-  EXPECT_EQ(registry::DeviceRelativePath(std::u16string(u"\\a\0b", 4)), std::nullopt);
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"\\Windows\\win.ini"), "Windows/win.ini");
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"/x//y.ini"), "x/y.ini");
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"\\Mes documents\\été.ini"), "Mes documents/\xC3\xA9t\xC3\xA9.ini");
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"relative.ini"), std::nullopt);
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"\\a\\..\\..\\etc\\passwd"), std::nullopt);
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"/a/./b"), std::nullopt);
+  EXPECT_EQ(platform::fs::DeviceRelativePath(u"\\"), std::nullopt);
+  EXPECT_EQ(platform::fs::DeviceRelativePath(std::u16string(u"\\a\0b", 4)), std::nullopt);
 }
 
 class IniFiles : public FreshDevice {

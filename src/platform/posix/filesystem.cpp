@@ -151,7 +151,9 @@ std::string FindFolded(const std::string& dir, const std::string& name) {
 }
 
 // Resolves a device path inside the root; false with the Win32 error set.
-bool Resolve(std::u16string_view name, Resolved* out) {
+// With `missingParents` a missing directory ends the walk: the rest of the
+// names are taken as they are (nothing below a missing name can be a link).
+bool Resolve(std::u16string_view name, Resolved* out, bool missingParents = false) {
   const auto parts = Split(name);
   if (!parts) return false;
   const std::string root = RootReal();
@@ -172,7 +174,8 @@ bool Resolve(std::u16string_view name, Resolved* out) {
       if (errno != ENOENT) return Fail(errno == ENOTDIR ? win32::kPathNotFound : FromErrno(errno));
       const std::string folded = FindFolded(current, (*parts)[i]);
       if (folded.empty()) {
-        if (!last) return Fail(win32::kPathNotFound);
+        if (!last && !missingParents) return Fail(win32::kPathNotFound);
+        for (size_t j = i + 1; j < parts->size(); ++j) candidate = Join(candidate, (*parts)[j]);
         out->host = candidate;
         return true;
       }
@@ -734,7 +737,7 @@ bool MemoryWritable(void* address, size_t count) {
 
 std::optional<std::string> DeviceRelativePath(std::u16string_view name) {
   Resolved r;
-  if (!Resolve(name, &r) || r.isRoot) return std::nullopt;
+  if (!Resolve(name, &r, true) || r.isRoot) return std::nullopt;
   const std::string root = RootReal();
   if (root == "/") return r.host.substr(1);
   return r.host.substr(root.size() + 1);
