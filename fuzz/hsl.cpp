@@ -7,9 +7,7 @@
 #include <cstring>
 
 #include "numbers/colour.h"
-// The fuzz targets are built from one source each, so the test context's
-// implementation comes in with it.
-#include "support/fake_context.cpp"
+#include "support/fake_context.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <deque>
 
+#include "error_record.h"
 #include "text.h"
 
 namespace kphost {
@@ -208,19 +209,6 @@ const char16_t* const kMonthsFr[12] = {u"janvier", u"février", u"mars",      u"
 const char16_t* const kMonthsEn[12] = {u"January", u"February", u"March",     u"April",   u"May",      u"June",
                                        u"July",    u"August",   u"September", u"October", u"November", u"December"};
 
-// --- error record texts ---------------------------------------------------
-void SetText(KLErrorText* f, const kl_char* text, uint32_t n) {
-  auto* copy = static_cast<kl_char*>(std::malloc((n + 1) * sizeof(kl_char)));
-  if (!copy) return;
-  if (n) std::memcpy(copy, text, n * sizeof(kl_char));
-  copy[n] = 0;
-  std::free(f->text);
-  f->text = copy;
-  f->length = n;
-  f->capacity = n + 1;
-}
-
-std::u16string TextOf(const KLErrorText& f) { return f.text ? std::u16string(f.text, f.length) : std::u16string(); }
 
 }  // namespace
 
@@ -297,34 +285,6 @@ struct ProgramOps {
     return n;
   }
 
-  static void KL_CALL Assign(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) { SetText(f, t, n); }
-  static void KL_CALL Grow(CXError*, KLErrorText* f, uint32_t capacity) {
-    if (capacity <= f->capacity) return;
-    auto* grown = static_cast<kl_char*>(std::realloc(f->text, capacity * sizeof(kl_char)));
-    if (!grown) return;
-    if (!f->text) grown[0] = 0;
-    f->text = grown;
-    f->capacity = capacity;
-  }
-  static void KL_CALL AssignSystem(CXError*, KLErrorText* f, kl_char* t) {
-    // The library hands over a text from the platform's allocator, which on
-    // POSIX is malloc.
-    std::free(f->text);
-    uint32_t n = 0;
-    while (t && t[n]) ++n;
-    f->text = t;
-    f->length = n;
-    f->capacity = t ? n + 1 : 0;
-  }
-  static void KL_CALL Append(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) {
-    std::u16string joined = TextOf(*f);
-    joined.append(t, n);
-    SetText(f, joined.data(), static_cast<uint32_t>(joined.size()));
-  }
-  static void KL_CALL ClearText(CXError*, KLErrorText* f) {
-    std::free(f->text);
-    *f = KLErrorText{};
-  }
 };
 
 namespace {
@@ -342,8 +302,6 @@ const ExecContextOps kProgramOps = [] {
   ops.ProjectQuery = &ProgramOps::ProjectQuery;
   return ops;
 }();
-const CXErrorOps kErrorOps{&ProgramOps::Assign, &ProgramOps::Grow, &ProgramOps::AssignSystem, &ProgramOps::Append,
-                           &ProgramOps::ClearText};
 }  // namespace
 
 // --- Program ----------------------------------------------------------------
@@ -351,16 +309,11 @@ Program::Program() {
   wrapped_.base.ops = &kProgramOps;
   wrapped_.base.services = &gServices;
   wrapped_.self = this;
-  error_.ops = &kErrorOps;
-  error_.level = 1;
+  InitErrorRecord(error_);
   SetLanguage(KL_LANGUAGE_FRENCH);
 }
 
-Program::~Program() {
-  ClearError();
-  ProgramOps::ClearText(&error_, &error_.module);
-  ProgramOps::ClearText(&error_, &error_.version);
-}
+Program::~Program() { FreeErrorRecord(error_); }
 
 void Program::SetLanguage(int32_t code) {
   language_.code = code;
@@ -374,26 +327,14 @@ ErrorState Program::ReadError() const {
   e.id = error_.errorId;
   e.level = error_.level;
   e.debugCode = error_.debugCode;
-  e.message = TextOf(error_.texts[0]);
+  e.message = ErrorText(error_.texts[0]);
   e.systemError = error_.systemError;
-  e.systemText = TextOf(error_.systemText);
-  e.module = TextOf(error_.module);
+  e.systemText = ErrorText(error_.systemText);
+  e.module = ErrorText(error_.module);
   return e;
 }
 
-void Program::ClearError() {
-  for (auto& t : error_.texts) ProgramOps::ClearText(&error_, &t);
-  ProgramOps::ClearText(&error_, &error_.systemText);
-  for (auto& i : error_.info) {
-    std::free(const_cast<kl_char*>(i.text));
-    i = KLErrorInfo{};
-  }
-  error_.level = 1;
-  error_.errorId = 0;
-  error_.debugCode = 0;
-  error_.systemError = 0;
-  error_.item21Flagged = 0;
-}
+void Program::ClearError() { ClearErrorRecord(error_); }
 
 size_t Program::RunPosted() {
   if (runningPosted_ || !HasPosted()) return 0;

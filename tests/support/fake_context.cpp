@@ -1,5 +1,7 @@
 #include "support/fake_context.h"
 
+#include "error_record.h"
+
 #include <cstdlib>
 #include <cstring>
 
@@ -13,14 +15,6 @@ const char16_t* kFrenchShortDays[7] = {u"lun.", u"mar.", u"mer.", u"jeu.", u"ven
 const char16_t* kFrenchShortMonths[12] = {u"janv.", u"févr.", u"mars", u"avr.", u"mai",  u"juin",
                                           u"juil.", u"août",  u"sept.", u"oct.", u"nov.", u"déc."};
 
-void SetText(KLErrorText* f, const char16_t* t, uint32_t n) {
-  std::free(f->text);
-  f->text = static_cast<kl_char*>(std::malloc((n + 1) * sizeof(kl_char)));
-  std::memcpy(f->text, t, n * sizeof(kl_char));
-  f->text[n] = 0;
-  f->length = n;
-  f->capacity = n + 1;
-}
 }  // namespace
 
 struct FakeOps {
@@ -70,32 +64,6 @@ struct FakeOps {
     buffer[n] = 0;
     return n;
   }
-
-  static void KL_CALL Assign(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) { SetText(f, t, n); }
-  static void KL_CALL Grow(CXError*, KLErrorText* f, uint32_t capacity) {
-    if (capacity <= f->capacity) return;
-    auto* grown = static_cast<kl_char*>(std::realloc(f->text, capacity * sizeof(kl_char)));
-    if (!f->text) grown[0] = 0;
-    f->text = grown;
-    f->capacity = capacity;
-  }
-  static void KL_CALL AssignSystem(CXError*, KLErrorText* f, kl_char* t) {
-    std::free(f->text);
-    uint32_t n = 0;
-    while (t && t[n]) ++n;
-    f->text = t;
-    f->length = n;
-    f->capacity = n + 1;
-  }
-  static void KL_CALL Append(CXError*, KLErrorText* f, const kl_char* t, uint32_t n) {
-    std::u16string joined = f->text ? std::u16string(f->text, f->length) : std::u16string();
-    joined.append(t, n);
-    SetText(f, joined.data(), static_cast<uint32_t>(joined.size()));
-  }
-  static void KL_CALL ClearText(CXError*, KLErrorText* f) {
-    std::free(f->text);
-    *f = KLErrorText{};
-  }
 };
 
 const ExecContextOps FakeContext::kOps = [] {
@@ -111,15 +79,12 @@ const ExecContextOps FakeContext::kOps = [] {
   return ops;
 }();
 
-const CXErrorOps FakeContext::kErrorOps{&FakeOps::Assign, &FakeOps::Grow, &FakeOps::AssignSystem, &FakeOps::Append,
-                                        &FakeOps::ClearText};
 
 FakeContext::FakeContext() {
   context_.base.ops = &kOps;
   context_.base.services = nullptr;
   context_.self = this;
-  error_.ops = &kErrorOps;
-  error_.level = 1;
+  kphost::InitErrorRecord(error_);
   language.code = 12;
   for (int i = 0; i < 7; ++i) language.dayNames[i] = kFrenchDays[i];
   for (int i = 0; i < 12; ++i) language.monthNames[i] = kFrenchMonths[i];
@@ -127,32 +92,12 @@ FakeContext::FakeContext() {
   for (int i = 0; i < 12; ++i) language.shortMonthNames[i] = kFrenchShortMonths[i];
 }
 
-FakeContext::~FakeContext() {
-  clearError();
-  FakeOps::ClearText(&error_, &error_.module);
-  FakeOps::ClearText(&error_, &error_.version);
-}
+FakeContext::~FakeContext() { kphost::FreeErrorRecord(error_); }
 
-void FakeContext::clearError() {
-  for (auto& t : error_.texts) FakeOps::ClearText(&error_, &t);
-  FakeOps::ClearText(&error_, &error_.systemText);
-  for (auto& i : error_.info) {
-    std::free(const_cast<kl_char*>(i.text));
-    i = KLErrorInfo{};
-  }
-  error_.level = 1;
-  error_.errorId = 0;
-  error_.debugCode = 0;
-  error_.systemError = 0;
-  error_.item21Flagged = 0;
-}
+void FakeContext::clearError() { kphost::ClearErrorRecord(error_); }
 
-std::u16string FakeContext::message() const {
-  return error_.texts[0].text ? std::u16string(error_.texts[0].text, error_.texts[0].length) : std::u16string();
-}
-std::u16string FakeContext::systemText() const {
-  return error_.systemText.text ? std::u16string(error_.systemText.text, error_.systemText.length) : std::u16string();
-}
+std::u16string FakeContext::message() const { return kphost::ErrorText(error_.texts[0]); }
+std::u16string FakeContext::systemText() const { return kphost::ErrorText(error_.systemText); }
 
 std::string Utf8(std::u16string_view text) {
   std::string out;

@@ -50,7 +50,6 @@ class FakeContext {
   CXError error_{};
   std::vector<std::u16string> names_;  // procedure handles index this
   static const ExecContextOps kOps;
-  static const CXErrorOps kErrorOps;
   static FakeContext* Self(ExecContext* c) { return reinterpret_cast<Wrapped*>(c)->self; }
   friend struct FakeOps;
 };
