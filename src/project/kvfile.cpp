@@ -104,7 +104,8 @@ bool CEltProjetFile::ReadHeader(int64_t elementPosition) {
     if (!ReadExact(elementPosition + 16, raw, 8)) return false;
     offset = static_cast<int64_t>(U64(raw));
   }
-  header_.dataPosition = elementPosition + offset;
+  // A hostile offset wraps instead of overflowing; the next read will fail on it.
+  header_.dataPosition = static_cast<int64_t>(static_cast<uint64_t>(elementPosition) + static_cast<uint64_t>(offset));
   if (major >= 2 || header_.minorVersion != 0) {
     if (!ReadExact(elementPosition + 24, raw, 8)) return false;
     header_.extra = U64(raw);

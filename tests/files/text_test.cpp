@@ -48,6 +48,8 @@ TEST_F(TextFiles, CodePageRoundTrips) {
   EXPECT_EQ(platform::ToAnsi(platform::FromAnsi(all)), all);
   EXPECT_EQ(platform::FromAnsi("\x81"), u"\uFFFD");
   EXPECT_EQ(platform::ToCodePage(u"日本", 932), "\x93\xfa\x96\x7b");
+  EXPECT_EQ(platform::FromCodePage("\xD3\xA4", 28591), u"Ó¤");
+  EXPECT_EQ(platform::FromCodePage("\xA4", 28605), u"€");
 }
 
 TEST_F(TextFiles, SeparatorsAndCompare) {

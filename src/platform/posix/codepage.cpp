@@ -13,6 +13,8 @@ namespace {
 
 std::string IconvName(uint32_t codePage) {
   if (codePage == kCodePageUtf8) return "UTF-8";
+  if (codePage == 20127) return "ASCII";
+  if (codePage >= 28591 && codePage <= 28606) return "ISO-8859-" + std::to_string(codePage - 28590);
   return "CP" + std::to_string(codePage);
 }
 
@@ -83,6 +85,10 @@ std::string ToCodePage(std::u16string_view text, uint32_t codePage) {
 
 std::u16string FromCodePage(std::string_view bytes, uint32_t codePage) {
   std::u16string out;
+  // ASCII reads the same in every code page this library meets: no converter needed.
+  bool ascii = true;
+  for (char b : bytes) ascii = ascii && static_cast<unsigned char>(b) < 0x80;
+  if (ascii) return std::u16string(bytes.begin(), bytes.end());
   Converter c("UTF-16LE", IconvName(codePage));
   if (!c.ok()) {
     for (char b : bytes) out += static_cast<unsigned char>(b) < 0x80 ? static_cast<char16_t>(b) : u'\uFFFD';
