@@ -22,6 +22,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -78,7 +79,16 @@ bool NativeRoot() {
 }
 
 // The real path of the device root, made when missing; empty when it cannot be.
+// The answer is kept for the prefix it was made for: one stat confirms it.
 std::string RootReal() {
+  static std::mutex mutex;
+  static std::string cachedFor, cachedRoot;
+  const std::string key = NativeRoot() ? std::string("/") : DeviceDirectory() + "/fs";
+  {
+    std::lock_guard<std::mutex> lock(mutex);
+    struct stat st {};
+    if (key == cachedFor && stat(cachedRoot.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return cachedRoot;
+  }
   std::string root = "/";
   if (!NativeRoot()) {
     if (!EnsureDeviceDirectory()) return {};
@@ -87,7 +97,10 @@ std::string RootReal() {
   }
   char buffer[PATH_MAX];
   if (!realpath(root.c_str(), buffer)) return {};
-  return buffer;
+  std::lock_guard<std::mutex> lock(mutex);
+  cachedFor = key;
+  cachedRoot = buffer;
+  return cachedRoot;
 }
 
 bool Inside(const std::string& path, const std::string& root) {
