@@ -124,6 +124,13 @@ TEST_F(DirFunctions, MakeRemoveAndMeasure) {
   EXPECT_FALSE(HostExists("a"));
 }
 
+TEST_F(DirFunctions, DirSizeCountsEachFileModulo4GB) {
+  PutFile("big/small", "12345");
+  PutFile("big/sparse", "");
+  std::filesystem::resize_file(Host("big/sparse"), (uint64_t{1} << 32) + 7);  // sparse: costs no disk
+  EXPECT_EQ(DirSize(ctx_, u"\\big", 0), 12);
+}
+
 TEST_F(DirFunctions, ParentDirCanonicalises) {
   EXPECT_EQ(ParentDir(ctx_, u"\\a\\b\\c", 0), u"\\a\\b");
   EXPECT_EQ(ParentDir(ctx_, u"\\a\\.\\b\\..\\c\\", 0), u"\\a");
