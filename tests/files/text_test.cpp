@@ -29,6 +29,13 @@ TEST_F(TextFiles, LoadDetectsTheMarks) {
   EXPECT_EQ(ctx_.systemError(), 2u);
 }
 
+TEST_F(TextFiles, FourGigabytesAreTooLarge) {
+  PutFile("huge.txt", "");
+  std::filesystem::resize_file(Host("huge.txt"), 0xFFFFFFFFull);  // sparse
+  EXPECT_EQ(LoadText(ctx_, u"\\huge.txt"), u"");
+  EXPECT_EQ(ctx_.errorId(), 80041);
+}
+
 TEST_F(TextFiles, SaveWritesAnsiOrBytes) {
   EXPECT_TRUE(SaveText(ctx_, u"\\s.txt", Value{std::u16string(u"é€ж\r\n")}));
   EXPECT_EQ(GetFile("s.txt"), "\xE9\x80?\r\n");
