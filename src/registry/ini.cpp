@@ -2,6 +2,7 @@
 #include "registry/ini.h"
 
 #include <chrono>
+#include <cstring>
 #include <vector>
 
 #include "component/vm.h"
@@ -34,18 +35,37 @@ std::vector<Line> SplitLines(std::string_view file) {
   return lines;
 }
 
-char16_t Folded(char c) { return platform::reg::FoldChar(FromAnsi(std::string_view(&c, 1))[0]); }
+// What the reader compares and tests per byte, decided once for the 256
+// bytes of the code page rather than converting each byte on every look.
+struct AnsiTables {
+  char16_t fold[256];
+  bool letterOrDigit[256];
+  AnsiTables() {
+    for (int b = 0; b < 256; ++b) {
+      const char c = static_cast<char>(b);
+      const char16_t u = FromAnsi(std::string_view(&c, 1))[0];
+      fold[b] = platform::reg::FoldChar(u);
+      letterOrDigit[b] = IsLetterOrDigit(u);
+    }
+  }
+};
+
+const AnsiTables& Ansi() {
+  static const AnsiTables tables;
+  return tables;
+}
 
 bool StartsWithFolded(std::string_view text, std::string_view prefix) {
   if (text.size() < prefix.size()) return false;
+  const char16_t* fold = Ansi().fold;
   for (size_t i = 0; i < prefix.size(); ++i)
-    if (Folded(text[i]) != Folded(prefix[i])) return false;
+    if (fold[static_cast<unsigned char>(text[i])] != fold[static_cast<unsigned char>(prefix[i])]) return false;
   return true;
 }
 
 bool IsHeader(std::string_view line) { return !line.empty() && line[0] == '[' && line.find(']') != std::string_view::npos; }
 
-bool AnsiLetterOrDigit(char c) { return IsLetterOrDigit(FromAnsi(std::string_view(&c, 1))[0]); }
+bool AnsiLetterOrDigit(char c) { return Ansi().letterOrDigit[static_cast<unsigned char>(c)]; }
 
 // The line is an entry for `key`: it begins with it and the next character is
 // not a letter or digit.
@@ -73,24 +93,43 @@ void EndWithNewline(std::string& file) {
 
 }  // namespace
 
+// One pass over the bytes, line by line, without splitting the file first:
+// a file is read far more often than written, and the key sought is often
+// near its end.
 std::optional<std::string> IniReadBytes(std::string_view file, std::string_view section, std::string_view key) {
-  const auto lines = SplitLines(file);
-  auto text = [&](const Line& l) { return file.substr(l.begin, l.end - l.begin); };
+  size_t at = 0;
+  // The next line's content, without its CR LF; false at the end of the file.
+  auto nextLine = [&](std::string_view* line) {
+    if (at >= file.size()) return false;
+    const char* base = file.data();
+    const auto* lf = static_cast<const char*>(std::memchr(base + at, '\n', file.size() - at));
+    const size_t next = lf ? static_cast<size_t>(lf - base) + 1 : file.size();
+    size_t end = lf ? static_cast<size_t>(lf - base) : file.size();
+    if (end > at && file[end - 1] == '\r') --end;
+    *line = file.substr(at, end - at);
+    at = next;
+    return true;
+  };
+  std::string_view t;
   if (section.empty()) {
     std::string out;
-    for (const Line& l : lines) {
-      const auto t = text(l);
+    while (nextLine(&t))
       if (IsHeader(t)) out.append(t.substr(1, t.find(']') - 1)).append("\r\n");
-    }
     return out;
   }
+  // Only "[" itself folds to "[", so the section's line is among the lines
+  // that begin with that byte: jump from one "[" to the next instead of
+  // looking at every line.
   const std::string header = Header(section);
-  size_t i = 0;
-  while (i < lines.size() && !StartsWithFolded(text(lines[i]), header)) ++i;
-  if (i == lines.size()) return std::nullopt;
+  bool found = false;
+  for (size_t open = file.find('['); !found && open != std::string_view::npos; open = file.find('[', open + 1)) {
+    if (open > 0 && file[open - 1] != '\n') continue;
+    at = open;
+    found = nextLine(&t) && StartsWithFolded(t, header);
+  }
+  if (!found) return std::nullopt;
   std::string keys;
-  for (++i; i < lines.size(); ++i) {
-    const auto t = text(lines[i]);
+  while (nextLine(&t)) {
     if (IsHeader(t)) break;
     if (!t.empty() && t[0] == ';') continue;
     const size_t equals = t.find('=');

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <random>
 #include <sstream>
+#include <vector>
 
 #include "platform/filesystem.h"
+#include "platform/registry.h"
 #include "registry/ini.h"
+#include "registry/text.h"
 #include "registry_fixture.h"
 
 namespace kp::test {
@@ -33,6 +37,84 @@ TEST(IniEngine, ReadsSectionsKeysAndValues) {
   EXPECT_EQ(IniReadBytes(file, "Empty", ""), "");
   EXPECT_EQ(IniReadBytes(file, "Missing", "K"), std::nullopt);
   EXPECT_EQ(IniReadBytes(file, "Other", "K"), std::nullopt);  // the scan stops at the next header
+}
+
+// The reader as first written: the file split into lines, each byte
+// converted before it is folded or classified. The single-pass reader must
+// give the same answer on any bytes.
+std::optional<std::string> ReferenceRead(std::string_view file, std::string_view section, std::string_view key) {
+  std::vector<std::string_view> lines;
+  for (size_t at = 0; at < file.size();) {
+    const size_t lf = file.find('\n', at);
+    const size_t next = lf == std::string_view::npos ? file.size() : lf + 1;
+    size_t end = lf == std::string_view::npos ? file.size() : lf;
+    if (end > at && file[end - 1] == '\r') --end;
+    lines.push_back(file.substr(at, end - at));
+    at = next;
+  }
+  auto fold = [](char c) { return platform::reg::FoldChar(registry::FromAnsi(std::string_view(&c, 1))[0]); };
+  auto startsFolded = [&](std::string_view t, std::string_view p) {
+    if (t.size() < p.size()) return false;
+    for (size_t i = 0; i < p.size(); ++i)
+      if (fold(t[i]) != fold(p[i])) return false;
+    return true;
+  };
+  auto isHeader = [](std::string_view t) { return !t.empty() && t[0] == '[' && t.find(']') != t.npos; };
+  auto trim = [](std::string_view t) {
+    while (!t.empty() && (t.front() == ' ' || t.front() == '\t')) t.remove_prefix(1);
+    while (!t.empty() && (t.back() == ' ' || t.back() == '\t')) t.remove_suffix(1);
+    return t;
+  };
+  if (section.empty()) {
+    std::string out;
+    for (auto t : lines)
+      if (isHeader(t)) out.append(t.substr(1, t.find(']') - 1)).append("\r\n");
+    return out;
+  }
+  const std::string header = "[" + std::string(section) + "]";
+  size_t i = 0;
+  while (i < lines.size() && !startsFolded(lines[i], header)) ++i;
+  if (i == lines.size()) return std::nullopt;
+  std::string keys;
+  for (++i; i < lines.size(); ++i) {
+    const auto t = lines[i];
+    if (isHeader(t)) break;
+    if (!t.empty() && t[0] == ';') continue;
+    const size_t equals = t.find('=');
+    if (equals == t.npos) continue;
+    if (key.empty()) {
+      keys.append(trim(t.substr(0, equals))).append("\r\n");
+    } else if (t.size() > key.size() && startsFolded(t, key) &&
+               !registry::IsLetterOrDigit(registry::FromAnsi(t.substr(key.size(), 1))[0])) {
+      auto value = t.substr(equals + 1);
+      while (!value.empty() && (value.front() == ' ' || value.front() == '\t')) value.remove_prefix(1);
+      return std::string(value);
+    }
+  }
+  if (key.empty()) return keys;
+  return std::nullopt;
+}
+
+// Files made of pieces that stress the edges: CR without LF, bare LF, headers
+// without "]", letters of the upper half whose case folds (é/É, š/Š, ÿ/Ÿ) or
+// that are letters without case (ª, µ), separators that are not letters.
+TEST(IniEngine, ReaderAgreesWithTheLineByLineReference) {
+  const std::vector<std::string> pieces = {"[", "]", "=", ";", "\r\n", "\n", "\r", " ", "\t", "k", "K", "2",
+                                           "_", "S", "s", "\xE9", "\xC9", "\x9A", "\x8A", "\xFF", "\x9F",
+                                           "\xAA", "\xB5", "\xD7", "\x81", "[S]", "[s\xE9]\r\n", "k = v\r\n"};
+  const std::vector<std::string> names = {"", "S", "s", "S\xC9", "s\xE9", "k", "K", "k2", "\x8A", "\xFF", "\xB5"};
+  std::mt19937 random(1234);
+  for (int round = 0; round < 3000; ++round) {
+    std::string file;
+    const int count = static_cast<int>(random() % 40);
+    for (int i = 0; i < count; ++i) file += pieces[random() % pieces.size()];
+    for (const auto& section : names) {
+      for (const auto& key : names) {
+        ASSERT_EQ(IniReadBytes(file, section, key), ReferenceRead(file, section, key))
+            << "file \"" << file << "\" section \"" << section << "\" key \"" << key << "\"";
+      }
+    }
+  }
 }
 
 TEST(IniEngine, WritesInPlace) {
