@@ -87,8 +87,13 @@ std::string Display(const Value& v) {
 }
 
 std::string DescribeError(const ErrorState& e) {
-  std::string out = "error " + std::to_string(e.id) + " (level " + std::to_string(e.level) + "): " + Utf8(e.message);
-  if (e.systemError) out += "\nsystem error " + std::to_string(e.systemError) + ": " + Utf8(e.systemText);
+  // Some failures are reported as the system's error alone, with no number
+  // or text of the library's.
+  std::string out;
+  if (e.id != 0 || !e.message.empty() || !e.systemError)
+    out = "error " + std::to_string(e.id) + " (level " + std::to_string(e.level) + "): " + Utf8(e.message);
+  if (e.systemError)
+    out += (out.empty() ? "" : "\n") + ("system error " + std::to_string(e.systemError) + ": " + Utf8(e.systemText));
   return out;
 }
 
