@@ -132,3 +132,32 @@ TEST(Call, HostCommandLine) {
 }
 
 }  // namespace
+
+namespace {
+
+// Handles persist between the calls of one program: create, write, close,
+// reopen by another case, read.
+TEST(Call, FileRoundTripAndNoEscape) {
+  auto lib = kp::abi::Load();
+  kphost::Evaluator e(*lib);
+  auto run = [&](const char* expression) {
+    auto o = e.Evaluate(expression);
+    EXPECT_TRUE(o.ok()) << expression << ": " << o.failure;
+    return o;
+  };
+  run("fMakeDir(\"\\Round Trip\")");
+  const auto h = run("h = fCreate(\"\\Round Trip\\a.txt\")");
+  ASSERT_GE(h.value.integer, 2);
+  run("fEcritLigne(h, \"caf\xc3\xa9\")");
+  EXPECT_TRUE(run("fFerme(h)").value.integer >= 0);
+  run("h = fOuvre(\"\\ROUND TRIP\\A.TXT\", foLecture)");
+  EXPECT_EQ(run("fLitLigne(h)").value.text, u"caf\u00e9");
+  run("fFerme(h)");
+  const auto escape = run("fOuvre(\"\\..\\..\\etc\\passwd\", foLecture)");
+  EXPECT_EQ(escape.value.integer, -1);
+  EXPECT_NE(escape.error.systemError, 0u);
+  EXPECT_EQ(run("fOuvre(\"relative.txt\", foLecture)").error.id, 80600);
+  EXPECT_EQ(kphost::Library::LiveBlocks(), 0);
+}
+
+}  // namespace
