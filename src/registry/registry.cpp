@@ -40,14 +40,20 @@ void ReportWriteFailure(ExecContext* context, std::u16string_view key, std::u16s
   if (code == win32::kAccessDenied) SetInfoItem(context, kNotFatalItem, 1);
 }
 
-// Reads a value the way RegistreLit does: size first, then a buffer of twice
-// that size, zero-filled, so that a text without its terminator still ends.
+// Reads a value the way RegistreLit does, in one query when the value fits
+// the first buffer (most do); a larger one is asked again with a buffer of
+// twice its size, zero-filled, in case it grows meanwhile.
 bool ReadNamed(reg::HKey key, std::u16string_view name, uint32_t* type, Bytes* data) {
-  uint32_t size = 0;
-  if (reg::QueryValue(key, name, type, nullptr, &size) != win32::kSuccess) return false;
-  Bytes buffer(static_cast<size_t>(size) * 2 + 2, 0);
-  uint32_t got = static_cast<uint32_t>(buffer.size());
-  if (reg::QueryValue(key, name, type, buffer.data(), &got) != win32::kSuccess) return false;
+  constexpr uint32_t kFirstTry = 256;
+  Bytes buffer(kFirstTry, 0);
+  uint32_t got = kFirstTry;
+  uint32_t rc = reg::QueryValue(key, name, type, buffer.data(), &got);
+  if (rc == win32::kMoreData) {
+    buffer.assign(static_cast<size_t>(got) * 2 + 2, 0);
+    got = static_cast<uint32_t>(buffer.size());
+    rc = reg::QueryValue(key, name, type, buffer.data(), &got);
+  }
+  if (rc != win32::kSuccess) return false;
   buffer.resize(got);
   *data = std::move(buffer);
   return true;

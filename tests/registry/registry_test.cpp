@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -132,6 +133,76 @@ TEST_F(RegistryPlatform, AccessMasksAndWin32Errors) {
   ASSERT_EQ(reg::DeleteKey(reg::kCurrentUser, u"C"), 0u);
   EXPECT_EQ(reg::SetValue(gone.get(), u"v", reg::kBinary, &byte, 1), 1018u);
   EXPECT_EQ(reg::CloseKey(0x12345), 6u);
+}
+
+// Paths longer than one statement resolves at once, every level matched
+// without case, names outside ASCII (a lone surrogate included, which the
+// registry hands to SQLite as UTF-16), and which error a miss gives.
+TEST_F(RegistryPlatform, DeepPathsResolveLevelByLevel) {
+  const std::u16string names[] = {u"Ab", u"Été", u"Σοφία", u"Жук", u"鍵", u"x\xD800y", u"\xD83D\xDE00", u"z"};
+  std::u16string created, asked;
+  for (int level = 0; level < 19; ++level) {
+    const std::u16string& name = names[level % 8];
+    created += (level ? u"\\" : u"") + name;
+    asked += (level ? u"\\" : u"") + reg::FoldName(name);
+  }
+  MakeKey(reg::kCurrentUser, created);
+  reg::KeyHolder k;
+  ASSERT_EQ(reg::OpenKey(reg::kCurrentUser, asked, reg::kAllAccess, k.out()), 0u);
+  const uint8_t byte = 3;
+  ASSERT_EQ(reg::SetValue(k.get(), u"v", reg::kBinary, &byte, 1), 0u);
+  EXPECT_EQ(ReadRaw(reg::kCurrentUser, created, u"V").data, Bytes{3});
+  // Every prefix is a key of its own, and a path one level too deep is not.
+  for (size_t at = created.find(u'\\'); at != std::u16string::npos; at = created.find(u'\\', at + 1))
+    EXPECT_EQ(ReadRaw(reg::kCurrentUser, created.substr(0, at), u"v").rc, 2u) << at;  // key there, value not
+  EXPECT_EQ(ReadRaw(reg::kCurrentUser, created + u"\\Deeper", u"v").rc, 2u);
+  std::u16string wrongMiddle = created;
+  wrongMiddle[wrongMiddle.find(u"Жук")] = u'Ч';
+  EXPECT_EQ(ReadRaw(reg::kCurrentUser, wrongMiddle, u"v").rc, 2u);
+
+  // Below a handle whose key was deleted: 1018 whether the sub-key path is
+  // empty or not, 2 below a live one.
+  MakeKey(reg::kCurrentUser, u"Gone");
+  reg::KeyHolder gone;
+  ASSERT_EQ(reg::OpenKey(reg::kCurrentUser, u"Gone", reg::kAllAccess, gone.out()), 0u);
+  reg::KeyHolder sub;
+  EXPECT_EQ(reg::OpenKey(gone.get(), u"Missing", reg::kRead, sub.out()), 2u);
+  ASSERT_EQ(reg::DeleteKey(reg::kCurrentUser, u"Gone"), 0u);
+  EXPECT_EQ(reg::OpenKey(gone.get(), u"Missing", reg::kRead, sub.out()), 1018u);
+  EXPECT_EQ(reg::OpenKey(gone.get(), u"", reg::kRead, sub.out()), 1018u);
+}
+
+// Keys and values another connection stored, letting SQLite convert the
+// UTF-16 names itself, are found by name in any case: the registry's own
+// conversion of names must give the same bytes.
+TEST_F(RegistryPlatform, FindsWhatAnotherConnectionStored) {
+  MakeKey(reg::kCurrentUser, u"Shared");  // creates the database
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open_v2((dir_ + "/registry.db").c_str(), &db, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
+  sqlite3_busy_timeout(db, 30000);
+  auto insert = [&](const char* sql, std::initializer_list<std::u16string_view> texts) {
+    sqlite3_stmt* s = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db, sql, -1, &s, nullptr), SQLITE_OK);
+    int i = 0;
+    for (auto t : texts) sqlite3_bind_text16(s, ++i, t.data(), static_cast<int>(t.size() * 2), SQLITE_TRANSIENT);
+    EXPECT_EQ(sqlite3_step(s), SQLITE_DONE);
+    sqlite3_finalize(s);
+  };
+  // A name the registry converts itself, then one it leaves to SQLite.
+  const std::u16string key = u"Ключ-σ-é-鍵", inner = u"x\xDBFF";
+  insert("INSERT INTO keys(parent, name, fold) SELECT id, ?1, ?2 FROM keys WHERE parent=2 AND fold='SHARED'",
+         {key, reg::FoldName(key)});
+  insert("INSERT INTO keys(parent, name, fold) SELECT id, ?1, ?2 FROM keys WHERE fold=?3",
+         {inner, reg::FoldName(inner), reg::FoldName(key)});
+  for (auto parent : {key, inner})
+    insert("INSERT INTO vals(key, name, fold, type, data) SELECT id, ?1, ?2, 3, x'2A' FROM keys WHERE fold=?3",
+           {u"Zähler-値", reg::FoldName(u"Zähler-値"), reg::FoldName(parent)});
+  sqlite3_close_v2(db);
+  for (std::u16string_view path : {u"shared\\ключ-Σ-É-鍵", u"shared\\ключ-Σ-É-鍵\\X\xDBFF"}) {
+    const auto read = ReadRaw(reg::kCurrentUser, path, u"ZÄHLER-値");
+    EXPECT_EQ(read.rc, 0u) << Utf8(path);
+    EXPECT_EQ(read.data, Bytes{0x2A}) << Utf8(path);
+  }
 }
 
 class RegistryFunctions : public FreshDevice {

@@ -7,10 +7,13 @@
 // with. Every write runs in BEGIN IMMEDIATE ... COMMIT; WAL and a busy
 // timeout let another process read while one writes and queue writers
 // instead of failing them.
+#include <pthread.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <string>
 #include <cstring>
 #include <mutex>
 #include <unordered_map>
@@ -26,8 +29,6 @@ namespace {
 
 constexpr int64_t kRootIds[] = {1, 2, 3, 4};  // in the order of the root handles
 
-std::u16string Fold(std::u16string_view s) { return FoldName(s); }
-
 struct Handle {
   int64_t id = 0;
   uint32_t access = 0;
@@ -38,6 +39,8 @@ struct Connection {
   pid_t pid = 0;
   std::string path;
   std::unordered_map<const char*, sqlite3_stmt*> statements;
+  // The statements resolving a path of 1 to kPathChunk names, by depth - 1.
+  std::vector<sqlite3_stmt*> paths;
   std::unordered_map<HKey, Handle> handles;
   HKey next = 0x1000;
 };
@@ -68,21 +71,28 @@ const char* const kSchema =
 void Drop(Connection& c, bool close) {
   if (close) {
     for (auto& [sql, stmt] : c.statements) sqlite3_finalize(stmt);
+    for (sqlite3_stmt* stmt : c.paths) sqlite3_finalize(stmt);
     sqlite3_close_v2(c.db);
   }
   // After fork the parent's connection is abandoned, not closed: closing it
   // here could disturb the parent's locks and WAL state.
   c.statements.clear();
+  c.paths.clear();
   c.handles.clear();
   c.db = nullptr;
 }
+
+// Set in a child made by fork: its copy of the connection belongs to the
+// parent. Cheaper than asking getpid() on every call.
+std::atomic<bool> gForked{false};
 
 // The connection for this process and this prefix; null when the database
 // cannot be opened. Called with gMutex held.
 sqlite3* Db() {
   Connection& c = gConnection;
+  static const bool watching = pthread_atfork(nullptr, nullptr, [] { gForked.store(true); }) == 0;
   const std::string path = DeviceDirectory() + "/registry.db";
-  if (c.db && c.pid != getpid()) Drop(c, false);
+  if (c.db && (gForked.exchange(false) || !watching) && c.pid != getpid()) Drop(c, false);
   if (c.db && c.path != path) Drop(c, true);
   if (c.db) return c.db;
   if (!EnsureDeviceDirectory()) return nullptr;
@@ -105,7 +115,31 @@ sqlite3* Db() {
   return db;
 }
 
-// A cached prepared statement, reset when the scope ends.
+// UTF-8 of a name without surrogates (then it is the standard encoding, the
+// same SQLite makes of UTF-16); false otherwise, the caller then hands
+// SQLite the UTF-16 and lets it convert, exactly as it always did.
+bool ToUtf8(std::u16string_view text, bool fold, std::string* out) {
+  out->clear();
+  for (char16_t c : text) {
+    if (fold) c = FoldChar(c);
+    if (c < 0x80) {
+      out->push_back(static_cast<char>(c));
+    } else if (c < 0x800) {
+      out->push_back(static_cast<char>(0xC0 | (c >> 6)));
+      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else if (c >= 0xD800 && c <= 0xDFFF) {
+      return false;
+    } else {
+      out->push_back(static_cast<char>(0xE0 | (c >> 12)));
+      out->push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    }
+  }
+  return true;
+}
+
+// A prepared statement of the connection, reset when the scope ends. Texts
+// are bound from buffers the statement owns, so SQLite need not copy them.
 class Stmt {
  public:
   explicit Stmt(const char* sql) {
@@ -119,6 +153,7 @@ class Stmt {
       stmt_ = nullptr;
     }
   }
+  explicit Stmt(sqlite3_stmt* prepared) : stmt_(prepared) {}
   ~Stmt() {
     if (stmt_) {
       sqlite3_reset(stmt_);
@@ -133,12 +168,9 @@ class Stmt {
     sqlite3_bind_int64(stmt_, i, v);
     return *this;
   }
-  Stmt& Bind(int i, std::u16string_view text) {
-    // A null pointer would bind NULL, not the empty text.
-    sqlite3_bind_text16(stmt_, i, text.empty() ? u"" : text.data(), static_cast<int>(text.size() * 2),
-                        SQLITE_TRANSIENT);
-    return *this;
-  }
+  Stmt& Bind(int i, std::u16string_view text) { return BindText(i, text, false); }
+  // The name as the `fold` columns hold it.
+  Stmt& BindFolded(int i, std::u16string_view name) { return BindText(i, name, true); }
   Stmt& BindBlob(int i, const uint8_t* data, uint32_t size) {
     static const uint8_t kEmpty = 0;
     sqlite3_bind_blob(stmt_, i, size ? data : &kEmpty, static_cast<int>(size), SQLITE_TRANSIENT);
@@ -158,7 +190,26 @@ class Stmt {
   }
 
  private:
+  Stmt& BindText(int i, std::u16string_view text, bool fold) {
+    if (!stmt_) return *this;
+    const bool owned = i >= 1 && static_cast<size_t>(i) <= kOwned;
+    std::string local;
+    std::string& utf8 = owned ? owned_[i - 1] : local;
+    if (ToUtf8(text, fold, &utf8)) {
+      // An owned buffer outlives the binding: the destructor resets first.
+      sqlite3_bind_text(stmt_, i, utf8.data(), static_cast<int>(utf8.size()), owned ? SQLITE_STATIC : SQLITE_TRANSIENT);
+      return *this;
+    }
+    const std::u16string folded = fold ? FoldName(text) : std::u16string(text);
+    // A null pointer would bind NULL, not the empty text.
+    sqlite3_bind_text16(stmt_, i, folded.empty() ? u"" : folded.data(), static_cast<int>(folded.size() * 2),
+                        SQLITE_TRANSIENT);
+    return *this;
+  }
+
+  static constexpr size_t kOwned = 9;  // kPathChunk names and a parent
   sqlite3_stmt* stmt_ = nullptr;
+  std::string owned_[kOwned];
 };
 
 // BEGIN IMMEDIATE ... COMMIT, rolled back unless committed.
@@ -226,8 +277,41 @@ bool SplitPath(std::u16string_view path, std::vector<std::u16string_view>* names
 
 int64_t Child(int64_t parent, std::u16string_view name) {
   Stmt s("SELECT id FROM keys WHERE parent=? AND fold=?");
-  if (s.Bind(1, parent).Bind(2, Fold(name)).Step() != SQLITE_ROW) return 0;
+  if (s.Bind(1, parent).BindFolded(2, name).Step() != SQLITE_ROW) return 0;
   return s.Int(0);
+}
+
+constexpr size_t kPathChunk = 8;
+
+// One statement finding the key `names` (at most kPathChunk of them) leads
+// to from `parent`: one index lookup per level inside one read, instead of
+// one statement, and so one read transaction, per level.
+sqlite3_stmt* PathStatement(size_t depth) {
+  auto& paths = gConnection.paths;
+  if (paths.size() < depth) paths.resize(depth, nullptr);
+  sqlite3_stmt*& stmt = paths[depth - 1];
+  if (stmt) return stmt;
+  std::string sql = "SELECT k" + std::to_string(depth) + ".id FROM keys k1";
+  for (size_t i = 2; i <= depth; ++i)
+    sql += " JOIN keys k" + std::to_string(i) + " ON k" + std::to_string(i) + ".parent=k" + std::to_string(i - 1) +
+           ".id AND k" + std::to_string(i) + ".fold=?" + std::to_string(i + 1);
+  sql += " WHERE k1.parent=?1 AND k1.fold=?2";
+  if (sqlite3_prepare_v3(gConnection.db, sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK)
+    stmt = nullptr;
+  return stmt;
+}
+
+// The key at the end of the path, 0 when a name is missing.
+int64_t Descend(int64_t id, const std::vector<std::u16string_view>& names) {
+  for (size_t at = 0; at < names.size() && id; at += kPathChunk) {
+    const size_t depth = std::min(kPathChunk, names.size() - at);
+    Stmt s(PathStatement(depth));
+    if (!s) return 0;
+    s.Bind(1, id);
+    for (size_t i = 0; i < depth; ++i) s.BindFolded(static_cast<int>(i + 2), names[at + i]);
+    id = s.Step() == SQLITE_ROW ? s.Int(0) : 0;
+  }
+  return id;
 }
 
 HKey NewHandle(int64_t id, uint32_t access) {
@@ -262,12 +346,13 @@ uint32_t OpenKey(HKey parent, std::u16string_view subKey, uint32_t access, HKey*
   if (uint32_t e = Lookup(parent, &h)) return e;
   std::vector<std::u16string_view> names;
   if (!SplitPath(subKey, &names)) return win32::kFileNotFound;
-  if (!KeyExists(h.id)) return win32::kKeyDeleted;
-  int64_t id = h.id;
-  for (auto name : names) {
-    id = Child(id, name);
-    if (!id) return win32::kFileNotFound;
-  }
+  // A key found below the parent proves the parent is still there (a key
+  // with sub-keys cannot be deleted), and the roots are never deleted: the
+  // parent is checked only when the answer depends on it.
+  const int64_t id = names.empty() ? h.id : Descend(h.id, names);
+  const bool parentKnown = IsRoot(parent) || (id && !names.empty());
+  if (!parentKnown && !KeyExists(h.id)) return win32::kKeyDeleted;
+  if (!id) return win32::kFileNotFound;
   *out = NewHandle(id, access);
   return win32::kSuccess;
 }
@@ -294,7 +379,7 @@ uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKe
       continue;
     }
     Stmt insert("INSERT INTO keys(parent, name, fold) VALUES(?, ?, ?)");
-    if (insert.Bind(1, id).Bind(2, name).Bind(3, Fold(name)).Step() != SQLITE_DONE) return win32::kCantWrite;
+    if (insert.Bind(1, id).Bind(2, name).BindFolded(3, name).Step() != SQLITE_DONE) return win32::kCantWrite;
     id = sqlite3_last_insert_rowid(gConnection.db);
     created = true;
   }
@@ -317,7 +402,7 @@ uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t*
   if (uint32_t e = Lookup(key, &h)) return e;
   if (!(h.access & kQueryValue)) return win32::kAccessDenied;
   Stmt s("SELECT type, data FROM vals WHERE key=? AND fold=?");
-  if (s.Bind(1, h.id).Bind(2, Fold(name)).Step() != SQLITE_ROW)
+  if (s.Bind(1, h.id).BindFolded(2, name).Step() != SQLITE_ROW)
     return KeyExists(h.id) ? win32::kFileNotFound : win32::kKeyDeleted;
   if (type) *type = static_cast<uint32_t>(s.Int(0));
   uint32_t length = 0;
@@ -335,16 +420,15 @@ uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8
   Transaction t;
   if (!t.ok()) return win32::kCantWrite;
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
-  const std::u16string fold = Fold(name);
   {
     // An existing value keeps its name's case and its place in the order.
     Stmt update("UPDATE vals SET type=?, data=? WHERE key=? AND fold=?");
-    update.Bind(1, type).BindBlob(2, data, size).Bind(3, h.id).Bind(4, fold);
+    update.Bind(1, type).BindBlob(2, data, size).Bind(3, h.id).BindFolded(4, name);
     if (update.Step() != SQLITE_DONE) return win32::kCantWrite;
   }
   if (sqlite3_changes(gConnection.db) == 0) {
     Stmt insert("INSERT INTO vals(key, name, fold, type, data) VALUES(?, ?, ?, ?, ?)");
-    insert.Bind(1, h.id).Bind(2, name).Bind(3, fold).Bind(4, type).BindBlob(5, data, size);
+    insert.Bind(1, h.id).Bind(2, name).BindFolded(3, name).Bind(4, type).BindBlob(5, data, size);
     if (insert.Step() != SQLITE_DONE) return win32::kCantWrite;
   }
   return t.Commit() ? win32::kSuccess : win32::kCantWrite;
@@ -359,7 +443,7 @@ uint32_t DeleteValue(HKey key, std::u16string_view name) {
   Transaction t;
   if (!t.ok()) return win32::kCantWrite;
   Stmt s("DELETE FROM vals WHERE key=? AND fold=?");
-  if (s.Bind(1, h.id).Bind(2, Fold(name)).Step() != SQLITE_DONE) return win32::kCantWrite;
+  if (s.Bind(1, h.id).BindFolded(2, name).Step() != SQLITE_DONE) return win32::kCantWrite;
   if (sqlite3_changes(gConnection.db) == 0) return KeyExists(h.id) ? win32::kFileNotFound : win32::kKeyDeleted;
   return t.Commit() ? win32::kSuccess : win32::kCantWrite;
 }
@@ -374,11 +458,8 @@ uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
   Transaction t;
   if (!t.ok()) return win32::kCantWrite;
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
-  int64_t id = h.id;
-  for (auto name : names) {
-    id = Child(id, name);
-    if (!id) return win32::kFileNotFound;
-  }
+  const int64_t id = names.empty() ? h.id : Descend(h.id, names);
+  if (!id) return win32::kFileNotFound;
   if (id <= 4) return win32::kAccessDenied;  // a root cannot be deleted
   {
     Stmt children("SELECT 1 FROM keys WHERE parent=? LIMIT 1");
