@@ -15,6 +15,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "registry/ini.h"
 #include "registry/registry.h"
@@ -153,6 +154,18 @@ void Ini_ReadLastKeyInMemory(benchmark::State& state) {
   }
 }
 BENCHMARK(Ini_ReadLastKeyInMemory);
+
+// The device path of the file, as INILit finds it before reading: the files
+// family's path layer (device directory, real path of the root, each name).
+void Ini_PathResolution(benchmark::State& state) {
+  IniFile();
+  for (auto _ : state) {
+    auto path = kp::platform::fs::DeviceRelativePath(u"\\bench.ini");
+    if (!path) state.SkipWithError("no path");
+    benchmark::DoNotOptimize(path);
+  }
+}
+BENCHMARK(Ini_PathResolution);
 
 void Ini_RawRead(benchmark::State& state) {
   const std::string& path = IniFile();
