@@ -201,22 +201,87 @@ bool ReadLinePiece(project::IXStream& stream, bool unicode, LinePiece* piece) {
   }
 }
 
+// The line as the 50-byte pieces would give it, read from the stream's
+// read-ahead: the pieces end only at a CR LF that starts inside them, and a
+// CR LF starting anywhere lies inside some piece, so the line runs to the
+// first CR LF (at an even distance in UTF-16) or to the end of the file,
+// and the position ends after the terminator, or at the end of the file.
 bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line) {
   line->clear();
-  std::string bytes;
-  LinePiece piece;
-  do {
-    if (!ReadLinePiece(stream, unicode, &piece)) return false;
-    if (unicode) {
-      for (uint32_t i = 0; i + 1 < piece.size; i += 2)
-        line->push_back(static_cast<char16_t>(piece.bytes[i] | (piece.bytes[i + 1] << 8)));
-    } else {
-      bytes.append(reinterpret_cast<const char*>(piece.bytes), piece.size);
+  const uint32_t unit = unicode ? 2 : 1;
+  const uint32_t endSize = unicode ? 4 : 2;
+  const uint8_t* end = unicode ? kUnicodeEnd : kAnsiEnd;
+  const int64_t start = stream.Position();
+  // A line that crosses the end of the read-ahead is gathered here, kept
+  // between calls so that it costs no allocation.
+  thread_local std::string gathered;
+  gathered.clear();
+  std::string_view content;
+  int64_t at = start;
+  int64_t next = -1;
+  while (next < 0) {
+    const uint8_t* data = nullptr;
+    uint32_t n = 0;
+    bool atEnd = false;
+    if (!stream.Peek(at, 2 * endSize, kBlock, &data, &n, &atEnd)) {
+      // As a failed piece: the position stays at the start of that piece.
+      stream.MoveTo(start + (at - start) / kPiece * kPiece);
+      return false;
     }
-  } while (!piece.finished);
+    // Every offset up to `last` can be checked for the whole terminator.
+    const uint32_t last = n >= endSize ? n - endSize : 0;
+    uint32_t found = n;
+    if (n >= endSize) {
+      for (const uint8_t* p = data; (p = static_cast<const uint8_t*>(std::memchr(p, 0x0D, last + 1 - (p - data))));
+           ++p) {
+        const auto j = static_cast<uint32_t>(p - data);
+        if (j % unit == 0 && std::memcmp(p, end, endSize) == 0) {
+          found = j;
+          break;
+        }
+      }
+    }
+    uint32_t take;
+    if (found < n) {
+      take = found;
+      next = at + found + endSize;
+    } else if (atEnd) {
+      take = n;
+      next = at + n;
+    } else {
+      // The last bytes may start a terminator: they are looked at again with what follows.
+      take = last + 1;
+      take -= take % unit;
+    }
+    const std::string_view part(reinterpret_cast<const char*>(data), take);
+    if (next >= 0 && gathered.empty()) {
+      content = part;
+    } else {
+      gathered.append(part);
+      content = gathered;
+    }
+    at += take;
+  }
+  stream.MoveTo(next);
+  const auto* b = reinterpret_cast<const uint8_t*>(content.data());
+  if (unicode) {
+    line->resize(content.size() / 2);
+    char16_t* out = line->data();
+    for (size_t i = 0; i + 1 < content.size(); i += 2) out[i / 2] = static_cast<char16_t>(b[i] | (b[i + 1] << 8));
+    return true;
+  }
   // The pieces are joined before conversion, so a character of a multi-byte
-  // code page cut between two pieces comes out whole.
-  if (!unicode) *line = platform::FromAnsi(bytes);
+  // code page cut between two pieces comes out whole. ASCII reads the same
+  // in every code page: it needs no converter (nor the code page).
+  uint8_t high = 0;
+  for (size_t i = 0; i < content.size(); ++i) high |= b[i];
+  if (high < 0x80) {
+    line->resize(content.size());
+    char16_t* out = line->data();
+    for (size_t i = 0; i < content.size(); ++i) out[i] = b[i];
+  } else {
+    *line = platform::FromAnsi(content);
+  }
   return true;
 }
 
@@ -224,8 +289,11 @@ std::u16string ReadLine(ExecContext* context, int32_t handle) {
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return {};
-  const int64_t size = stream->Size();
-  if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
+  // Bytes read ahead at the position show the file goes on: no need to ask its size.
+  if (!stream->BufferedAtPosition()) {
+    const int64_t size = stream->Size();
+    if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
+  }
   std::u16string line;
   if (!AssembleLine(*stream, entry->unicode, &line)) {
     RecordSystemError(context, stream->LastSystemError());

@@ -38,10 +38,10 @@ DirEnumeration& Enumeration() {
 bool Wanted(const fs::FindData& d, bool directories) { return ((d.attributes & fs::kAttrDirectory) != 0) == directories; }
 
 // --- walks -----------------------------------------------------------------
-std::vector<fs::FindData> Entries(const std::u16string& pattern) {
+std::vector<fs::FindData> Entries(const std::u16string& pattern, uint32_t details) {
   std::vector<fs::FindData> out;
   fs::FindData data;
-  const fs::FindHandle h = fs::FindFirstFile(pattern, &data);
+  const fs::FindHandle h = fs::FindFirstFile(pattern, &data, details);
   if (h == fs::kInvalidFind) return out;
   do out.push_back(data);
   while (fs::FindNextFile(h, &data));
@@ -100,8 +100,17 @@ struct Walk {
     return true;
   }
 
+  // Only what the options read is asked of the file system.
+  uint32_t Details(bool forDirectories) const {
+    uint32_t details = 0;
+    if (options & frFullInformation) details |= fs::kFindAttributes | fs::kFindSizeTimes;
+    if (options & frNoHiddenDirectory) details |= fs::kFindAttributes;
+    if ((options & frNoHiddenFile) && !forDirectories) details |= fs::kFindAttributes;
+    return details;
+  }
+
   void Visit(const std::u16string& dir, std::u16string_view namePattern) {
-    for (const fs::FindData& d : Entries(dir + std::u16string(namePattern))) {
+    for (const fs::FindData& d : Entries(dir + std::u16string(namePattern), Details(directories))) {
       if (stopped) return;
       const bool isDir = d.attributes & fs::kAttrDirectory;
       if (isDir != directories) continue;
@@ -110,7 +119,7 @@ struct Walk {
       if (!Report(dir, d)) stopped = true;
     }
     if (stopped || (options & frNotRecursive)) return;
-    for (const fs::FindData& d : Entries(dir + u"*.*")) {
+    for (const fs::FindData& d : Entries(dir + u"*.*", Details(true))) {
       if (stopped) return;
       if (!(d.attributes & fs::kAttrDirectory)) continue;
       if ((options & frNoHiddenDirectory) && (d.attributes & fs::kAttrHidden)) continue;
@@ -158,7 +167,8 @@ int32_t ListWith(ExecContext* context, std::u16string_view pattern, std::u16stri
 int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options) {
   int64_t total = 0;
   fs::FindData d;
-  const fs::FindHandle h = fs::FindFirstFile(dir + u"*", &d);
+  // The sizes and the directory bit are all this walk reads.
+  const fs::FindHandle h = fs::FindFirstFile(dir + u"*", &d, fs::kFindSizeTimes);
   if (h == fs::kInvalidFind) {
     const uint32_t code = platform::LastError();
     if (code == win32::kFileNotFound || code == win32::kNoMoreFiles) return 0;

@@ -22,7 +22,9 @@
 // or FindHandle is used by one thread at a time.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -73,6 +75,15 @@ bool SetEndOfFile(FileHandle file);
 int64_t GetFileSize(FileHandle file);
 bool CloseHandle(FileHandle file);
 
+// A counter that moves whenever this process changes the content or size of
+// the file behind `file` through these calls, whichever handle or name it
+// used (WriteFile, SetEndOfFile, a truncating CreateFile, CopyFile onto it).
+// Handles on one file share one counter, so a reader can tell that a copy of
+// the file it keeps has gone stale. Another process's changes are not
+// counted. Null when the backend does not keep count (Windows): then nothing
+// should be kept.
+std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle file);
+
 uint32_t GetFileAttributes(std::u16string_view name);
 bool SetFileAttributes(std::u16string_view name, uint32_t attributes);
 bool GetFileTimes(std::u16string_view name, FileTimes* times);
@@ -99,7 +110,15 @@ struct FindData {
 using FindHandle = intptr_t;
 constexpr FindHandle kInvalidFind = -1;
 // kInvalidFind with 2 (nothing matches) or 3 (no such directory).
-FindHandle FindFirstFile(std::u16string_view pattern, FindData* data);
+// `details` says what the caller reads besides the name and the directory
+// bit: without kFindAttributes `attributes` holds kAttrDirectory or
+// kAttrNormal only, without kFindSizeTimes `size` and `times` are 0. Names,
+// order and errors do not depend on it; leaving details out spares the
+// per-entry system calls where the backend can. Windows always fills all.
+constexpr uint32_t kFindAttributes = 1;
+constexpr uint32_t kFindSizeTimes = 2;
+constexpr uint32_t kFindAll = kFindAttributes | kFindSizeTimes;
+FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details = kFindAll);
 // false with 18 at the end.
 bool FindNextFile(FindHandle find, FindData* data);
 void FindClose(FindHandle find);

@@ -1,6 +1,9 @@
 // kp160std — IXStream.
 #include "project/stream.h"
 
+#include <algorithm>
+#include <cstring>
+#include <new>
 #include <vector>
 
 #include "component/error.h"
@@ -17,6 +20,8 @@ constexpr uint32_t kFileMessageInsert = 27904;
 
 bool StillMoving(uint32_t code) { return code == win32::kIoPending || code == kSignalPending; }
 
+constexpr uint32_t kReadAhead = 64 * 1024;
+
 }  // namespace
 
 IXStream::~IXStream() { Close(); }
@@ -29,6 +34,7 @@ bool IXStream::Open(std::u16string_view name, uint32_t access, uint32_t share, u
   position_ = 0;
   file_ = platform::fs::CreateFile(name, access, share, disposition, flags, created);
   if (file_ != platform::fs::kInvalidFile) {
+    changes_ = platform::fs::ContentChanges(file_);
     lastError_ = 0;
     return true;
   }
@@ -45,6 +51,10 @@ bool IXStream::Open(std::u16string_view name, uint32_t access, uint32_t share, u
 }
 
 void IXStream::Close() {
+  changes_.reset();
+  bufferSize_ = 0;
+  bufferAtEnd_ = false;
+  platformMoved_ = false;
   if (file_ != platform::fs::kInvalidFile) platform::fs::CloseHandle(file_);
   file_ = platform::fs::kInvalidFile;
 }
@@ -65,9 +75,21 @@ void IXStream::Report(bool reading, uint32_t asked, uint32_t moved, bool exact, 
   SetInfoItem(record_, 1, name_);
 }
 
+bool IXStream::Realign() {
+  if (!platformMoved_) return true;
+  platformMoved_ = false;
+  if (platform::fs::SetFilePointer(file_, position_, 0, nullptr)) return true;
+  lastError_ = platform::LastError();
+  return false;
+}
+
 bool IXStream::Read(void* buffer, uint32_t count, uint32_t* done) {
   if (record_) Clear(record_);
   if (done) *done = 0;
+  if (!Realign()) {
+    Report(true, count, 0, done == nullptr, lastError_);
+    return false;
+  }
   uint32_t total = 0;
   bool ok = true;
   uint32_t system = 0;
@@ -96,6 +118,10 @@ bool IXStream::Read(void* buffer, uint32_t count, uint32_t* done) {
 
 bool IXStream::Write(const void* buffer, uint32_t count, uint32_t* done) {
   if (done) *done = 0;
+  if (!Realign()) {
+    Report(false, count, 0, done == nullptr, lastError_);
+    return false;
+  }
   uint32_t total = 0;
   bool ok = true;
   uint32_t system = 0;
@@ -123,6 +149,9 @@ bool IXStream::Write(const void* buffer, uint32_t count, uint32_t* done) {
 }
 
 bool IXStream::Seek(int64_t distance, uint32_t origin) {
+  if (origin == 1 && !Realign()) return false;
+  // Whatever the outcome, the platform position is now the one a plain stream would have.
+  platformMoved_ = false;
   int64_t at = 0;
   if (!platform::fs::SetFilePointer(file_, distance, origin, &at)) {
     lastError_ = platform::LastError();
@@ -176,6 +205,81 @@ bool IXStream::ReadLine(std::u16string* line, size_t maxChars, bool unicode) {
       return true;
     }
   }
+}
+
+bool IXStream::Peek(int64_t at, uint32_t least, uint32_t asked, const uint8_t** bytes, uint32_t* count,
+                    bool* atEnd) {
+  *bytes = nullptr;
+  *count = 0;
+  *atEnd = false;
+  if (BufferValid() && at >= bufferStart_ && at - bufferStart_ <= bufferSize_) {
+    const auto offset = static_cast<uint32_t>(at - bufferStart_);
+    const uint32_t left = bufferSize_ - offset;
+    if (left >= least || bufferAtEnd_) {
+      *bytes = buffer_.get() + offset;
+      *count = left;
+      *atEnd = bufferAtEnd_;
+      lastError_ = 0;
+      return true;
+    }
+  }
+  if (!buffer_) {
+    // Without room for the read-ahead a small buffer still gives the same bytes.
+    buffer_.reset(new (std::nothrow) uint8_t[kReadAhead]);
+    capacity_ = buffer_ ? kReadAhead : 0;
+    if (!buffer_) {
+      buffer_.reset(new (std::nothrow) uint8_t[256]);
+      capacity_ = buffer_ ? 256 : 0;
+    }
+    if (!buffer_) {
+      lastError_ = win32::kNotEnoughMemory;
+      return false;
+    }
+  }
+  bufferSize_ = 0;
+  bufferAtEnd_ = false;
+  // Read when no count is kept: a later change through this process could not be seen.
+  const uint64_t version = changes_ ? changes_->load(std::memory_order_relaxed) : 0;
+  if (record_) Clear(record_);
+  platformMoved_ = true;
+  if (!platform::fs::SetFilePointer(file_, at, 0, nullptr)) {
+    lastError_ = platform::LastError();
+    return false;
+  }
+  const uint32_t want = changes_ ? capacity_ : std::max(least, std::min(asked, capacity_));
+  uint32_t total = 0;
+  while (total < want) {
+    uint32_t got = 0;
+    if (platform::fs::ReadFile(file_, buffer_.get() + total, want - total, &got)) {
+      total += got;
+      break;
+    }
+    total += got;
+    const uint32_t system = platform::LastError();
+    if (StillMoving(system)) continue;
+    Report(true, asked, std::min(total, asked), false, system);
+    return false;
+  }
+  bufferStart_ = at;
+  bufferSize_ = total;
+  bufferAtEnd_ = total < want;
+  bufferVersion_ = version;
+  *bytes = buffer_.get();
+  *count = total;
+  *atEnd = bufferAtEnd_;
+  // Nothing tells when bytes read without a count go stale: they serve this call only.
+  if (!changes_) bufferSize_ = 0;
+  lastError_ = 0;
+  return true;
+}
+
+bool IXStream::BufferedAtPosition() const {
+  return BufferValid() && position_ >= bufferStart_ && position_ - bufferStart_ < bufferSize_;
+}
+
+void IXStream::MoveTo(int64_t at) {
+  position_ = at;
+  platformMoved_ = true;
 }
 
 }  // namespace kp::project

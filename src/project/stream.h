@@ -7,11 +7,20 @@
 // is reported) with the stream's consistency texts, and the platform's code
 // is kept for LastSystemError.
 //
+// Line reading may read ahead into a buffer of the stream's own (Peek). The
+// position, results and errors stay those of the plain transfers: every
+// other operation first puts the platform position back where the stream
+// says it is, and the buffer is dropped as soon as this process changes the
+// file through any handle or name (platform::fs::ContentChanges). A change
+// made by another process shows at the next refill.
+//
 // The stream owns its platform handle (closed by Close or the destructor);
 // it is not copyable and is used by one thread at a time.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -52,8 +61,27 @@ class IXStream {
   // the rest skipped. False on a failed read.
   bool ReadLine(std::u16string* line, size_t maxChars, bool unicode);
 
+  // Read-ahead for the line reader. Peek makes the bytes from `at` on
+  // visible, at least `least` of them unless the file ends first, and
+  // answers how many follow `at` in the buffer; `atEnd` tells that the file
+  // ends right after them. The bytes stay valid until the next call on the
+  // stream. False on a failed read, reported as a failed Read of `asked`
+  // bytes; the position is not moved.
+  bool Peek(int64_t at, uint32_t least, uint32_t asked, const uint8_t** bytes, uint32_t* count, bool* atEnd);
+  // Whether the buffer holds bytes at the position: the file, as this
+  // process last changed it, goes on past the position.
+  bool BufferedAtPosition() const;
+  // Moves the position as Seek(at, 0) does for a non-negative `at`, without
+  // a system call.
+  void MoveTo(int64_t at);
+
  private:
   void Report(bool reading, uint32_t asked, uint32_t moved, bool exact, uint32_t system);
+  // Puts the platform position back at the stream's after a read-ahead.
+  bool Realign();
+  bool BufferValid() const {
+    return bufferSize_ > 0 && changes_ && changes_->load(std::memory_order_relaxed) == bufferVersion_;
+  }
 
   CXError* record_;
   platform::fs::FileHandle file_ = platform::fs::kInvalidFile;
@@ -61,6 +89,15 @@ class IXStream {
   int64_t position_ = 0;
   uint32_t lastError_ = 0;
   std::u16string name_;
+
+  std::shared_ptr<const std::atomic<uint64_t>> changes_;
+  std::unique_ptr<uint8_t[]> buffer_;
+  uint32_t capacity_ = 0;
+  int64_t bufferStart_ = 0;
+  uint32_t bufferSize_ = 0;
+  bool bufferAtEnd_ = false;  // the refill met the end of the file
+  uint64_t bufferVersion_ = 0;
+  bool platformMoved_ = false;  // the platform position is not the stream's
 };
 
 }  // namespace kp::project

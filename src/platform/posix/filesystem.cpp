@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -291,6 +292,68 @@ struct FindState {
   size_t next = 0;
 };
 
+// The content-change counters: one per open file (device and inode), shared
+// by every descriptor this layer opened on it.
+using Counter = std::atomic<uint64_t>;
+using FileKey = std::pair<dev_t, ino_t>;
+struct OpenFile {
+  FileKey key{};
+  std::shared_ptr<Counter> changes;
+};
+struct ChangeTable {
+  std::mutex mutex;
+  std::vector<OpenFile> byDescriptor;
+  std::map<FileKey, std::weak_ptr<Counter>> byFile;
+};
+// Never destroyed: the handle table closes its streams at unload, after
+// other statics may be gone.
+ChangeTable& Changes() {
+  static ChangeTable* table = new ChangeTable;
+  return *table;
+}
+
+void Track(int fd, bool truncated) {
+  struct stat st {};
+  if (fd < 0 || fstat(fd, &st) != 0) return;
+  ChangeTable& t = Changes();
+  std::lock_guard<std::mutex> lock(t.mutex);
+  const FileKey key{st.st_dev, st.st_ino};
+  std::shared_ptr<Counter> counter = t.byFile[key].lock();
+  if (!counter) {
+    counter = std::make_shared<Counter>(0);
+    t.byFile[key] = counter;
+  }
+  if (truncated) counter->fetch_add(1, std::memory_order_relaxed);
+  if (t.byDescriptor.size() <= static_cast<size_t>(fd)) t.byDescriptor.resize(static_cast<size_t>(fd) + 1);
+  t.byDescriptor[static_cast<size_t>(fd)] = OpenFile{key, std::move(counter)};
+}
+
+void Untrack(int fd) {
+  ChangeTable& t = Changes();
+  std::lock_guard<std::mutex> lock(t.mutex);
+  if (fd < 0 || static_cast<size_t>(fd) >= t.byDescriptor.size()) return;
+  OpenFile& f = t.byDescriptor[static_cast<size_t>(fd)];
+  if (!f.changes) return;
+  f.changes.reset();
+  const auto it = t.byFile.find(f.key);
+  if (it != t.byFile.end() && it->second.expired()) t.byFile.erase(it);
+}
+
+void Changed(int fd) {
+  ChangeTable& t = Changes();
+  std::lock_guard<std::mutex> lock(t.mutex);
+  if (fd >= 0 && static_cast<size_t>(fd) < t.byDescriptor.size() && t.byDescriptor[static_cast<size_t>(fd)].changes)
+    t.byDescriptor[static_cast<size_t>(fd)].changes->fetch_add(1, std::memory_order_relaxed);
+}
+
+void Changed(const struct stat& st) {
+  ChangeTable& t = Changes();
+  std::lock_guard<std::mutex> lock(t.mutex);
+  const auto it = t.byFile.find(FileKey{st.st_dev, st.st_ino});
+  if (it == t.byFile.end()) return;
+  if (const auto counter = it->second.lock()) counter->fetch_add(1, std::memory_order_relaxed);
+}
+
 }  // namespace
 
 namespace names {
@@ -424,6 +487,7 @@ FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share,
   if ((mode & O_TRUNC) && (mode & O_ACCMODE) == O_RDONLY) mode = (mode & ~O_ACCMODE) | O_RDWR;
   const int fd = open(r.host.c_str(), mode, 0666);
   if (fd < 0) return Fail(errno == EEXIST ? win32::kFileExists : FromErrno(errno)), kInvalidFile;
+  Track(fd, r.exists && (mode & O_TRUNC));
   if (created) *created = !r.exists;
   SetLastError(r.exists && (disposition == kCreateAlways || disposition == kOpenAlways) ? win32::kAlreadyExists
                                                                                           : win32::kSuccess);
@@ -447,16 +511,20 @@ bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* read) {
 bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* written) {
   if (written) *written = 0;
   uint32_t done = 0;
+  int error = 0;
   while (done < count) {
     const ssize_t n = ::write(static_cast<int>(file), static_cast<const char*>(buffer) + done, count - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
-      if (written) *written = done;
-      return Fail(errno == EBADF ? win32::kAccessDenied : FromErrno(errno));
+      error = errno;
+      break;
     }
     done += static_cast<uint32_t>(n);
   }
+  // Counted once the bytes are in: a reader refilling meanwhile still looks again.
+  if (done > 0) Changed(static_cast<int>(file));
   if (written) *written = done;
+  if (done < count) return Fail(error == EBADF ? win32::kAccessDenied : FromErrno(error));
   return true;
 }
 
@@ -476,6 +544,7 @@ bool SetEndOfFile(FileHandle file) {
   const off_t at = lseek(static_cast<int>(file), 0, SEEK_CUR);
   if (at < 0) return Fail(FromErrno(errno));
   if (ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : FromErrno(errno));
+  Changed(static_cast<int>(file));
   return true;
 }
 
@@ -487,7 +556,15 @@ int64_t GetFileSize(FileHandle file) {
 
 bool CloseHandle(FileHandle file) {
   if (file < 0) return Fail(win32::kInvalidHandle);
+  Untrack(static_cast<int>(file));
   return close(static_cast<int>(file)) == 0 ? true : Fail(FromErrno(errno));
+}
+
+std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle file) {
+  ChangeTable& t = Changes();
+  std::lock_guard<std::mutex> lock(t.mutex);
+  if (file < 0 || static_cast<size_t>(file) >= t.byDescriptor.size()) return nullptr;
+  return t.byDescriptor[static_cast<size_t>(file)].changes;
 }
 
 uint32_t GetFileAttributes(std::u16string_view name) {
@@ -564,6 +641,7 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
   const uint32_t error = ok ? 0 : LastError();
   close(in);
   close(out);
+  if (to.exists) Changed(to.st);
   if (!ok) return Fail(error);
   // The copy keeps the source's attributes and last-write time, as the system's copy does.
   const timespec t[2] = {timespec{0, UTIME_NOW}, from.st.st_mtim};
@@ -622,7 +700,7 @@ bool RemoveDirectory(std::u16string_view name) {
   return true;
 }
 
-FindHandle FindFirstFile(std::u16string_view pattern, FindData* data) {
+FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details) {
   const size_t cut = pattern.find_last_of(u"\\/");
   if (cut == std::u16string_view::npos) return Fail(win32::kInvalidName), kInvalidFind;
   const std::u16string_view leaf = pattern.substr(cut + 1);
@@ -634,24 +712,42 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data) {
   auto state = std::make_unique<FindState>();
   DIR* d = opendir(dir.host.c_str());
   if (!d) return Fail(FromErrno(errno)), kInvalidFind;
+  const int dfd = dirfd(d);
+  // "*" and "*.*" take every name: no need to fold each one.
+  const bool everything = leaf == u"*" || leaf == u"*.*";
   while (dirent* e = readdir(d)) {
     if (std::strcmp(e->d_name, ".") == 0 || std::strcmp(e->d_name, "..") == 0) continue;
-    const std::u16string entry = names::FromUtf8(e->d_name);
-    if (!names::Match(leaf, entry)) continue;
-    std::string host = Join(dir.host, e->d_name);
+    std::u16string entry = names::FromUtf8(e->d_name);
+    if (!everything && !names::Match(leaf, entry)) continue;
     struct stat st {};
-    if (lstat(host.c_str(), &st) != 0) continue;
-    if (S_ISLNK(st.st_mode)) {
+    bool haveStat = false;
+    std::string host;
+    // The entry's type from the listing spares a stat when nothing else is read.
+    const bool plain = e->d_type == DT_DIR || e->d_type == DT_REG;
+    if (!plain || details != 0) {
+      if (fstatat(dfd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+      haveStat = true;
+    }
+    if (haveStat && S_ISLNK(st.st_mode)) {
       char buffer[PATH_MAX];
+      host = Join(dir.host, e->d_name);
       // A link that leads outside the device is not part of the device: not listed.
       if (!realpath(host.c_str(), buffer) || !Inside(buffer, root) || stat(buffer, &st) != 0) continue;
       host = buffer;
     }
+    const bool isDir = haveStat ? S_ISDIR(st.st_mode) : e->d_type == DT_DIR;
     FindData f;
-    f.name = entry;
-    f.attributes = AttributesOf(host, st);
-    f.size = S_ISDIR(st.st_mode) ? 0 : st.st_size;
-    f.times = TimesOf(st);
+    f.name = std::move(entry);
+    if (details & kFindAttributes) {
+      if (host.empty()) host = Join(dir.host, e->d_name);
+      f.attributes = AttributesOf(host, st);
+    } else {
+      f.attributes = isDir ? kAttrDirectory : kAttrNormal;
+    }
+    if (details & kFindSizeTimes) {
+      f.size = isDir ? 0 : st.st_size;
+      f.times = TimesOf(st);
+    }
     state->entries.push_back(std::move(f));
   }
   closedir(d);

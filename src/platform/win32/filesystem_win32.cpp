@@ -98,6 +98,9 @@ int64_t GetFileSize(FileHandle file) {
 
 bool CloseHandle(FileHandle file) { return ::CloseHandle(reinterpret_cast<HANDLE>(file)) != 0; }
 
+// No count is kept here: streams keep no read-ahead on Windows.
+std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle) { return nullptr; }
+
 uint32_t GetFileAttributes(std::u16string_view name) { return ::GetFileAttributesW(Wide(name).c_str()); }
 
 bool SetFileAttributes(std::u16string_view name, uint32_t attributes) {
@@ -138,7 +141,7 @@ bool DeleteFile(std::u16string_view name) { return ::DeleteFileW(Wide(name).c_st
 bool CreateDirectory(std::u16string_view name) { return ::CreateDirectoryW(Wide(name).c_str(), nullptr) != 0; }
 bool RemoveDirectory(std::u16string_view name) { return ::RemoveDirectoryW(Wide(name).c_str()) != 0; }
 
-FindHandle FindFirstFile(std::u16string_view pattern, FindData* data) {
+FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t) {
   WIN32_FIND_DATAW w;
   HANDLE h = ::FindFirstFileW(Wide(pattern).c_str(), &w);
   if (h == INVALID_HANDLE_VALUE) return kInvalidFind;
