@@ -305,12 +305,12 @@ struct ChangeTable {
   std::vector<OpenFile> byDescriptor;
   std::map<FileKey, std::weak_ptr<Counter>> byFile;
 };
-// Never destroyed: the handle table closes its streams at unload, after
-// other statics may be gone.
-ChangeTable& Changes() {
-  static ChangeTable* table = new ChangeTable;
-  return *table;
-}
+// A namespace-scope object is made when the library loads, before the handle
+// table (made on first use), so it is destroyed after it: the handle table
+// still untracks its streams when it closes them at unload. Destroying it at
+// all keeps an unloaded library from leaking it.
+ChangeTable gChanges;
+ChangeTable& Changes() { return gChanges; }
 
 void Track(int fd, bool truncated) {
   struct stat st {};
