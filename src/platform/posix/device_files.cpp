@@ -43,6 +43,31 @@ uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
   const int fd = open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return FromErrno(errno);
   bytes->clear();
+  // A regular file is read into the size fstat gives, so no last read() is
+  // spent finding the end; one that shrinks meanwhile stops at its end, one
+  // that grows is read as it was. Anything else is read until read() says
+  // the end.
+  struct stat st {};
+  if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0) {
+    const size_t size = static_cast<size_t>(st.st_size);
+    bytes->resize(size);
+    size_t done = 0;
+    while (done < size) {
+      const ssize_t n = read(fd, bytes->data() + done, size - done);
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) {
+        const int e = errno;
+        close(fd);
+        bytes->resize(done);
+        return FromErrno(e);
+      }
+      if (n == 0) break;
+      done += static_cast<size_t>(n);
+    }
+    bytes->resize(done);
+    close(fd);
+    return win32::kSuccess;
+  }
   char buffer[16384];
   while (true) {
     const ssize_t n = read(fd, buffer, sizeof buffer);

@@ -81,14 +81,18 @@ bool NativeRoot() {
 
 // The real path of the device root, made when missing; empty when it cannot be.
 // The answer is kept for the prefix it was made for: one stat confirms it.
-std::string RootReal() {
+// Unconfirmed, the kept answer is returned as it is; the caller must then
+// confirm it itself before trusting a failure (see Resolve).
+std::string RootReal(bool confirm = true) {
   static std::mutex mutex;
   static std::string cachedFor, cachedRoot;
   const std::string key = NativeRoot() ? std::string("/") : DeviceDirectory() + "/fs";
   {
     std::lock_guard<std::mutex> lock(mutex);
     struct stat st {};
-    if (key == cachedFor && stat(cachedRoot.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return cachedRoot;
+    if (key == cachedFor &&
+        (!confirm || (stat(cachedRoot.c_str(), &st) == 0 && S_ISDIR(st.st_mode))))
+      return cachedRoot;
   }
   std::string root = "/";
   if (!NativeRoot()) {
@@ -114,6 +118,7 @@ std::string Join(const std::string& dir, const std::string& name) { return dir =
 
 struct Resolved {
   std::string host;  // the host path (of the parent + name when missing)
+  std::string root;  // the root's real path the walk started from
   bool exists = false;
   bool isRoot = false;
   struct stat st {};
@@ -170,10 +175,16 @@ std::string FindFolded(const std::string& dir, const std::string& name) {
 bool Resolve(std::u16string_view name, Resolved* out, bool missingParents = false) {
   const auto parts = Split(name);
   if (!parts) return false;
-  const std::string root = RootReal();
+  // The kept root is confirmed only when the first name cannot be found:
+  // finding it proves the root is still a directory, so the usual call makes
+  // no stat of the root. A failure confirms the root (making it again when it
+  // was removed, as before) and starts the walk over.
+  bool confirmed = parts->empty();
+  std::string root = RootReal(confirmed);
   if (root.empty()) return Fail(win32::kPathNotFound);
   std::string current = root;
   *out = Resolved{};
+  out->root = root;
   if (parts->empty()) {
     out->host = root;
     out->isRoot = true;
@@ -185,6 +196,15 @@ bool Resolve(std::u16string_view name, Resolved* out, bool missingParents = fals
     std::string candidate = Join(current, (*parts)[i]);
     struct stat st {};
     if (lstat(candidate.c_str(), &st) != 0) {
+      if (!confirmed && i == 0) {
+        confirmed = true;
+        root = RootReal(true);
+        if (root.empty()) return Fail(win32::kPathNotFound);
+        current = root;
+        out->root = root;
+        --i;  // i is 0 here: the loop's increment brings it back to 0
+        continue;
+      }
       if (errno != ENOENT) return Fail(errno == ENOTDIR ? win32::kPathNotFound : FromErrno(errno));
       const std::string folded = FindFolded(current, (*parts)[i]);
       if (folded.empty()) {
@@ -847,9 +867,8 @@ bool MemoryWritable(void* address, size_t count) {
 std::optional<std::string> DeviceRelativePath(std::u16string_view name) {
   Resolved r;
   if (!Resolve(name, &r, true) || r.isRoot) return std::nullopt;
-  const std::string root = RootReal();
-  if (root == "/") return r.host.substr(1);
-  return r.host.substr(root.size() + 1);
+  if (r.root == "/") return r.host.substr(1);
+  return r.host.substr(r.root.size() + 1);
 }
 
 }  // namespace kp::platform::fs
