@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/posix/device.h"
+#include "platform/posix/errno_map.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 
@@ -16,18 +17,6 @@ namespace {
 
 std::string HostPath(std::string_view path) { return DeviceDirectory() + "/fs/" + std::string(path); }
 
-uint32_t FromErrno(int e) {
-  switch (e) {
-    case ENOENT: return win32::kFileNotFound;
-    case ENOTDIR: return win32::kPathNotFound;
-    case EACCES:
-    case EPERM:
-    case EISDIR: return win32::kAccessDenied;
-    case ENOMEM: return win32::kNotEnoughMemory;
-    case ENAMETOOLONG: return win32::kFilenameExcedRange;
-    default: return win32::kCantWrite;
-  }
-}
 
 bool MakeParents(const std::string& file) {
   for (size_t i = 1; i < file.size(); ++i) {
@@ -41,7 +30,7 @@ bool MakeParents(const std::string& file) {
 
 uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
   const int fd = open(HostPath(path).c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return FromErrno(errno);
+  if (fd < 0) return Win32FromErrno(errno);
   bytes->clear();
   // A regular file is read into the size fstat gives, so no last read() is
   // spent finding the end; one that shrinks meanwhile stops at its end, one
@@ -59,7 +48,7 @@ uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
         const int e = errno;
         close(fd);
         bytes->resize(done);
-        return FromErrno(e);
+        return Win32FromErrno(e);
       }
       if (n == 0) break;
       done += static_cast<size_t>(n);
@@ -75,7 +64,7 @@ uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
     if (n < 0) {
       const int e = errno;
       close(fd);
-      return FromErrno(e);
+      return Win32FromErrno(e);
     }
     if (n == 0) break;
     bytes->append(buffer, static_cast<size_t>(n));
@@ -87,12 +76,12 @@ uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
 uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
   if (!EnsureDeviceDirectory()) return win32::kPathNotFound;
   const std::string target = HostPath(path);
-  if (!MakeParents(target)) return FromErrno(errno);
+  if (!MakeParents(target)) return Win32FromErrno(errno);
   // Written beside the target and renamed over it, so that a reader in another
   // process sees the old content or the new one, never a half of each.
   const std::string temporary = target + ".kp" + std::to_string(getpid()) + "~";
   const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (fd < 0) return FromErrno(errno);
+  if (fd < 0) return Win32FromErrno(errno);
   size_t done = 0;
   while (done < bytes.size()) {
     const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
@@ -101,20 +90,20 @@ uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
       const int e = errno;
       close(fd);
       unlink(temporary.c_str());
-      return FromErrno(e);
+      return Win32FromErrno(e);
     }
     done += static_cast<size_t>(n);
   }
   if (close(fd) != 0 || rename(temporary.c_str(), target.c_str()) != 0) {
     const int e = errno;
     unlink(temporary.c_str());
-    return FromErrno(e);
+    return Win32FromErrno(e);
   }
   return win32::kSuccess;
 }
 
 uint32_t DeleteDeviceFile(std::string_view path) {
-  return unlink(HostPath(path).c_str()) == 0 ? win32::kSuccess : FromErrno(errno);
+  return unlink(HostPath(path).c_str()) == 0 ? win32::kSuccess : Win32FromErrno(errno);
 }
 
 int64_t DeviceFileSize(std::string_view path) {

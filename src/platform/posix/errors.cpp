@@ -1,9 +1,9 @@
 // kp160std — last error and system error texts on POSIX.
-#include <array>
+#include <cerrno>
 #include <string>
-#include <utility>
 
 #include "platform/platform.h"
+#include "platform/posix/errno_map.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform {
@@ -24,27 +24,40 @@ constexpr ErrorText kTexts[] = {
     {win32::kInvalidFunction, u"Fonction incorrecte.", u"Incorrect function."},
     {win32::kFileNotFound, u"Le fichier spécifié est introuvable.", u"The system cannot find the file specified."},
     {win32::kPathNotFound, u"Le chemin d'accès spécifié est introuvable.", u"The system cannot find the path specified."},
+    {win32::kTooManyOpenFiles, u"Le système ne peut pas ouvrir le fichier.", u"The system cannot open the file."},
     {win32::kAccessDenied, u"Accès refusé.", u"Access is denied."},
     {win32::kInvalidHandle, u"Descripteur non valide.", u"The handle is invalid."},
     {win32::kNotEnoughMemory, u"Espace de stockage insuffisant pour traiter cette commande.",
      u"Not enough memory resources are available to process this command."},
     {win32::kOutOfMemory, u"Espace de stockage insuffisant pour traiter cette opération.",
      u"Not enough memory resources are available to complete this operation."},
+    {win32::kNotSameDevice, u"Le système ne peut pas déplacer le fichier vers une autre unité de disque.",
+     u"The system cannot move the file to a different disk drive."},
     {win32::kNoMoreFiles, u"Il n'y a plus de fichier.", u"There are no more files."},
     {win32::kWriteProtect, u"Le support est protégé en écriture.", u"The media is write protected."},
+    {win32::kGenFailure, u"Un périphérique attaché au système ne fonctionne pas correctement.",
+     u"A device attached to the system is not functioning."},
     {win32::kSharingViolation,
      u"Le processus ne peut pas accéder au fichier car ce fichier est utilisé par un autre processus.",
      u"The process cannot access the file because it is being used by another process."},
+    {win32::kLockViolation,
+     u"Le processus ne peut pas accéder au fichier car un autre processus en a verrouillé une partie.",
+     u"The process cannot access the file because another process has locked a portion of the file."},
     {win32::kHandleEof, u"Fin de fichier atteinte.", u"Reached the end of the file."},
     {win32::kNotSupported, u"Cette demande n'est pas prise en charge.", u"The request is not supported."},
     {win32::kFileExists, u"Le fichier existe.", u"The file exists."},
     {win32::kInvalidParameter, u"Paramètre incorrect.", u"The parameter is incorrect."},
+    {win32::kBrokenPipe, u"Le canal de communication a été fermé.", u"The pipe has been ended."},
+    {win32::kDiskFull, u"Espace insuffisant sur le disque.", u"There is not enough space on the disk."},
     {win32::kCallNotImplemented, u"Cette fonction n'est pas prise en charge sur ce système.",
      u"This function is not supported on this system."},
     {win32::kInsufficientBuffer, u"La zone de données passée à un appel système est insuffisante.",
      u"The data area passed to a system call is too small."},
     {win32::kInvalidName, u"La syntaxe du nom de fichier, de répertoire ou de volume est incorrecte.",
      u"The filename, directory name, or volume label syntax is incorrect."},
+    {win32::kNegativeSeek,
+     u"Tentative de positionnement du pointeur de fichier avant le début du fichier.",
+     u"An attempt was made to move the file pointer before the beginning of the file."},
     {win32::kDirNotEmpty, u"Le répertoire n'est pas vide.", u"The directory is not empty."},
     {win32::kBadPathname, u"Le chemin d'accès spécifié n'est pas valide.", u"The specified path is invalid."},
     {win32::kLockFailed, u"Impossible de verrouiller une zone d'un fichier.", u"Unable to lock a region of a file."},
@@ -54,6 +67,8 @@ constexpr ErrorText kTexts[] = {
      u"The system could not find the environment option that was entered."},
     {win32::kFilenameExcedRange, u"Le nom du fichier ou l'extension est trop long.",
      u"The filename or extension is too long."},
+    {win32::kFileTooLarge, u"Le fichier est trop volumineux pour cette opération.",
+     u"The file size exceeds the limit allowed and cannot be saved."},
     {win32::kMoreData, u"D'autres données sont disponibles.", u"More data is available."},
     {win32::kNoMoreItems, u"Il n'y a plus de données.", u"No more data is available."},
     {win32::kDirectory, u"Nom de répertoire non valide.", u"The directory name is invalid."},
@@ -75,6 +90,8 @@ constexpr ErrorText kTexts[] = {
     {win32::kNoUnicodeTranslation,
      u"Le mappage pour le caractère Unicode n'existe pas dans la page de codes multi-octets cible.",
      u"No mapping for the Unicode character exists in the target multi-byte code page."},
+    {win32::kIoDevice, u"Impossible d'exécuter la requête en raison d'une erreur de périphérique d'E/S.",
+     u"The request could not be performed because of an I/O device error."},
     {win32::kPrivilegeNotHeld, u"Le client ne dispose pas d'un privilège nécessaire.",
      u"A required privilege is not held by the client."},
     {win32::kInvalidWindowHandle, u"Handle de fenêtre non valide.", u"Invalid window handle."},
@@ -82,6 +99,42 @@ constexpr ErrorText kTexts[] = {
 };
 
 }  // namespace
+
+uint32_t Win32FromErrno(int error) {
+  switch (error) {
+    case 0: return win32::kSuccess;
+    case ENOENT: return win32::kFileNotFound;
+    case ENOTDIR:
+    case ELOOP: return win32::kPathNotFound;
+    case EACCES:
+    case EPERM:
+    case EISDIR: return win32::kAccessDenied;
+    case EEXIST: return win32::kAlreadyExists;
+    case ENOTEMPTY: return win32::kDirNotEmpty;
+    case ENOMEM: return win32::kNotEnoughMemory;
+    case ENAMETOOLONG: return win32::kFilenameExcedRange;
+    case ENOSPC:
+    case EDQUOT: return win32::kDiskFull;
+    case EFBIG: return win32::kFileTooLarge;
+    case EROFS: return win32::kWriteProtect;
+    case EMFILE:
+    case ENFILE: return win32::kTooManyOpenFiles;
+    case EBADF: return win32::kInvalidHandle;
+    case EINVAL:
+    case ESPIPE: return win32::kInvalidParameter;
+    case EBUSY:
+    case ETXTBSY: return win32::kSharingViolation;
+    case EAGAIN: return win32::kLockViolation;
+    case EXDEV: return win32::kNotSameDevice;
+    case EPIPE: return win32::kBrokenPipe;
+    case EIO: return win32::kIoDevice;
+    case ENOSYS: return win32::kCallNotImplemented;
+    case ENOTSUP: return win32::kNotSupported;
+    case ETIMEDOUT: return win32::kTimeout;
+    case EILSEQ: return win32::kNoUnicodeTranslation;
+    default: return win32::kGenFailure;
+  }
+}
 
 uint32_t LastError() { return tLastError; }
 void SetLastError(uint32_t code) { tLastError = code; }

@@ -30,6 +30,7 @@
 #include "platform/filesystem.h"
 #include "platform/platform.h"
 #include "platform/posix/device.h"
+#include "platform/posix/errno_map.h"
 #include "platform/posix/fs_names.h"
 #include "platform/win32_errors.h"
 
@@ -37,37 +38,9 @@ namespace kp::platform::fs {
 
 namespace {
 
-constexpr uint32_t kNegativeSeek = 131;
-constexpr uint32_t kDiskFull = 112;
-constexpr uint32_t kTooManyOpenFiles = 4;
-constexpr uint32_t kNotSameDevice = 17;
 constexpr const char* kAttributeName = "user.kp.attributes";
 constexpr uint32_t kKeptBits = kAttrHidden | kAttrSystem | kAttrArchive;
 
-uint32_t FromErrno(int e) {
-  switch (e) {
-    case 0: return win32::kSuccess;
-    case ENOENT: return win32::kFileNotFound;
-    case ENOTDIR:
-    case ELOOP: return win32::kPathNotFound;
-    case EACCES:
-    case EPERM:
-    case EISDIR: return win32::kAccessDenied;
-    case EEXIST: return win32::kAlreadyExists;
-    case ENOTEMPTY: return win32::kDirNotEmpty;
-    case ENOMEM: return win32::kNotEnoughMemory;
-    case ENAMETOOLONG: return win32::kFilenameExcedRange;
-    case ENOSPC: return kDiskFull;
-    case EROFS: return win32::kWriteProtect;
-    case EMFILE:
-    case ENFILE: return kTooManyOpenFiles;
-    case EBADF: return win32::kInvalidHandle;
-    case EINVAL: return win32::kInvalidParameter;
-    case EBUSY: return win32::kSharingViolation;
-    case EXDEV: return kNotSameDevice;
-    default: return win32::kCantWrite;
-  }
-}
 
 bool Fail(uint32_t code) {
   SetLastError(code);
@@ -205,7 +178,7 @@ bool Resolve(std::u16string_view name, Resolved* out, bool missingParents = fals
         --i;  // i is 0 here: the loop's increment brings it back to 0
         continue;
       }
-      if (errno != ENOENT) return Fail(errno == ENOTDIR ? win32::kPathNotFound : FromErrno(errno));
+      if (errno != ENOENT) return Fail(errno == ENOTDIR ? win32::kPathNotFound : Win32FromErrno(errno));
       const std::string folded = FindFolded(current, (*parts)[i]);
       if (folded.empty()) {
         if (!last && !missingParents) return Fail(win32::kPathNotFound);
@@ -214,14 +187,14 @@ bool Resolve(std::u16string_view name, Resolved* out, bool missingParents = fals
         return true;
       }
       candidate = Join(current, folded);
-      if (lstat(candidate.c_str(), &st) != 0) return Fail(FromErrno(errno));
+      if (lstat(candidate.c_str(), &st) != 0) return Fail(Win32FromErrno(errno));
     }
     if (S_ISLNK(st.st_mode)) {
       char buffer[PATH_MAX];
       // A dangling link is refused too: creating through it could land anywhere.
       if (!realpath(candidate.c_str(), buffer) || !Inside(buffer, root)) return Fail(win32::kAccessDenied);
       candidate = buffer;
-      if (stat(candidate.c_str(), &st) != 0) return Fail(FromErrno(errno));
+      if (stat(candidate.c_str(), &st) != 0) return Fail(Win32FromErrno(errno));
     }
     if (!last && !S_ISDIR(st.st_mode)) return Fail(win32::kPathNotFound);
     current = candidate;
@@ -506,7 +479,7 @@ FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share,
   // Truncation needs write access on POSIX; the Win32 call asks for it too.
   if ((mode & O_TRUNC) && (mode & O_ACCMODE) == O_RDONLY) mode = (mode & ~O_ACCMODE) | O_RDWR;
   const int fd = open(r.host.c_str(), mode, 0666);
-  if (fd < 0) return Fail(errno == EEXIST ? win32::kFileExists : FromErrno(errno)), kInvalidFile;
+  if (fd < 0) return Fail(errno == EEXIST ? win32::kFileExists : Win32FromErrno(errno)), kInvalidFile;
   Track(fd, r.exists && (mode & O_TRUNC));
   if (created) *created = !r.exists;
   SetLastError(r.exists && (disposition == kCreateAlways || disposition == kOpenAlways) ? win32::kAlreadyExists
@@ -520,7 +493,8 @@ bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* read) {
   while (done < count) {
     const ssize_t n = ::read(static_cast<int>(file), static_cast<char*>(buffer) + done, count - done);
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return Fail(errno == EISDIR ? win32::kAccessDenied : FromErrno(errno));
+    // Win32 reads of a handle opened for writing only fail with 5, as do reads of a directory.
+    if (n < 0) return Fail(errno == EISDIR || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
     if (n == 0) break;
     done += static_cast<uint32_t>(n);
   }
@@ -544,7 +518,7 @@ bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* wr
   // Counted once the bytes are in: a reader refilling meanwhile still looks again.
   if (done > 0) Changed(static_cast<int>(file));
   if (written) *written = done;
-  if (done < count) return Fail(error == EBADF ? win32::kAccessDenied : FromErrno(error));
+  if (done < count) return Fail(error == EBADF ? win32::kAccessDenied : Win32FromErrno(error));
   return true;
 }
 
@@ -552,32 +526,32 @@ bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t*
   if (origin > 2) return Fail(win32::kInvalidParameter);
   const int whence = origin == 0 ? SEEK_SET : origin == 1 ? SEEK_CUR : SEEK_END;
   const off_t base = lseek(static_cast<int>(file), 0, whence);
-  if (base < 0) return Fail(FromErrno(errno));
-  if (distance < 0 && -distance > base) return Fail(kNegativeSeek);
+  if (base < 0) return Fail(Win32FromErrno(errno));
+  if (distance < 0 && -distance > base) return Fail(win32::kNegativeSeek);
   const off_t at = lseek(static_cast<int>(file), static_cast<off_t>(distance), whence);
-  if (at < 0) return Fail(FromErrno(errno));
+  if (at < 0) return Fail(Win32FromErrno(errno));
   if (position) *position = at;
   return true;
 }
 
 bool SetEndOfFile(FileHandle file) {
   const off_t at = lseek(static_cast<int>(file), 0, SEEK_CUR);
-  if (at < 0) return Fail(FromErrno(errno));
-  if (ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : FromErrno(errno));
+  if (at < 0) return Fail(Win32FromErrno(errno));
+  if (ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
   Changed(static_cast<int>(file));
   return true;
 }
 
 int64_t GetFileSize(FileHandle file) {
   struct stat st {};
-  if (fstat(static_cast<int>(file), &st) != 0) return Fail(FromErrno(errno)), -1;
+  if (fstat(static_cast<int>(file), &st) != 0) return Fail(Win32FromErrno(errno)), -1;
   return st.st_size;
 }
 
 bool CloseHandle(FileHandle file) {
   if (file < 0) return Fail(win32::kInvalidHandle);
   Untrack(static_cast<int>(file));
-  return close(static_cast<int>(file)) == 0 ? true : Fail(FromErrno(errno));
+  return close(static_cast<int>(file)) == 0 ? true : Fail(Win32FromErrno(errno));
 }
 
 std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle file) {
@@ -602,11 +576,11 @@ bool SetFileAttributes(std::u16string_view name, uint32_t attributes) {
   const mode_t readonly = r.st.st_mode & ~(S_IWUSR | S_IWGRP | S_IWOTH);
   const bool wantReadOnly = attributes & kAttrReadOnly;
   // The attribute is set while the file is writable: a user attribute needs write permission.
-  if (!wantReadOnly && chmod(r.host.c_str(), writable & 07777) != 0) return Fail(FromErrno(errno));
+  if (!wantReadOnly && chmod(r.host.c_str(), writable & 07777) != 0) return Fail(Win32FromErrno(errno));
   const std::string value = std::to_string(attributes & kKeptBits);
   if (setxattr(r.host.c_str(), kAttributeName, value.data(), value.size(), 0) != 0 && errno != ENOTSUP)
-    return Fail(FromErrno(errno));
-  if (wantReadOnly && chmod(r.host.c_str(), readonly & 07777) != 0) return Fail(FromErrno(errno));
+    return Fail(Win32FromErrno(errno));
+  if (wantReadOnly && chmod(r.host.c_str(), readonly & 07777) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -627,7 +601,7 @@ bool SetFileTimes(std::u16string_view name, const FileTimes& times) {
   timespec t[2];
   t[0] = times.access ? FromFileTime(times.access) : timespec{0, UTIME_OMIT};
   t[1] = times.write ? FromFileTime(times.write) : timespec{0, UTIME_OMIT};
-  if (utimensat(AT_FDCWD, r.host.c_str(), t, 0) != 0) return Fail(FromErrno(errno));
+  if (utimensat(AT_FDCWD, r.host.c_str(), t, 0) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -643,12 +617,12 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
     if (to.st.st_ino == from.st.st_ino && to.st.st_dev == from.st.st_dev) return Fail(win32::kSharingViolation);
   }
   const int in = open(from.host.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-  if (in < 0) return Fail(FromErrno(errno));
+  if (in < 0) return Fail(Win32FromErrno(errno));
   const int out = open(to.host.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (out < 0) {
     const int e = errno;
     close(in);
-    return Fail(FromErrno(e));
+    return Fail(Win32FromErrno(e));
   }
   char buffer[65536];
   bool ok = true;
@@ -689,7 +663,7 @@ bool MoveFile(std::u16string_view source, std::u16string_view target) {
     names::ToUtf8(leaf, &utf8);
     to.host = to.host.substr(0, cut + 1) + utf8;
   }
-  if (rename(from.host.c_str(), to.host.c_str()) != 0) return Fail(FromErrno(errno));
+  if (rename(from.host.c_str(), to.host.c_str()) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -698,7 +672,7 @@ bool DeleteFile(std::u16string_view name) {
   if (!Resolve(name, &r)) return false;
   if (!r.exists) return Fail(win32::kFileNotFound);
   if (S_ISDIR(r.st.st_mode) || ReadOnly(r.st)) return Fail(win32::kAccessDenied);
-  if (unlink(r.host.c_str()) != 0) return Fail(FromErrno(errno));
+  if (unlink(r.host.c_str()) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -706,7 +680,7 @@ bool CreateDirectory(std::u16string_view name) {
   Resolved r;
   if (!Resolve(name, &r)) return false;
   if (r.exists) return Fail(win32::kAlreadyExists);
-  if (mkdir(r.host.c_str(), 0777) != 0) return Fail(FromErrno(errno));
+  if (mkdir(r.host.c_str(), 0777) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -716,7 +690,7 @@ bool RemoveDirectory(std::u16string_view name) {
   if (!r.exists) return Fail(win32::kFileNotFound);
   if (r.isRoot) return Fail(win32::kAccessDenied);
   if (!S_ISDIR(r.st.st_mode)) return Fail(win32::kDirectory);
-  if (rmdir(r.host.c_str()) != 0) return Fail(errno == EEXIST ? win32::kDirNotEmpty : FromErrno(errno));
+  if (rmdir(r.host.c_str()) != 0) return Fail(errno == EEXIST ? win32::kDirNotEmpty : Win32FromErrno(errno));
   return true;
 }
 
@@ -731,7 +705,7 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t d
   const std::string root = RootReal();
   auto state = std::make_unique<FindState>();
   DIR* d = opendir(dir.host.c_str());
-  if (!d) return Fail(FromErrno(errno)), kInvalidFind;
+  if (!d) return Fail(Win32FromErrno(errno)), kInvalidFind;
   const int dfd = dirfd(d);
   // "*" and "*.*" take every name: no need to fold each one.
   const bool everything = leaf == u"*" || leaf == u"*.*";
