@@ -128,9 +128,19 @@ bool DeleteTree(reg::HKey root, const std::u16string& path, uint32_t* error) {
       *error = rc;
       return false;
     }
-    std::u16string child;
+    // Children are named below the path without its trailing "\\" (a key
+    // path may end with one); a doubled separator would name nothing.
+    std::u16string_view base(path);
+    while (base.ends_with(u'\\')) base.remove_suffix(1);
+    // A pass that finds the same first child again made no progress: stop.
+    std::u16string child, previous;
     while ((rc = reg::EnumKey(k.get(), 0, &child, 256)) == win32::kSuccess) {
-      if (!DeleteTree(root, path + u"\\" + child, error)) return false;
+      if (child == previous) {
+        *error = win32::kAccessDenied;
+        return false;
+      }
+      if (!DeleteTree(root, std::u16string(base) + u"\\" + child, error)) return false;
+      previous = child;
     }
   }
   if (path.empty()) return true;  // the root itself stays

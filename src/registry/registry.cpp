@@ -99,14 +99,19 @@ std::u16string SubKeyPrefix(const KeyPath& p) {
 
 bool DeleteTree(ExecContext* context, std::u16string_view path) {
   const KeyPath p = SplitKeyPath(path);
+  // "X\\" or "X\\\\Y": an empty name inside the path is refused, as every
+  // other registry call refuses it; taking it further would name children
+  // that can never be opened.
+  if (p.subKey.find(u"\\\\") != std::u16string_view::npos || p.subKey.ends_with(u'\\')) return false;
   {
     reg::KeyHolder probe;
     if (!p.root || reg::OpenKey(p.root, p.subKey, reg::kQueryValue, probe.out()) != win32::kSuccess) return true;
   }
-  // Each pass deletes the first sub-key; a sub-key that cannot be deleted
-  // stops the whole instead of being retried forever.
-  for (std::u16string child; !(child = FirstSubKey(context, path)).empty();) {
-    if (!DeleteTree(context, child)) return false;
+  // Each pass deletes the first sub-key. A pass that leaves the same first
+  // sub-key behind made no progress: stop there instead of looping forever.
+  std::u16string previous;
+  for (std::u16string child; !(child = FirstSubKey(context, path)).empty(); previous = child) {
+    if (child == previous || !DeleteTree(context, child)) return false;
   }
   if (p.subKey.empty()) return false;  // a root is never deleted
   return reg::DeleteKey(p.root, p.subKey) == win32::kSuccess;

@@ -115,27 +115,63 @@ sqlite3* Db() {
   return db;
 }
 
-// UTF-8 of a name without surrogates (then it is the standard encoding, the
-// same SQLite makes of UTF-16); false otherwise, the caller then hands
-// SQLite the UTF-16 and lets it convert, exactly as it always did.
-bool ToUtf8(std::u16string_view text, bool fold, std::string* out) {
+// Names are stored in generalized UTF-8: standard UTF-8 for every valid
+// text (what SQLite itself made of UTF-16 in earlier databases), and a lone
+// surrogate as the three bytes of its code unit, which SQLite keeps as they
+// are. So a name reads back exactly as it was written, whatever a KL program
+// put in it; SQLite's own UTF-16 conversion would replace a lone surrogate,
+// and the key could then never be opened again.
+void ToUtf8(std::u16string_view text, bool fold, std::string* out) {
   out->clear();
-  for (char16_t c : text) {
-    if (fold) c = FoldChar(c);
+  for (size_t i = 0; i < text.size(); ++i) {
+    uint32_t c = fold ? FoldChar(text[i]) : text[i];
+    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
+      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
     if (c < 0x80) {
       out->push_back(static_cast<char>(c));
     } else if (c < 0x800) {
       out->push_back(static_cast<char>(0xC0 | (c >> 6)));
       out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c >= 0xD800 && c <= 0xDFFF) {
-      return false;
-    } else {
+    } else if (c < 0x10000) {
       out->push_back(static_cast<char>(0xE0 | (c >> 12)));
+      out->push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
+      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
+    } else {
+      out->push_back(static_cast<char>(0xF0 | (c >> 18)));
+      out->push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
       out->push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
       out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
     }
   }
-  return true;
+}
+
+// The inverse of ToUtf8; a malformed sequence reads as U+FFFD.
+std::u16string FromUtf8(const unsigned char* p, size_t size) {
+  std::u16string out;
+  out.reserve(size);
+  for (size_t i = 0; i < size;) {
+    const unsigned char b = p[i];
+    size_t n = b < 0x80 ? 1 : (b & 0xE0) == 0xC0 ? 2 : (b & 0xF0) == 0xE0 ? 3 : (b & 0xF8) == 0xF0 ? 4 : 0;
+    uint32_t c = n == 1 ? b : n == 2 ? (b & 0x1F) : n == 3 ? (b & 0x0F) : (b & 0x07);
+    bool good = n != 0 && i + n <= size;
+    for (size_t k = 1; good && k < n; ++k) {
+      good = (p[i + k] & 0xC0) == 0x80;
+      c = (c << 6) | (p[i + k] & 0x3F);
+    }
+    if (!good) {
+      out.push_back(u'\uFFFD');
+      ++i;
+      continue;
+    }
+    if (c >= 0x10000) {
+      out.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+      out.push_back(static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
+    } else {
+      out.push_back(static_cast<char16_t>(c));
+    }
+    i += n;
+  }
+  return out;
 }
 
 // A prepared statement of the connection, reset when the scope ends. Texts
@@ -179,9 +215,8 @@ class Stmt {
   int Step() { return stmt_ ? sqlite3_step(stmt_) : SQLITE_ERROR; }
   int64_t Int(int col) const { return sqlite3_column_int64(stmt_, col); }
   std::u16string Text(int col) const {
-    auto* p = static_cast<const char16_t*>(sqlite3_column_text16(stmt_, col));
-    const int bytes = sqlite3_column_bytes16(stmt_, col);
-    return p ? std::u16string(p, static_cast<size_t>(bytes) / 2) : std::u16string();
+    const unsigned char* p = sqlite3_column_text(stmt_, col);
+    return p ? FromUtf8(p, static_cast<size_t>(sqlite3_column_bytes(stmt_, col))) : std::u16string();
   }
   const uint8_t* Blob(int col, uint32_t* size) const {
     auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(stmt_, col));
@@ -195,15 +230,11 @@ class Stmt {
     const bool owned = i >= 1 && static_cast<size_t>(i) <= kOwned;
     std::string local;
     std::string& utf8 = owned ? owned_[i - 1] : local;
-    if (ToUtf8(text, fold, &utf8)) {
-      // An owned buffer outlives the binding: the destructor resets first.
-      sqlite3_bind_text(stmt_, i, utf8.data(), static_cast<int>(utf8.size()), owned ? SQLITE_STATIC : SQLITE_TRANSIENT);
-      return *this;
-    }
-    const std::u16string folded = fold ? FoldName(text) : std::u16string(text);
-    // A null pointer would bind NULL, not the empty text.
-    sqlite3_bind_text16(stmt_, i, folded.empty() ? u"" : folded.data(), static_cast<int>(folded.size() * 2),
-                        SQLITE_TRANSIENT);
+    ToUtf8(text, fold, &utf8);
+    // An owned buffer outlives the binding: the destructor resets first. A
+    // null pointer would bind NULL, not the empty text.
+    sqlite3_bind_text(stmt_, i, utf8.empty() ? "" : utf8.data(), static_cast<int>(utf8.size()),
+                      owned ? SQLITE_STATIC : SQLITE_TRANSIENT);
     return *this;
   }
 
