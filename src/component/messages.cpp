@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "component/error_table.h"
 #include "component/message_block.h"
 #include "component/state.h"
 
@@ -28,6 +29,11 @@ std::optional<std::u16string> FetchMessageText(uint32_t number) {
 }
 
 std::u16string MessageText(uint32_t number) { return FetchMessageText(number).value_or(std::u16string()); }
+
+std::u16string ErrorMessageText(int32_t errorId) {
+  const uint32_t* row = FindErrorDef(errorId);
+  return row && row[kErrorText] ? MessageText(row[kErrorText]) : std::u16string();
+}
 
 uint32_t CopyMessageText(uint32_t number, kl_char* buffer, uint32_t capacity) {
   const std::u16string text = MessageText(number);

@@ -20,6 +20,9 @@ std::optional<std::u16string> FetchMessageText(uint32_t number);
 
 // The same, empty when there is none.
 std::u16string MessageText(uint32_t number);
+// The text of an error or warning identifier (81702 and the like): the
+// message its row of the error table names; empty when it names none.
+std::u16string ErrorMessageText(int32_t errorId);
 
 // CommandeComposante 3: copies the text (truncated, zero-terminated) and
 // returns its length in code units, 0 when there is none.

@@ -99,7 +99,7 @@ int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
   bool created = false;
   bool opened = stream->Open(name, access, share, disposition, fs::kFlagRandomAccess, &created);
   if (!opened && tracing)
-    Trace(context, FormatText(MessageText(81701), {name, platform::TickCount() - before}));
+    Trace(context, FormatText(ErrorMessageText(81701), {name, platform::TickCount() - before}));
   // Kept on purpose: a file that refuses reading and writing may still take writing alone.
   if (!opened && (mode & foWrite))
     opened = stream->Open(name, fs::kGenericWrite, share, disposition, fs::kFlagRandomAccess, &created);

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "component/error.h"
+#include "component/messages.h"
 #include "files/path_rule.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
@@ -62,9 +63,11 @@ std::u16string CollapseBackslashes(std::u16string text) {
 
 // Makes sure the key exists: opened when it is there, else its parent made
 // sure of and the key created, always under HKEY_CURRENT_USER (kept on
-// purpose, whatever the root).
-uint32_t EnsureKey(reg::HKey root, std::u16string_view path, bool writing) {
-  reg::KeyHolder k;
+// purpose, whatever the root). `opened`, when given, holds the key that was
+// opened or created, so that a write goes where the key was prepared.
+uint32_t EnsureKey(reg::HKey root, std::u16string_view path, bool writing, reg::KeyHolder* opened = nullptr) {
+  reg::KeyHolder local;
+  reg::KeyHolder& k = opened ? *opened : local;
   if (reg::OpenKey(root, path, writing ? reg::kAllAccess : reg::kRead, k.out()) == win32::kSuccess)
     return win32::kSuccess;
   const size_t cut = path.rfind(u'\\');
@@ -180,6 +183,13 @@ std::optional<std::u16string> LoadText(ExecContext* context, CParameterStore& st
   return DecodeIniValue(answer);
 }
 
+bool RegistryValueExists(const CParameterStore& store, std::u16string_view section, std::u16string_view valueName) {
+  reg::KeyHolder k;
+  uint32_t type = 0, size = 0;
+  return reg::OpenKey(store.s.root, ParameterKey(store, section), reg::kQueryValue, k.out()) == win32::kSuccess &&
+         reg::QueryValue(k.get(), valueName, &type, nullptr, &size) == win32::kSuccess;
+}
+
 bool DeleteSection(ExecContext* context, CParameterStore& store, std::u16string_view name) {
   std::u16string section(name);
   for (auto& c : section)
@@ -291,8 +301,7 @@ std::u16string InitParameter(ExecContext* context, int32_t mode, std::optional<s
   if (!Resolve(context, *store, false)) {
     Mark(context);
   } else if (mode == kParamIni && TraceActive(context) && IniFileSize(s.iniPath) >= kLargeIniFile) {
-    Trace(context, FormatText(u"Avertissement %1!u! : le fichier de paramètres %2 dépasse %3!u! Ko.",
-                              {kWarnLargeIniFile, s.iniPath, 32}));
+    Trace(context, FormatText(ErrorMessageText(kWarnLargeIniFile), {s.iniPath, 32}));
   }
   return previous;
 }
@@ -305,9 +314,8 @@ void SaveParameter(ExecContext* context, std::u16string_view name, std::u16strin
   SplitParameterName(name, &section, &valueName);
   if (store->s.mode == kParamRegistry) {
     const std::u16string key = ParameterKey(*store, section);
-    uint32_t rc = EnsureKey(store->s.root, key, true);
     reg::KeyHolder k;
-    if (rc == win32::kSuccess) rc = reg::OpenKey(store->s.root, key, reg::kSetValue, k.out());
+    uint32_t rc = EnsureKey(store->s.root, key, true, &k);
     const Bytes data = TextBytes(value, true);
     if (rc == win32::kSuccess)
       rc = reg::SetValue(k.get(), valueName, reg::kSz, data.data(), static_cast<uint32_t>(data.size()));
@@ -338,9 +346,13 @@ bool DeleteParameter(ExecContext* context, std::u16string_view name) {
   }
   auto store = StoreFor(context);
   if (!Resolve(context, *store, true)) return false;
-  if (!LoadText(context, *store, name)) return DeleteSection(context, *store, name);  // a section, or nothing
   std::u16string section, valueName;
   SplitParameterName(name, &section, &valueName);
+  // A value of any type is a value to delete (a REG_DWORD too); only a name
+  // that reads as nothing is taken as a section.
+  const bool isValue = store->s.mode == kParamIni ? LoadText(context, *store, name).has_value()
+                                                  : RegistryValueExists(*store, section, valueName);
+  if (!isValue) return DeleteSection(context, *store, name);  // a section, or nothing
   if (store->s.mode == kParamIni) return IniWrite(IniSectionName(section), valueName, std::nullopt, store->s.iniPath);
   reg::KeyHolder k;
   uint32_t rc = reg::OpenKey(store->s.root, ParameterKey(*store, section), reg::kSetValue, k.out());

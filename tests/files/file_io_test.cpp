@@ -75,6 +75,13 @@ TEST_F(FileIo, RelativeNamesAreRefusedAndPortsAccepted) {
   EXPECT_EQ(ctx_.systemError(), 2u);
 }
 
+TEST_F(FileIo, AFailedOpenIsTracedWithItsMessage) {
+  ctx_.traceActive = true;
+  EXPECT_EQ(Open(ctx_, u"\\missing\\a.txt", foRead), -1);
+  ASSERT_EQ(ctx_.trace.size(), 1u);
+  EXPECT_TRUE(ctx_.trace[0].starts_with(u"L'ouverture de <\\missing\\a.txt> a échoué après "));
+}
+
 TEST_F(FileIo, LinesEndOnlyAtCrLf) {
   PutFile("l.txt", std::string("a\nb\r\nc"));
   const int32_t h = Open(ctx_, u"\\l.txt", foRead);
