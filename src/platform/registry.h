@@ -117,6 +117,11 @@ struct KeyInfo {
 uint32_t QueryInfoKey(HKey key, KeyInfo* info);
 
 // Closes a key at the end of a scope.
+// The longest key name (one level) and value name a key or value can be
+// created with; longer ones fail with 87.
+constexpr std::size_t kMaxKeyNameLength = 255;
+constexpr std::size_t kMaxValueNameLength = 16383;
+
 class KeyHolder {
  public:
   KeyHolder() = default;

@@ -137,7 +137,9 @@ bool DeleteTree(reg::HKey root, const std::u16string& path, uint32_t* error) {
     while (base.ends_with(u'\\')) base.remove_suffix(1);
     // A pass that finds the same first child again made no progress: stop.
     std::u16string child, previous;
-    while ((rc = reg::EnumKey(k.get(), 0, &child, 256)) == win32::kSuccess) {
+    // Room for any name a database may hold, even one longer than the 255
+    // characters a key can be created with today.
+    while ((rc = reg::EnumKey(k.get(), 0, &child, 32768)) == win32::kSuccess) {
       if (child == previous) {
         *error = win32::kAccessDenied;
         return false;

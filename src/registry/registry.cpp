@@ -23,6 +23,7 @@ namespace {
 constexpr uint32_t kUnknownSizeBuffer = 32768;
 // The buffer for sub-key names, in characters.
 constexpr uint32_t kSubKeyNameCapacity = 256;
+constexpr uint32_t kDeletionNameCapacity = 32768;
 // Error item that marks an error as not fatal to the program's continuation.
 constexpr uint32_t kNotFatalItem = 21;
 
@@ -109,9 +110,14 @@ bool DeleteTree(ExecContext* context, std::u16string_view path) {
   }
   // Each pass deletes the first sub-key. A pass that leaves the same first
   // sub-key behind made no progress: stop there instead of looping forever.
-  std::u16string previous;
-  for (std::u16string child; !(child = FirstSubKey(context, path)).empty(); previous = child) {
-    if (child == previous || !DeleteTree(context, child)) return false;
+  reg::KeyHolder k;
+  if (reg::OpenKey(p.root, p.subKey, reg::kEnumerateSubKeys, k.out()) != win32::kSuccess) return false;
+  std::u16string name, previous;
+  // The buffer holds any name a database may hold, even one longer than
+  // the 255 characters a key can be created with today.
+  while (reg::EnumKey(k.get(), 0, &name, kDeletionNameCapacity) == win32::kSuccess) {
+    if (name == previous || !DeleteTree(context, SubKeyPrefix(p) + name)) return false;
+    previous = name;
   }
   if (p.subKey.empty()) return false;  // a root is never deleted
   return reg::DeleteKey(p.root, p.subKey) == win32::kSuccess;

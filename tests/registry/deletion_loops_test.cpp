@@ -3,6 +3,8 @@
 // again, once made these loops spin forever.
 #include <gtest/gtest.h>
 
+#include <sqlite3.h>
+
 #include "registry/parameters.h"
 #include "registry/registry.h"
 #include "registry_fixture.h"
@@ -65,6 +67,30 @@ TEST_F(DeletionLoops, ChildWithALoneSurrogateInItsName) {
   SaveParameter(ctx_, std::u16string(u"a") + char16_t(0xDC00) + u".v", u"1");
   EXPECT_TRUE(WithinSeconds(kLimit, "SupprimeParamètre() over a lone surrogate",
                             [&] { return DeleteAllParameters(ctx_); }));
+}
+
+TEST_F(DeletionLoops, NamesBeyondTheLimitsAreRefusedAndOldOnesStillDeleted) {
+  const std::u16string longest(255, u'k');
+  EXPECT_TRUE(CreateKey(ctx_, u"HKEY_CURRENT_USER\\N\\" + longest));
+  EXPECT_FALSE(CreateKey(ctx_, u"HKEY_CURRENT_USER\\N\\" + longest + u"k"));
+  EXPECT_TRUE(SetValue(ctx_, u"HKEY_CURRENT_USER\\N", std::u16string(16383, u'v'), platform::reg::kDword,
+                       DwordBytes(1)));
+  EXPECT_FALSE(SetValue(ctx_, u"HKEY_CURRENT_USER\\N", std::u16string(16384, u'v'), platform::reg::kDword,
+                        DwordBytes(1)));
+
+  // A database written before the limit may hold a longer name: it must not
+  // keep its parent from being deleted.
+  ASSERT_TRUE(CreateKey(ctx_, u"HKEY_CURRENT_USER\\Old\\short\\below"));
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open((dir_ + "/registry.db").c_str(), &db), SQLITE_OK);
+  const std::string longName(600, 'L');
+  const std::string sql = "UPDATE keys SET name='" + longName + "', fold='" + longName + "' WHERE name='short'";
+  EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_EQ(sqlite3_changes(db), 1);
+  sqlite3_close(db);
+  EXPECT_TRUE(WithinSeconds(kLimit, "RegistreSupprimeClé over a 600-character name",
+                            [&] { return DeleteKey(ctx_, u"HKEY_CURRENT_USER\\Old"); }));
+  EXPECT_FALSE(KeyExists(ctx_, u"HKEY_CURRENT_USER\\Old"));
 }
 
 }  // namespace

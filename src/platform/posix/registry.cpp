@@ -398,6 +398,10 @@ uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKe
   if (!(h.access & kCreateSubKey)) return win32::kAccessDenied;
   std::vector<std::u16string_view> names;
   if (!SplitPath(subKey, &names)) return win32::kInvalidParameter;
+  // Windows keeps key names to 255 characters; a longer one could not be
+  // listed or deleted through a 256-character buffer later.
+  for (auto name : names)
+    if (name.size() > kMaxKeyNameLength) return win32::kInvalidParameter;
   Transaction t;
   if (!t.ok()) return win32::kCantWrite;
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
@@ -442,7 +446,7 @@ uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t*
 }
 
 uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8_t* data, uint32_t size) {
-  if (size && !data) return win32::kInvalidParameter;
+  if ((size && !data) || name.size() > kMaxValueNameLength) return win32::kInvalidParameter;
   std::lock_guard lock(gMutex);
   if (!Db()) return win32::kCantWrite;
   Handle h;
