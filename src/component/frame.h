@@ -10,7 +10,9 @@
 //
 // The same declaration fills the syntax record, its parameter descriptor and
 // produces the entry function: one instantiation per syntax, so each syntax
-// has its own entry function and the table cannot disagree with the code.
+// has its own entry function and the table cannot disagree with the code:
+// an implementation whose parameter or result types are not those of the
+// declared codes does not compile (tests/compile/ shows it).
 //
 // Parameter codes map to C++ types as follows: 1 bool; 8 and 0x8008 int32_t;
 // 9 int64_t; 10 kp::Currency; 12 double; 0x12, 0x50 and 0x8050 std::u16string_view (null is empty);
@@ -28,6 +30,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "component/error.h"
@@ -179,13 +183,62 @@ int32_t KL_CALL Entry(CallContext* call, ExecContext* context, void** arguments)
   return 0;  // errors never travel through the return value
 }
 
+// The C++ type an implementation takes for parameter code P and returns for
+// result code R, read off the Param and Result readers above so that the
+// check below and the conversion can never disagree.
+template <uint32_t P>
+using ParamType = decltype(Param<Plain(P)>::Read(nullptr));
+
+template <typename Hand>
+struct HandArg;
+template <typename T>
+struct HandArg<void (*)(CallContext*, T)> {
+  using type = std::remove_cvref_t<T>;
+};
+template <uint32_t R>
+struct ResultOf {
+  using type = typename HandArg<decltype(&Result<R>::Hand)>::type;
+};
+template <>
+struct ResultOf<KL_T_NONE> {
+  using type = void;
+};
+
+// The signature of an implementation: a function or a lambda without captures.
+template <typename F>
+struct Signature : Signature<decltype(&F::operator())> {};
+template <typename Ret, typename... Args>
+struct Signature<Ret (*)(Args...)> {
+  using result = Ret;
+  using params = std::tuple<std::remove_cvref_t<Args>...>;
+};
+template <typename Ret, typename... Args>
+struct Signature<Ret(Args...)> : Signature<Ret (*)(Args...)> {};
+template <typename C, typename Ret, typename... Args>
+struct Signature<Ret (C::*)(Args...) const> : Signature<Ret (*)(Args...)> {};
+
+template <auto Impl, uint32_t R, uint32_t... P>
+constexpr bool CheckDeclaration() {
+  using S = Signature<std::remove_pointer_t<decltype(Impl)>>;
+  static_assert(std::is_same_v<typename S::params, std::tuple<ExecContext*, ParamType<P>...>>,
+                "the implementation's parameters are not the C++ types of the declared parameter codes "
+                "(ExecContext* first; see the table at the top of frame.h)");
+  static_assert(std::is_same_v<typename S::result, typename ResultOf<R>::type>,
+                "the implementation's result is not the C++ type of the declared result code "
+                "(see the table at the top of frame.h)");
+  return true;
+}
+
 }  // namespace frame
 
 template <uint32_t R, uint32_t... P>
 inline constexpr uint32_t kDescriptor[] = {R, P..., 0};
 
+// Refuses to compile when Impl's types are not those of R and P...: the
+// declaration is what the VM reads, so a silent conversion would be a lie.
 template <auto Impl, uint32_t R, uint32_t... P>
 constexpr KLSyntax Syntax() {
+  static_assert(frame::CheckDeclaration<Impl, R, P...>());
   return KLSyntax{&frame::Entry<Impl, R, P...>, 0, kDescriptor<R, P...>, sizeof...(P)};
 }
 
