@@ -1,5 +1,5 @@
-// kp160std — randomness on POSIX: the portable runtime generator and
-// identifiers from the kernel's random source.
+// kp160std — randomness on POSIX: identifiers from the kernel's random source
+// (the runtime generator is common/rand.cpp).
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/random.h>
@@ -7,7 +7,6 @@
 
 #include <cstring>
 
-#include "platform/portable_rand.inc"
 #include "platform/random.h"
 
 namespace kp::platform {

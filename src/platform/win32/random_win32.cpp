@@ -1,11 +1,10 @@
-// kp160std — randomness on Windows: the portable runtime generator and
-// identifiers from ole32's CoCreateGuid, loaded for the call and unloaded
-// again so that the library does not keep COM's DLL mapped.
+// kp160std — randomness on Windows: identifiers from ole32's CoCreateGuid,
+// loaded for the call and unloaded again so that the library does not keep
+// COM's DLL mapped (the runtime generator is common/rand.cpp).
 #include <windows.h>
 
 #include <cstring>
 
-#include "platform/portable_rand.inc"
 #include "platform/random.h"
 
 namespace kp::platform {

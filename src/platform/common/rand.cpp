@@ -1,6 +1,5 @@
-// kp160std — the runtime generator shared by both backends (see random.h).
-// Included by exactly one .cpp file of each backend so that the sequence is
-// the same code everywhere.
+// kp160std — the runtime generator, built by both backends (see random.h), so
+// that a seed gives the same sequence everywhere.
 #include <atomic>
 
 #include "platform/random.h"

@@ -1,6 +1,9 @@
-// kp160std — the message formatter, portable code. The Win32 backend builds
-// this same file (see win32/format_message.cpp), so both backends format
-// alike, missing inserts included.
+// kp160std — the message formatter, built by both backends.
+//
+// Kept on purpose on Windows too: FormatMessageW with an argument array reads
+// past the end of the array when a text names an insert that was not given,
+// so both backends use this formatter and format alike, missing inserts
+// included.
 #include "platform/format_message.h"
 
 #include <algorithm>
