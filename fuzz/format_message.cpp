@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "platform/format_message.h"
 #include <cstdlib>
 

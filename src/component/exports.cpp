@@ -6,8 +6,8 @@
 #include <memory>
 #include <new>
 
-#include "component/messages.h"
-#include "component/state.h"
+#include "abi/messages.h"
+#include "abi/state.h"
 #include "component/tables.h"
 #include "kp160std/abi.h"
 #include "platform/platform.h"

@@ -34,10 +34,10 @@
 #include <type_traits>
 #include <utility>
 
-#include "component/error.h"
-#include "component/strings.h"
-#include "component/value.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/strings.h"
+#include "abi/value.h"
+#include "abi/vm.h"
 #include "kp160std/abi.h"
 
 namespace kp {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "datetime/calendar.h"
 #include "datetime/clock.h"
 #include "datetime/values.h"

@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "component/error.h"
+#include "abi/error.h"
 
 namespace kp::datetime {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "component/error.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/vm.h"
 #include "datetime/calendar.h"
 
 namespace kp::datetime {

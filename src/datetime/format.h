@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "component/value.h"
+#include "abi/value.h"
 #include "kp160std/abi.h"
 
 namespace kp::datetime {

@@ -1,8 +1,8 @@
 // kp160std — names of weekdays and months in letters.
 #include "datetime/names.h"
 
-#include "component/messages.h"
-#include "component/vm.h"
+#include "abi/messages.h"
+#include "abi/vm.h"
 #include "datetime/calendar.h"
 #include "datetime/values.h"
 #include "platform/timezone.h"

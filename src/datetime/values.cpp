@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "datetime/calendar.h"
 
 namespace kp::datetime {

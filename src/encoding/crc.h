@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-#include "component/vm.h"
+#include "abi/vm.h"
 #include "kp160std/abi.h"
 
 namespace kp::encoding {

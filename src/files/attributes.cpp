@@ -6,7 +6,7 @@
 // "HHMMSSCC" (hundredths), both together "AAAAMMJJHHMMSSCC". A name that is
 // not absolute raises 80600; a file that cannot be read records the system
 // error; the failure value is "" or false.
-#include "component/error.h"
+#include "abi/error.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
 #include "files/paths.h"

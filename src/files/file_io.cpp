@@ -7,8 +7,8 @@
 #include <regex>
 #include <vector>
 
-#include "component/error.h"
-#include "component/messages.h"
+#include "abi/error.h"
+#include "abi/messages.h"
 #include "files/path_rule.h"
 #include "platform/codepage.h"
 #include "platform/filesystem.h"

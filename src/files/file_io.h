@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-#include "component/value.h"
-#include "component/vm.h"
+#include "abi/value.h"
+#include "abi/vm.h"
 #include "files/handles.h"
 #include "kp160std/abi.h"
 

@@ -1,8 +1,8 @@
 // kp160std — the file functions' layer over the device file system.
 #include "files/fs_layer.h"
 
-#include "component/error.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/vm.h"
 #include "files/path_rule.h"
 #include "platform/platform.h"
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "component/error.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/vm.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
 #include "files/paths.h"

@@ -1,8 +1,8 @@
 // kp160std — the path rule.
 #include "files/path_rule.h"
 
-#include "component/error.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/vm.h"
 
 namespace kp::files {
 

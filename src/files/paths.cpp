@@ -2,7 +2,7 @@
 // made and removed; the parent directory.
 #include <vector>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
 #include "files/paths.h"

@@ -5,7 +5,7 @@
 #include <new>
 #include <vector>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "files/file_io.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"

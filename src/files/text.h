@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "component/vm.h"
+#include "abi/vm.h"
 #include "kp160std/abi.h"
 
 namespace kp::files {

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "component/error.h"
+#include "abi/error.h"
 
 namespace kp::numbers {
 namespace {

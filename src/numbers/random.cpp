@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "platform/platform.h"
 #include "platform/random.h"
 

@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "component/value.h"
+#include "abi/value.h"
 #include "kp160std/abi.h"
 
 namespace kp::numbers {

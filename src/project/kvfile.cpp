@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "component/error.h"
+#include "abi/error.h"
 
 namespace kp::project {
 

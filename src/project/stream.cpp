@@ -6,7 +6,7 @@
 #include <new>
 #include <vector>
 
-#include "component/error.h"
+#include "abi/error.h"
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
 

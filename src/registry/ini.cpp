@@ -5,7 +5,7 @@
 #include <cstring>
 #include <vector>
 
-#include "component/vm.h"
+#include "abi/vm.h"
 #include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"

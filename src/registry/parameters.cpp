@@ -5,8 +5,8 @@
 #include <memory>
 #include <mutex>
 
-#include "component/error.h"
-#include "component/messages.h"
+#include "abi/error.h"
+#include "abi/messages.h"
 #include "files/path_rule.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"

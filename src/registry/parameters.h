@@ -22,8 +22,8 @@
 #include <string>
 #include <string_view>
 
-#include "component/value.h"
-#include "component/vm.h"
+#include "abi/value.h"
+#include "abi/vm.h"
 #include "kp160std/abi.h"
 
 namespace kp::registry {

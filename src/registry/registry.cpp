@@ -4,9 +4,9 @@
 #include <cstring>
 #include <vector>
 
-#include "component/error.h"
-#include "component/state.h"
-#include "component/vm.h"
+#include "abi/error.h"
+#include "abi/state.h"
+#include "abi/vm.h"
 #include "platform/platform.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"

@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "component/value.h"
+#include "abi/value.h"
 #include "kp160std/abi.h"
 #include "platform/registry.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "component/value.h"
+#include "abi/value.h"
 
 namespace kp::registry {
 

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <set>
 
-#include "component/error.h"
-#include "component/error_table.h"
-#include "component/state.h"
+#include "abi/error.h"
+#include "abi/error_table.h"
+#include "abi/state.h"
 #include "platform/platform.h"
 #include "support/fake_context.h"
 

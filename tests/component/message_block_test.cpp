@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <string>
 
-#include "component/error_table.h"
-#include "component/message_block.h"
-#include "component/message_texts.h"
-#include "component/messages.h"
-#include "component/state.h"
+#include "abi/error_table.h"
+#include "abi/message_block.h"
+#include "abi/message_texts.h"
+#include "abi/messages.h"
+#include "abi/state.h"
 #include "platform/format_message.h"
 #include "support/fake_context.h"
 

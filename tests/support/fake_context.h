@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "component/value.h"
+#include "abi/value.h"
 #include "kp160std/abi.h"
 
 namespace kp::test {

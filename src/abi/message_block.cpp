@@ -1,13 +1,13 @@
 // kp160std — the library's own message block, coded at compile time from
 // message_texts.h.
-#include "component/message_block.h"
+#include "abi/message_block.h"
 
 #include <algorithm>
 #include <array>
 #include <string_view>
 #include <vector>
 
-#include "component/message_texts.h"
+#include "abi/message_texts.h"
 
 namespace kp {
 namespace {

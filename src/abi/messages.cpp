@@ -1,11 +1,11 @@
 // kp160std — message texts: the VM's callback, then the library's block.
-#include "component/messages.h"
+#include "abi/messages.h"
 
 #include <algorithm>
 
-#include "component/error_table.h"
-#include "component/message_block.h"
-#include "component/state.h"
+#include "abi/error_table.h"
+#include "abi/message_block.h"
+#include "abi/state.h"
 
 namespace kp {
 namespace {

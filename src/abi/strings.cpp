@@ -1,12 +1,12 @@
 // kp160std — string blocks: allocation through the current manager, release
 // through the string service when the VM set one.
-#include "component/strings.h"
+#include "abi/strings.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "component/state.h"
+#include "abi/state.h"
 
 namespace kp {
 namespace {

@@ -1,9 +1,9 @@
 // kp160std — the families' side of the VM's operations.
-#include "component/vm.h"
+#include "abi/vm.h"
 
 #include <vector>
 
-#include "component/error.h"
+#include "abi/error.h"
 
 namespace kp {
 namespace {

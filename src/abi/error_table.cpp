@@ -10,7 +10,7 @@
 // first, the reserved ones after. The reserved identifiers are raised by no
 // function of this version; they keep their place so that programs that test
 // for them see a stable meaning.
-#include "component/error_table.h"
+#include "abi/error_table.h"
 
 const uint32_t gstErrorDef[kp::kErrorDefRows][4] = {
     {80001, 0, 0, 3},

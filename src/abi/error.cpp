@@ -1,13 +1,13 @@
 // kp160std — the CXError operations.
-#include "component/error.h"
+#include "abi/error.h"
 
 #include <string>
 #include <vector>
 
-#include "component/error_table.h"
-#include "component/messages.h"
-#include "component/state.h"
-#include "component/vm.h"
+#include "abi/error_table.h"
+#include "abi/messages.h"
+#include "abi/state.h"
+#include "abi/vm.h"
 #include "platform/format_message.h"
 #include "platform/platform.h"
 
