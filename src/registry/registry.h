@@ -48,6 +48,19 @@ bool SetValue(ExecContext* context, std::u16string_view key, std::u16string_view
               std::span<const uint8_t> data);
 bool SetValueAt(ExecContext* context, std::u16string_view key, int32_t index, uint32_t type,
                 std::span<const uint8_t> data);
+// RegistreEcrit with a plain KL value (registry/write.cpp). A text written by
+// name carries its terminating zero, one written by index does not; a boolean
+// is a DWORD of 0 or 1; a real and a currency are stored as binary bytes.
+bool SetText(ExecContext* context, std::u16string_view key, std::u16string_view name, std::u16string_view text);
+bool SetTextAt(ExecContext* context, std::u16string_view key, int32_t index, std::u16string_view text);
+bool SetInteger(ExecContext* context, std::u16string_view key, std::u16string_view name, int32_t value);
+bool SetIntegerAt(ExecContext* context, std::u16string_view key, int32_t index, int32_t value);
+bool SetReal(ExecContext* context, std::u16string_view key, std::u16string_view name, double value);
+bool SetRealAt(ExecContext* context, std::u16string_view key, int32_t index, double value);
+bool SetCurrency(ExecContext* context, std::u16string_view key, std::u16string_view name, Currency value);
+bool SetCurrencyAt(ExecContext* context, std::u16string_view key, int32_t index, Currency value);
+bool SetBoolean(ExecContext* context, std::u16string_view key, std::u16string_view name, bool value);
+bool SetBooleanAt(ExecContext* context, std::u16string_view key, int32_t index, bool value);
 // Syntaxes 5 and 10: `size` bytes at a memory address of the running program.
 bool SetMemory(ExecContext* context, std::u16string_view key, std::u16string_view name, int32_t address,
                int32_t size);

@@ -161,3 +161,39 @@ TEST(Call, FileRoundTripAndNoEscape) {
 }
 
 }  // namespace
+
+namespace {
+
+// RegistreEcrit's plain syntaxes through the entry functions, each value read
+// back with its type: by name and by index.
+TEST(Call, RegistryWritesEachKindByNameAndByIndex) {
+  auto lib = kp::abi::Load();
+  kphost::Evaluator e(*lib);
+  const std::string key = "k = \"HKEY_CURRENT_USER\\Software\\AbiWrite" + std::to_string(getpid()) + "\"";
+  ASSERT_TRUE(e.Evaluate(key).ok());
+  EXPECT_EQ(e.Evaluate("RegistreCr\xc3\xa9" "eCl\xc3\xa9(k)").value.integer, 1);
+  struct Step {
+    const char* write;
+    const char* read;
+    const char* type;
+    std::string shown;
+  };
+  const Step steps[] = {
+      {"RegistreEcrit(k, \"t\", \"ab\")", "RegistreLit(k, \"t\")", "REG_SZ", "ab"},
+      {"RegistreEcrit(k, 1, \"cd\")", "RegistreLit(k, 1)", "REG_SZ", "cd"},
+      {"RegistreEcrit(k, \"t\", -2)", "RegistreLit(k, \"t\")", "REG_DWORD", "-2"},
+      {"RegistreEcrit(k, 1, True)", "RegistreLit(k, 1)", "REG_DWORD", "1"},
+      {"RegistreEcrit(k, \"t\", 1.5)", "RegistreLit(k, \"t\")", "REG_BINARY", "000000000000F83F"},
+  };
+  for (const Step& s : steps) {
+    SCOPED_TRACE(s.write);
+    EXPECT_EQ(e.Evaluate(s.write).value.integer, 1);
+    const auto read = e.Evaluate(s.read);
+    EXPECT_FALSE(read.error.present());
+    EXPECT_EQ(kphost::Display(read.value), s.shown);
+    EXPECT_EQ(kphost::Display(e.Evaluate("RegistreTypeValeur(k, \"t\")").value), s.type);
+  }
+  EXPECT_EQ(e.Evaluate("RegistreSupprimeCl\xc3\xa9(k)").value.integer, 1);
+}
+
+}  // namespace

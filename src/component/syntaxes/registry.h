@@ -42,40 +42,18 @@ inline constexpr KLSyntax kRegistryQueryValue[] = {
 
 // RegistreEcrit/RegistrySetValue
 inline constexpr KLSyntax kRegistrySetValue[] = {
-    // 1: a text by name carries its terminating zero; 6: by index it does not
-    // (kept on purpose).
-    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, regsyn::TextV t) {
-      return registry::SetValue(c, k, n, platform::reg::kSz, registry::TextBytes(t, true));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, int32_t v) {
-      return registry::SetValue(c, k, n, platform::reg::kDword, registry::DwordBytes(v));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, double v) {
-      return registry::SetValue(c, k, n, platform::reg::kBinary, registry::RealBytes(v));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_REAL>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, Currency v) {
-      return registry::SetValue(c, k, n, platform::reg::kBinary, registry::CurrencyBytes(v.value, v.scale));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_CURRENCY>(),
+    Syntax<registry::SetText, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<registry::SetInteger, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<registry::SetReal, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_REAL>(),
+    Syntax<registry::SetCurrency, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_CURRENCY>(),
     Syntax<registry::SetMemory, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, regsyn::TextV t) {
-      return registry::SetValueAt(c, k, i, platform::reg::kSz, registry::TextBytes(t, false));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, int32_t v) {
-      return registry::SetValueAt(c, k, i, platform::reg::kDword, registry::DwordBytes(v));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, double v) {
-      return registry::SetValueAt(c, k, i, platform::reg::kBinary, registry::RealBytes(v));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_REAL>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, Currency v) {
-      return registry::SetValueAt(c, k, i, platform::reg::kBinary, registry::CurrencyBytes(v.value, v.scale));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_CURRENCY>(),
+    Syntax<registry::SetTextAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<registry::SetIntegerAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<registry::SetRealAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_REAL>(),
+    Syntax<registry::SetCurrencyAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_CURRENCY>(),
     Syntax<registry::SetMemoryAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, bool v) {
-      return registry::SetValue(c, k, n, platform::reg::kDword, registry::DwordBytes(v ? 1 : 0));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
-    Syntax<[](ExecContext* c, regsyn::TextV k, int32_t i, bool v) {
-      return registry::SetValueAt(c, k, i, platform::reg::kDword, registry::DwordBytes(v ? 1 : 0));
-    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>(),
+    Syntax<registry::SetBoolean, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
+    Syntax<registry::SetBooleanAt, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>(),
     Syntax<[](ExecContext* c, regsyn::TextV k, regsyn::TextV n, VariantArg v, regsyn::TextV type) {
       return registry::SetTypedValue(c, k, n, regsyn::VariantValue(v), type);
     }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_VARIANT, KL_T_TEXT_CELL>(),
