@@ -6,6 +6,7 @@
 #pragma once
 
 #include "component/frame.h"
+#include "system/exe_info.h"
 
 namespace kp::syn {
 
@@ -23,7 +24,9 @@ inline constexpr KLSyntax kClipboard[] = {
 // ExeInfo/ExeInfo
 inline constexpr KLSyntax kExeInfo[] = {
     Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<[](ExecContext* c, std::u16string_view keyword, std::u16string_view file) {
+      return system::ExeInfo(c, keyword, file);
+    }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // SysXRes/SysXRes
 inline constexpr KLSyntax kSysXRes[] = {
