@@ -6,23 +6,24 @@
 #pragma once
 
 #include "component/frame.h"
+#include "update/update.h"
 
 namespace kp::syn {
 
 // AppliMAJDisponible/AppliUPDAvailable
 inline constexpr KLSyntax kAppliUPDAvailable[] = {
     Unavailable<KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_DIRECT>()};
+    Syntax<update::Available, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // AppliParamètre/AppliParameter
 inline constexpr KLSyntax kAppliParameter[] = {
     Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_TEXT_DIRECT>()};
+    Syntax<update::Parameter, KL_T_TEXT, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // AppliChangeParamètre/AppliChangeParameter
 inline constexpr KLSyntax kAppliChangeParameter[] = {
     Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
+    Syntax<update::ChangeParameter, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // AppliDéclencheMAJ/AppliInstallUPD
 inline constexpr KLSyntax kAppliInstallUPD[] = {

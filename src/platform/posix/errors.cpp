@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/http.h"
 #include "platform/platform.h"
 #include "platform/posix/errno_map.h"
 #include "platform/win32_errors.h"
@@ -96,6 +97,21 @@ constexpr ErrorText kTexts[] = {
      u"A required privilege is not held by the client."},
     {win32::kInvalidWindowHandle, u"Handle de fenêtre non valide.", u"Invalid window handle."},
     {win32::kTimeout, u"Cette opération a expiré.", u"This operation returned because the timeout period expired."},
+    // The HTTP transfer's numbers (platform/http.h), as WinHTTP words them.
+    {http::kErrTimeout, u"Le délai d'attente de l'opération est dépassé.", u"The operation timed out."},
+    {http::kErrInvalidUrl, u"L'URL n'est pas valide.", u"The URL is invalid."},
+    {http::kErrUnrecognizedScheme, u"Le schéma de l'URL n'a pas pu être reconnu ou n'est pas pris en charge.",
+     u"The URL scheme could not be recognized, or is not supported."},
+    {http::kErrNameNotResolved, u"Le nom ou l'adresse du serveur n'a pas pu être résolu.",
+     u"The server name or address could not be resolved."},
+    {http::kErrCannotConnect, u"Impossible d'établir une connexion avec le serveur.",
+     u"A connection with the server could not be established."},
+    {http::kErrConnectionError, u"La connexion avec le serveur a été interrompue anormalement.",
+     u"The connection with the server was terminated abnormally."},
+    {http::kErrInvalidServerResponse, u"Le serveur a renvoyé une réponse non valide ou non reconnue.",
+     u"The server returned an invalid or unrecognized response."},
+    {http::kErrRedirectFailed, u"La redirection a échoué.", u"The redirection failed."},
+    {http::kErrSecureFailure, u"Une erreur de sécurité s'est produite.", u"A security error occurred."},
 };
 
 }  // namespace

@@ -1,0 +1,205 @@
+// kp160std — update settings and the availability check (see the header).
+#include "update/update.h"
+
+#include <cstring>
+
+#include "abi/error.h"
+#include "platform/codepage.h"
+#include "platform/http.h"
+#include "platform/platform.h"
+#include "platform/registry.h"
+#include "platform/win32_errors.h"
+#include "registry/ini.h"
+#include "update/natural_order.h"
+
+namespace kp::update {
+
+namespace {
+
+namespace reg = platform::reg;
+
+constexpr std::u16string_view kKeyPrefix = u"Software\\Ostrel\\Korvan Mobile\\16.0\\APPLI\\";
+constexpr size_t kMaxApplicationPath = 260;
+constexpr size_t kTextBuffer = 260;     // characters read for a text parameter
+constexpr size_t kVersionBuffer = 40;   // characters read of the installed version
+
+std::u16string Ascii(std::string_view s) { return std::u16string(s.begin(), s.end()); }
+
+// The name of an application file: after its last separator, before its
+// last dot.
+std::u16string_view ApplicationName(std::u16string_view path) {
+  const size_t slash = path.find_last_of(u"\\/:");
+  if (slash != path.npos) path.remove_prefix(slash + 1);
+  const size_t dot = path.rfind(u'.');
+  return dot == path.npos ? path : path.substr(0, dot);
+}
+
+void ReportRead(ExecContext* context, std::u16string_view what, uint32_t code) {
+  Raise(context, kErrCannotRead, {what});
+  SetSystemError(context, code);
+}
+
+uint32_t OpenSettings(std::u16string_view application, uint32_t access, reg::KeyHolder& key) {
+  return reg::OpenKey(reg::kLocalMachine, SettingsKey(application), access, key.out());
+}
+
+// As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
+// type, into a zeroed number; a larger value does not fit (234).
+uint32_t ReadNumber(reg::HKey key, std::u16string_view name, uint32_t* out) {
+  uint8_t bytes[4] = {};
+  uint32_t type = 0, size = sizeof bytes;
+  const uint32_t rc = reg::QueryValue(key, name, &type, bytes, &size);
+  if (rc) return rc;
+  std::memcpy(out, bytes, sizeof bytes);
+  return 0;
+}
+
+// A text value read into a buffer of `limit` characters, as the system's
+// call does: a value that does not fit is not read (234); a missing
+// terminator is supplied.
+uint32_t ReadText(reg::HKey key, std::u16string_view name, size_t limit, std::u16string* out) {
+  std::u16string buffer(limit, u'\0');
+  uint32_t type = 0, size = static_cast<uint32_t>(limit * 2);
+  const uint32_t rc = reg::QueryValue(key, name, &type, reinterpret_cast<uint8_t*>(buffer.data()), &size);
+  if (rc) return rc;
+  buffer.resize(size / 2);
+  const size_t end = buffer.find(u'\0');
+  if (end != buffer.npos) buffer.resize(end);
+  *out = std::move(buffer);
+  return 0;
+}
+
+// The server's reference version; false with the error recorded.
+bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view application, std::u16string* out) {
+  std::u16string location;
+  if (uint32_t rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &location)) {
+    ReportRead(context, SettingsKey(application), rc);
+    return false;
+  }
+  const std::string url = VersionFileUrl(location);
+  int status = 0;
+  std::string body;
+  uint32_t rc = platform::http::Get(url, &status, &body);
+  // Anything but 200 is a failed read: 2 for a file the server does not
+  // have, the invalid-response number otherwise.
+  if (!rc && status != 200) rc = (status == 404 || status == 410) ? win32::kFileNotFound
+                                                                  : platform::http::kErrInvalidServerResponse;
+  if (rc) {
+    ReportRead(context, Ascii(url), rc);
+    return false;
+  }
+  // The file is an INI file of the ANSI code page, as the library's own.
+  const auto version = registry::IniReadBytes(body, platform::ToAnsi(ApplicationName(application)), "VERSION");
+  if (!version) {
+    ReportRead(context, Ascii(url), win32::kFileNotFound);
+    return false;
+  }
+  *out = platform::FromAnsi(*version);
+  return true;
+}
+
+}  // namespace
+
+std::u16string SettingsKey(std::u16string_view application) {
+  return std::u16string(kKeyPrefix) + std::u16string(ApplicationName(application));
+}
+
+std::string VersionFileUrl(std::u16string_view location) {
+  // Spaces, controls and characters beyond ASCII go as UTF-8 escapes.
+  std::string url;
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (unsigned char b : platform::ToCodePage(location, platform::kCodePageUtf8)) {
+    if (b <= 0x20 || b >= 0x7F) {
+      url += '%';
+      url += kHex[b >> 4];
+      url += kHex[b & 15];
+    } else {
+      url += static_cast<char>(b);
+    }
+  }
+  if (url.find("://") == url.npos) url = "http://" + url;
+  if (url.empty() || url.back() != '/') url += '/';
+  return url + "VERSION.KX";
+}
+
+int32_t Available(ExecContext* context, std::u16string_view application) {
+  if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
+  reg::KeyHolder key;
+  uint32_t enabled = 0;
+  if (OpenSettings(application, reg::kQueryValue, key) || ReadNumber(key.get(), u"UPDATE_HTTP", &enabled) ||
+      enabled == 0)
+    return kNoUpdate;  // updates off: the network is not touched
+  std::u16string installed, reference;
+  if (uint32_t rc = ReadText(key.get(), u"VERSION", kVersionBuffer, &installed)) {
+    ReportRead(context, SettingsKey(application), rc);
+    return 0;
+  }
+  if (!ReadReference(context, key.get(), application, &reference)) return 0;
+  return CompareNatural(installed, reference) < 0 ? kOptionalUpdate : kNoUpdate;
+}
+
+std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string_view application) {
+  if (parameter == kProtocol) return u"HTTP";
+  if (parameter != kNetwork && parameter != kServer && parameter != kLocalVersion && parameter != kReferenceVersion) {
+    Raise(context, kErrUnknownParameter, {parameter});
+    return {};
+  }
+  if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
+  reg::KeyHolder key;
+  if (uint32_t rc = OpenSettings(application, reg::kQueryValue, key)) {
+    ReportRead(context, SettingsKey(application), rc);
+    return {};
+  }
+  std::u16string out;
+  uint32_t rc = 0;
+  if (parameter == kNetwork) {
+    uint32_t n = 0;
+    rc = ReadNumber(key.get(), u"UPDATE_HTTP", &n);
+    if (!rc) out = Ascii(std::to_string(n));
+  } else if (parameter == kServer) {
+    rc = ReadText(key.get(), u"UPDATE_URL", kTextBuffer, &out);
+  } else if (parameter == kLocalVersion) {
+    rc = ReadText(key.get(), u"VERSION", kTextBuffer, &out);
+  } else if (!ReadReference(context, key.get(), application, &out)) {
+    return {};
+  }
+  if (rc) {
+    ReportRead(context, SettingsKey(application), rc);
+    return {};
+  }
+  return out;
+}
+
+bool ChangeParameter(ExecContext* context, int32_t parameter, std::u16string_view value,
+                     std::u16string_view application) {
+  const char16_t* name = parameter == kNetwork ? u"UPDATE_HTTP"
+                         : parameter == kServer ? u"UPDATE_URL"
+                         : parameter == kLocalVersion ? u"VERSION"
+                                                      : nullptr;
+  if (!name) {
+    Raise(context, kErrUnchangeable, {parameter});
+    return false;
+  }
+  if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
+  // The key is made when missing, so that a program can set its settings up.
+  reg::KeyHolder key;
+  uint32_t disposition = 0;
+  if (uint32_t rc = reg::CreateKey(reg::kLocalMachine, SettingsKey(application), reg::kSetValue, key.out(),
+                                   &disposition)) {
+    ReportRead(context, SettingsKey(application), rc);
+    return false;
+  }
+  // Kept on purpose: the stated size is the number of characters, not of
+  // bytes, so only the first half of the text's bytes is stored ("abcd"
+  // stores "ab").
+  const uint32_t rc = reg::SetValue(key.get(), name, reg::kSz, reinterpret_cast<const uint8_t*>(value.data()),
+                                    static_cast<uint32_t>(value.size()));
+  if (rc) {
+    Raise(context, kErrCannotWrite, {SettingsKey(application)});
+    SetSystemError(context, rc);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace kp::update

@@ -1,0 +1,238 @@
+// The update settings and the availability check against a real HTTP server
+// on loopback (tests/update/http_server.py), which records every request's
+// bytes; and the natural order against a second implementation.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <regex>
+#include <sstream>
+
+#include "platform/registry.h"
+#include "registry/registry_fixture.h"
+#include "update/natural_order.h"
+#include "update/update.h"
+
+namespace kp::test {
+namespace {
+
+namespace reg = platform::reg;
+
+// The server, fed through a pipe: it stops when the pipe closes.
+class LoopbackServer {
+ public:
+  explicit LoopbackServer(const std::string& log) {
+    int in[2], out[2];
+    if (pipe(in) != 0 || pipe(out) != 0) return;
+    const std::string script = (std::filesystem::path(__FILE__).parent_path() / "http_server.py").string();
+    pid_ = fork();
+    if (pid_ == 0) {
+      dup2(in[0], 0);
+      dup2(out[1], 1);
+      close(in[1]);
+      close(out[0]);
+      execlp("python3", "python3", script.c_str(), log.c_str(), nullptr);
+      _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    input_ = in[1];
+    FILE* f = fdopen(out[0], "r");
+    if (f && fscanf(f, "%d", &port_) != 1) port_ = 0;
+    if (f) fclose(f);
+  }
+  ~LoopbackServer() {
+    if (input_ >= 0) close(input_);
+    if (pid_ > 0) {
+      kill(pid_, SIGTERM);
+      waitpid(pid_, nullptr, 0);
+    }
+  }
+  int port() const { return port_; }
+
+ private:
+  pid_t pid_ = -1;
+  int input_ = -1;
+  int port_ = 0;
+};
+
+std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+class Update : public FreshDevice {
+ protected:
+  void SetUp() override {
+    FreshDevice::SetUp();
+    log_ = dir_ + "/requests.log";
+    setenv("KP_HTTP_TIMEOUT_MS", "1500", 1);
+    server_ = std::make_unique<LoopbackServer>(log_);
+    ASSERT_GT(server_->port(), 0) << "the loopback server did not start";
+  }
+  void TearDown() override {
+    server_.reset();
+    unsetenv("KP_HTTP_TIMEOUT_MS");
+    FreshDevice::TearDown();
+  }
+  std::string Base() const { return "http://127.0.0.1:" + std::to_string(server_->port()); }
+  std::string Requests() const {
+    std::ifstream f(log_, std::ios::binary);
+    std::stringstream s;
+    s << f.rdbuf();
+    return s.str();
+  }
+  // Settings of "\Apps\App.exe" written under the family's feet.
+  void Settings(uint32_t enabled, const std::u16string& url, const std::u16string& version) {
+    reg::KeyHolder k;
+    uint32_t disposition = 0;
+    ASSERT_EQ(reg::CreateKey(reg::kLocalMachine, update::SettingsKey(kApp), reg::kAllAccess, k.out(), &disposition),
+              0u);
+    ASSERT_EQ(reg::SetValue(k.get(), u"UPDATE_HTTP", reg::kDword, reinterpret_cast<const uint8_t*>(&enabled), 4), 0u);
+    ASSERT_EQ(reg::SetValue(k.get(), u"UPDATE_URL", reg::kSz, reinterpret_cast<const uint8_t*>(url.data()),
+                            static_cast<uint32_t>(url.size() * 2)),
+              0u);
+    ASSERT_EQ(reg::SetValue(k.get(), u"VERSION", reg::kSz, reinterpret_cast<const uint8_t*>(version.data()),
+                            static_cast<uint32_t>(version.size() * 2)),
+              0u);
+  }
+  static constexpr std::u16string_view kApp = u"\\Apps\\App.exe";
+  std::string log_;
+  std::unique_ptr<LoopbackServer> server_;
+};
+
+TEST_F(Update, OffOrUnsetMeansNoUpdateWithoutTheNetwork) {
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);  // no key at all
+  Settings(0, U16(Base() + "/ok"), u"1");
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);
+  EXPECT_EQ(Requests(), "");
+  EXPECT_FALSE(ctx_.hasError());
+}
+
+TEST_F(Update, TheRequestOnTheWireAndTheComparison) {
+  Settings(1, U16(Base() + "/ok"), u"2.9");
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kOptionalUpdate);  // 2.9 before 2.10
+  EXPECT_EQ(Requests(), "GET /ok/VERSION.KX HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server_->port()) +
+                            "\r\nAccept: */*\r\n\r\n----\n");
+  for (const char16_t* installed : {u"2.10", u"2.010", u"2.10a", u"3"}) {
+    Settings(1, U16(Base() + "/ok"), installed);
+    EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate) << std::string(installed, installed + 2);
+  }
+  EXPECT_EQ(update::Parameter(ctx_, update::kReferenceVersion, kApp), u"2.10");
+}
+
+TEST_F(Update, EveryWayTheServerCanAnswer) {
+  for (const char* ok : {"/chunked", "/close", "/redirect/"}) {
+    Settings(1, U16(Base() + ok), u"1");
+    EXPECT_EQ(update::Available(ctx_, kApp), update::kOptionalUpdate) << ok;
+  }
+  struct Failure {
+    const char* path;
+    uint32_t system;
+  };
+  for (const Failure f : {Failure{"/missing", 2}, Failure{"/error", 12152}, Failure{"/nosection", 2},
+                          Failure{"/hang", 12002}, Failure{"/big", 12152}, Failure{"/garbage", 0}}) {
+    SCOPED_TRACE(f.path);
+    Settings(1, U16(Base() + f.path), u"1");
+    ctx_.clearError();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(update::Available(ctx_, kApp), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << "past the time limit";
+    EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);
+    if (f.system) EXPECT_EQ(ctx_.systemError(), f.system);
+    EXPECT_NE(ctx_.systemError(), 0u);
+    EXPECT_NE(ctx_.message().find(u"VERSION.KX"), std::u16string::npos) << "the location is named";
+  }
+}
+
+TEST_F(Update, BadLocationsFailClearly) {
+  for (const std::u16string& url : {std::u16string(u"http:///nohost"), std::u16string(u"ftp://127.0.0.1/x"),
+                                    std::u16string(10000, u'a')}) {
+    Settings(1, url, u"1");
+    ctx_.clearError();
+    EXPECT_EQ(update::Available(ctx_, kApp), 0);
+    EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);
+    EXPECT_NE(ctx_.systemError(), 0u);
+  }
+}
+
+TEST_F(Update, ParametersReadAndChanged) {
+  EXPECT_EQ(update::Parameter(ctx_, update::kProtocol, kApp), u"HTTP");  // no key needed
+  EXPECT_FALSE(ctx_.hasError());
+  EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), u"");
+  EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);  // no settings key
+  EXPECT_NE(ctx_.message().find(u"APPLI\\App"), std::u16string::npos);
+  ctx_.clearError();
+  EXPECT_EQ(update::Parameter(ctx_, 4, kApp), u"");
+  EXPECT_EQ(ctx_.errorId(), update::kErrUnknownParameter);
+  ctx_.clearError();
+  EXPECT_FALSE(update::ChangeParameter(ctx_, 2, u"x", kApp));
+  EXPECT_EQ(ctx_.errorId(), update::kErrUnchangeable);
+  // Kept on purpose: half of the text's bytes are stored.
+  ASSERT_TRUE(update::ChangeParameter(ctx_, update::kServer, u"abcd", kApp));
+  EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), u"ab");
+  ASSERT_TRUE(update::ChangeParameter(ctx_, update::kLocalVersion, u"1.234", kApp));
+  EXPECT_EQ(update::Parameter(ctx_, update::kLocalVersion, kApp), u"1.");  // 5 bytes: the odd one is dropped
+  // "1" as text stores the byte '1': read as a number it is 49, and on.
+  ASSERT_TRUE(update::ChangeParameter(ctx_, update::kNetwork, u"1", kApp));
+  EXPECT_EQ(update::Parameter(ctx_, update::kNetwork, kApp), u"49");
+}
+
+// A second implementation: split both texts into digit runs and single
+// characters, then compare the lists.
+int Reference(const std::u16string& a, const std::u16string& b) {
+  const auto split = [](const std::u16string& s) {
+    std::vector<std::pair<bool, std::string>> out;
+    for (size_t i = 0; i < s.size();) {
+      if (s[i] >= u'0' && s[i] <= u'9') {
+        size_t j = i;
+        while (j < s.size() && s[j] >= u'0' && s[j] <= u'9') ++j;
+        std::string digits(s.begin() + i, s.begin() + j);
+        digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
+        out.push_back({true, digits});
+        i = j;
+      } else {
+        out.push_back({false, std::string(1, static_cast<char>(std::tolower(static_cast<char>(s[i]))))});
+        ++i;
+      }
+    }
+    return out;
+  };
+  const auto x = split(a), y = split(b);
+  for (size_t i = 0; i < std::min(x.size(), y.size()); ++i) {
+    if (x[i].first && y[i].first) {
+      if (x[i].second.size() != y[i].second.size()) return x[i].second.size() < y[i].second.size() ? -1 : 1;
+      if (x[i].second != y[i].second) return x[i].second < y[i].second ? -1 : 1;
+    } else if (x[i].second != y[i].second) {
+      return static_cast<unsigned char>(x[i].second[0]) < static_cast<unsigned char>(y[i].second[0]) ? -1 : 1;
+    }
+  }
+  return x.size() == y.size() ? 0 : (x.size() < y.size() ? -1 : 1);
+}
+
+TEST(NaturalOrder, CasesAndAgreementWithASecondImplementation) {
+  using update::CompareNatural;
+  EXPECT_LT(CompareNatural(u"1.9", u"1.10"), 0);
+  EXPECT_EQ(CompareNatural(u"v2a", u"V2A"), 0);
+  EXPECT_EQ(CompareNatural(u"1.01", u"1.1"), 0);
+  EXPECT_LT(CompareNatural(u"1.2", u"1.2.1"), 0);
+  EXPECT_LT(CompareNatural(u"", u"0"), 0);
+  EXPECT_LT(CompareNatural(u"9", u"123456789012345678901234567890"), 0);  // runs longer than any integer
+  std::mt19937 random(7);
+  const std::u16string alphabet = u"0123456789aAbB.-_";
+  for (int n = 0; n < 5000; ++n) {
+    std::u16string a, b;
+    for (int i = random() % 9; i > 0; --i) a += alphabet[random() % alphabet.size()];
+    for (int i = random() % 9; i > 0; --i) b += alphabet[random() % alphabet.size()];
+    if (random() % 3 == 0) b = a.substr(0, random() % (a.size() + 1)) + b;  // shared beginnings
+    const int want = Reference(a, b), got = CompareNatural(a, b);
+    EXPECT_EQ((got > 0) - (got < 0), want) << std::string(a.begin(), a.end()) << " vs " << std::string(b.begin(), b.end());
+  }
+}
+
+}  // namespace
+}  // namespace kp::test
