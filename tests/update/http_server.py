@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""A loopback HTTP server for the update tests. Prints its port, then serves
+"""A loopback HTTP server for the update tests (HTTPS when given a certificate
+and its key after the log file). Prints its port, then serves
 until its standard input closes (so it never outlives the test that started
 it). Every request's exact bytes are appended to the file given as argument,
 each followed by a line "----".
@@ -86,6 +87,11 @@ def handle(conn, log):
 
 def main():
     log = sys.argv[1]
+    context = None
+    if len(sys.argv) > 3:
+        import ssl
+        context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        context.load_cert_chain(sys.argv[2], sys.argv[3])
     server = socket.socket()
     server.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
     server.bind(("127.0.0.1", 0))
@@ -98,6 +104,12 @@ def main():
                 conn, _ = server.accept()
             except OSError:
                 return
+            if context:
+                try:
+                    conn = context.wrap_socket(conn, server_side=True)
+                except OSError:
+                    conn.close()
+                    continue
             threading.Thread(target=handle, args=(conn, log), daemon=True).start()
 
     threading.Thread(target=serve, daemon=True).start()

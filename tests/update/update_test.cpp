@@ -16,6 +16,7 @@
 #include <sstream>
 
 #include "platform/registry.h"
+#include "support/loopback_server.h"
 #include "registry/registry_fixture.h"
 #include "update/natural_order.h"
 #include "update/update.h"
@@ -24,44 +25,6 @@ namespace kp::test {
 namespace {
 
 namespace reg = platform::reg;
-
-// The server, fed through a pipe: it stops when the pipe closes.
-class LoopbackServer {
- public:
-  explicit LoopbackServer(const std::string& log) {
-    int in[2], out[2];
-    if (pipe(in) != 0 || pipe(out) != 0) return;
-    const std::string script = (std::filesystem::path(__FILE__).parent_path() / "http_server.py").string();
-    pid_ = fork();
-    if (pid_ == 0) {
-      dup2(in[0], 0);
-      dup2(out[1], 1);
-      close(in[1]);
-      close(out[0]);
-      execlp("python3", "python3", script.c_str(), log.c_str(), nullptr);
-      _exit(127);
-    }
-    close(in[0]);
-    close(out[1]);
-    input_ = in[1];
-    FILE* f = fdopen(out[0], "r");
-    if (f && fscanf(f, "%d", &port_) != 1) port_ = 0;
-    if (f) fclose(f);
-  }
-  ~LoopbackServer() {
-    if (input_ >= 0) close(input_);
-    if (pid_ > 0) {
-      kill(pid_, SIGTERM);
-      waitpid(pid_, nullptr, 0);
-    }
-  }
-  int port() const { return port_; }
-
- private:
-  pid_t pid_ = -1;
-  int input_ = -1;
-  int port_ = 0;
-};
 
 std::u16string U16(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
@@ -147,6 +110,25 @@ TEST_F(Update, EveryWayTheServerCanAnswer) {
     EXPECT_NE(ctx_.systemError(), 0u);
     EXPECT_NE(ctx_.message().find(u"VERSION.KX"), std::u16string::npos) << "the location is named";
   }
+}
+
+// TLS with a certificate made here, trusted only through KP_HTTP_CA_FILE.
+TEST_F(Update, HttpsWithATrustedCertificate) {
+  const std::string cert = dir_ + "/cert.pem", key = dir_ + "/key.pem";
+  const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 1 -subj /CN=127.0.0.1 "
+                           "-addext subjectAltName=IP:127.0.0.1 -keyout " + key + " -out " + cert + " 2>/dev/null";
+  ASSERT_EQ(std::system(make.c_str()), 0) << "openssl is needed to make the certificate";
+  LoopbackServer tls(dir_ + "/tls.log", cert, key);
+  ASSERT_GT(tls.port(), 0);
+  const std::u16string url = U16("https://127.0.0.1:" + std::to_string(tls.port()) + "/ok");
+  Settings(1, url, u"1");
+  EXPECT_EQ(update::Available(ctx_, kApp), 0) << "an unknown certificate is refused";
+  EXPECT_EQ(ctx_.systemError(), 12175u);
+  setenv("KP_HTTP_CA_FILE", cert.c_str(), 1);
+  ctx_.clearError();
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kOptionalUpdate);
+  unsetenv("KP_HTTP_CA_FILE");
+  EXPECT_FALSE(ctx_.hasError());
 }
 
 TEST_F(Update, BadLocationsFailClearly) {
