@@ -19,6 +19,8 @@
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 #include "registry/ini.h"
+#include "registry/parameters.h"
+#include "registry/registry.h"
 #include "registry_fixture.h"
 #include "support/deadline.h"
 
@@ -247,6 +249,18 @@ TEST_F(IniSafety, AWriterThatCannotGetTheFileGivesUpWithASharingViolation) {
   EXPECT_EQ(registry::IniRead(u"S", u"k", u"", 100, u"\\Data\\held.ini"), u"1");
   close(fd);
   EXPECT_TRUE(registry::IniWrite(u"S", u"k", u"2", u"\\Data\\held.ini"));
+}
+
+TEST_F(IniSafety, ParametersInIniModeReportAReadOnlyFile) {
+  const std::string file = HostFile("Data/params.ini");
+  Put(file, "[Global]\r\nx = 1\r\n");
+  ASSERT_EQ(chmod(file.c_str(), 0444), 0);
+  registry::InitParameter(ctx_, registry::kParamIni, u"\\Data\\params.ini");
+  registry::SaveParameter(ctx_, u"x", u"2");
+  EXPECT_EQ(ctx_.errorId(), registry::kErrCannotCreate);
+  EXPECT_EQ(ctx_.systemError(), win32::kAccessDenied);
+  EXPECT_EQ(Content(file), "[Global]\r\nx = 1\r\n");
+  registry::ReleaseParameterStore(ctx_);
 }
 
 }  // namespace
