@@ -74,9 +74,8 @@ TEST_F(IniSafety, AFifoIsRefusedWithoutBlocking) {
   EXPECT_EQ(read, Value{std::u16string(u"fallback")});
   EXPECT_EQ(ctx_.systemError(), win32::kAccessDenied);
   ctx_.clearError();
-  const bool wrote = WithinSeconds(5, "INIEcrit on a FIFO", [&] {
-    return registry::IniWriteFunction(ctx_, u"S", u"k", u"v", u"\\Data\\pipe.ini");
-  });
+  const bool wrote = WithinSeconds(
+      5, "INIEcrit on a FIFO", [&] { return registry::IniWriteFunction(ctx_, u"S", u"k", u"v", u"\\Data\\pipe.ini"); });
   EXPECT_FALSE(wrote);
   EXPECT_EQ(ctx_.systemError(), win32::kAccessDenied);
   struct stat st {};
