@@ -24,6 +24,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -146,11 +147,21 @@ class KeyHolder {
 // --- device files used by the INI engine ----------------------------------
 // `path` is a device path already checked by the caller: names separated by
 // "/", relative to the device root, no "." or ".." component. On POSIX it
-// lives under <device prefix>/fs/; on Windows it is taken from the root of
-// the current drive. Errors are Win32 numbers.
+// lives under <device prefix>/fs/ and is resolved beneath it (a link never
+// leads out); on Windows it is taken from the root of the current drive.
+// Errors are Win32 numbers: 2 no such file, 3 a directory on the way is
+// missing, 5 a read-only file or one that is no regular file (a directory,
+// FIFO, socket or device is never opened for reading), 32 another writer
+// holds the file for longer than a few seconds.
 uint32_t ReadDeviceFile(std::string_view path, std::string* bytes);
-// Replaces the whole content, creating the file (and missing directories on
-// POSIX) when needed; readers never see a half-written file on POSIX.
+// Reads the file (created empty when missing; no directory is made) and
+// hands its bytes to `edit`; when `edit` returns true the file's content is
+// replaced by them. On POSIX the whole step holds an exclusive lock that
+// every writer and deleter of the file takes, so concurrent updates
+// serialize, and the new content is renamed over the old, so readers never
+// see a half-written file.
+uint32_t UpdateDeviceFile(std::string_view path, const std::function<bool(std::string* bytes)>& edit);
+// Replaces the whole content, as UpdateDeviceFile.
 uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes);
 uint32_t DeleteDeviceFile(std::string_view path);
 // -1 when the file does not exist.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "abi/vm.h"
+#include "files/path_rule.h"
 #include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
@@ -189,40 +190,52 @@ bool IniWriteBytes(std::string& file, std::string_view section, std::optional<st
 }
 
 std::u16string IniRead(std::u16string_view section, std::u16string_view key,
-                       std::optional<std::u16string_view> fallback, uint32_t capacity, std::u16string_view file) {
-  if (capacity == 0) return {};
+                       std::optional<std::u16string_view> fallback, uint32_t capacity, std::u16string_view file,
+                       uint32_t* error) {
+  uint32_t rc = win32::kPathNotFound;
   std::u16string answer(fallback.value_or(std::u16string_view()));
-  std::string bytes;
-  const auto path = platform::fs::DeviceRelativePath(file);
-  if (path && platform::reg::ReadDeviceFile(*path, &bytes) == win32::kSuccess) {
-    if (auto found = IniReadBytes(bytes, ToAnsi(section), ToAnsi(key))) answer = FromAnsi(*found);
+  if (capacity != 0) {
+    std::string bytes;
+    const auto path = platform::fs::DeviceRelativePath(file);
+    if (path) rc = platform::reg::ReadDeviceFile(*path, &bytes);
+    if (rc == win32::kSuccess) {
+      if (auto found = IniReadBytes(bytes, ToAnsi(section), ToAnsi(key))) answer = FromAnsi(*found);
+    }
+    if (answer.size() > capacity - 1) answer.resize(capacity - 1);
+  } else {
+    rc = win32::kSuccess;
+    answer.clear();
   }
-  if (answer.size() > capacity - 1) answer.resize(capacity - 1);
+  if (error) *error = rc;
   return answer;
 }
 
 bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> key,
-              std::optional<std::u16string_view> value, std::u16string_view file) {
-  if (section.empty()) return false;
+              std::optional<std::u16string_view> value, std::u16string_view file, uint32_t* error) {
+  uint32_t rc = win32::kInvalidParameter;
   const auto path = platform::fs::DeviceRelativePath(file);
-  if (!path) return false;
-  std::string bytes;
-  const uint32_t rc = platform::reg::ReadDeviceFile(*path, &bytes);
-  if (rc != win32::kSuccess && rc != win32::kFileNotFound) return false;
-  const std::string before = bytes;
-  std::optional<std::string> k, v;
-  if (key) k = ToAnsi(*key);
-  if (value) v = ToAnsi(*value);
-  if (!IniWriteBytes(bytes, ToAnsi(section), k, v)) return false;
-  if (rc == win32::kSuccess && bytes == before) return true;
-  return platform::reg::WriteDeviceFile(*path, bytes) == win32::kSuccess;
+  if (!path) rc = win32::kPathNotFound;
+  if (path && !section.empty()) {
+    const std::string s = ToAnsi(section);
+    std::optional<std::string> k, v;
+    if (key) k = ToAnsi(*key);
+    if (value) v = ToAnsi(*value);
+    // The read, the change and the rewrite are one step for other writers.
+    rc = platform::reg::UpdateDeviceFile(*path, [&](std::string* bytes) {
+      const std::string before = *bytes;
+      return IniWriteBytes(*bytes, s, k, v) && *bytes != before;
+    });
+  }
+  if (error) *error = rc;
+  return rc == win32::kSuccess;
 }
 
-bool IniDeleteFile(std::u16string_view file) {
+bool IniDeleteFile(std::u16string_view file, uint32_t* error) {
   const auto path = platform::fs::DeviceRelativePath(file);
-  if (!path) return false;
-  const uint32_t rc = platform::reg::DeleteDeviceFile(*path);
-  return rc == win32::kSuccess || rc == win32::kFileNotFound;
+  uint32_t rc = path ? platform::reg::DeleteDeviceFile(*path) : win32::kPathNotFound;
+  if (rc == win32::kFileNotFound) rc = win32::kSuccess;
+  if (error) *error = rc;
+  return rc == win32::kSuccess;
 }
 
 int64_t IniFileSize(std::u16string_view file) {
@@ -234,7 +247,12 @@ Value IniReadFunction(ExecContext* context, std::u16string_view section, std::u1
                       std::u16string_view fallback, std::u16string_view file) {
   const std::u16string_view path = file.empty() ? kDefaultIniFile : file;
   const auto started = std::chrono::steady_clock::now();
-  std::u16string answer = IniRead(section, key, fallback, kIniReadCapacity, path);
+  uint32_t error = 0;
+  std::u16string answer = IniRead(section, key, fallback, kIniReadCapacity, path, &error);
+  // A missing file is the ordinary case of a default; anything else (a
+  // FIFO, a directory, no access) is told to the program.
+  if (error != win32::kSuccess && error != win32::kFileNotFound && error != win32::kPathNotFound)
+    files::RecordSystemError(context, error);
   if (TraceActive(context)) {
     const auto micro =
         std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started).count();
@@ -247,7 +265,12 @@ bool IniWriteFunction(ExecContext* context, std::u16string_view section, std::op
                       std::optional<std::u16string_view> value, std::u16string_view file) {
   if (section.empty() && file.empty()) return false;
   const std::u16string_view path = file.empty() ? kDefaultIniFile : file;
-  const bool ok = IniWrite(section, key, value, path);
+  // Every device has this directory; the emulated one is made on the
+  // first write to the default file. Any other missing directory fails.
+  if (file.empty()) platform::fs::CreateDirectory(u"\\Windows");
+  uint32_t error = 0;
+  const bool ok = IniWrite(section, key, value, path, &error);
+  if (!ok) files::RecordSystemError(context, error);
   if (TraceActive(context)) {
     std::u16string line = u"INIEcrit " + std::u16string(path) + u" [" + std::u16string(section) + u"]";
     if (key) line += u" " + std::u16string(*key);

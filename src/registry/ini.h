@@ -13,8 +13,14 @@
 // The Bytes functions are the engine on a file's content; the others do the
 // file's I/O and the UTF-16/ANSI conversions around them.
 //
-// Thread-safety: no state; two writers of one file race as two programs
-// would (the last rewrite wins).
+// Writing is one locked read-modify-write of the whole file, renamed over
+// the old one (see UpdateDeviceFile in platform/registry.h): writers in
+// other threads and processes wait for each other and lose nothing, readers
+// see the old file or the new one. The engine raises no library error; the
+// KL functions record the platform's error of a failure (5 a read-only file,
+// 3 a missing directory, 32 a file held by another writer too long).
+//
+// Thread-safety: no state of its own; any thread.
 #pragma once
 
 #include <cstdint>
@@ -40,11 +46,17 @@ bool IniWriteBytes(std::string& file, std::string_view section, std::optional<st
                    std::optional<std::string_view> value);
 
 // At most capacity - 1 characters; capacity 0 gives an empty text.
+// `error`, when given, receives the platform's error of reading the file (0
+// when read; 2 or 3 when missing, the default then being the answer).
 std::u16string IniRead(std::u16string_view section, std::u16string_view key,
-                       std::optional<std::u16string_view> fallback, uint32_t capacity, std::u16string_view file);
+                       std::optional<std::u16string_view> fallback, uint32_t capacity, std::u16string_view file,
+                       uint32_t* error = nullptr);
+// `error`, when given, receives the platform's error of a failure (87 no
+// section, 3 a path outside the device or a missing directory).
 bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> key,
-              std::optional<std::u16string_view> value, std::u16string_view file);
-bool IniDeleteFile(std::u16string_view file);
+              std::optional<std::u16string_view> value, std::u16string_view file, uint32_t* error = nullptr);
+// A missing file is deleted already.
+bool IniDeleteFile(std::u16string_view file, uint32_t* error = nullptr);
 int64_t IniFileSize(std::u16string_view file);
 
 // INILit: an empty file means the default file.

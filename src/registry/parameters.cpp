@@ -331,7 +331,15 @@ void SaveParameter(ExecContext* context, std::u16string_view name, std::u16strin
   const std::u16string encoded = EncodeIniValue(value);
   const std::u16string iniSection = IniSectionName(section);
   if (store->skipUnchanged && ReadIni(*store, iniSection, valueName, kSkipDefault) == encoded) return;
-  IniWrite(iniSection, valueName, encoded, store->s.iniPath);
+  // Reported as a registry write is: a read-only file (5), a missing
+  // directory (3) or a file held by another writer (32) is a value that
+  // cannot be written.
+  uint32_t rc = win32::kSuccess;
+  if (!IniWrite(iniSection, valueName, encoded, store->s.iniPath, &rc)) {
+    Raise(context, kErrCannotCreate, {name});
+    SetSystemError(context, rc);
+    if (rc == win32::kAccessDenied) Mark(context);
+  }
 }
 
 Value LoadParameter(ExecContext* context, std::u16string_view name, const std::optional<Value>& fallback) {

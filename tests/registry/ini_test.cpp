@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -160,6 +161,7 @@ TEST_F(IniFiles, ReadAndWriteThroughTheDevice) {
   EXPECT_EQ(registry::IniRead(u"S", u"k", u"fallback", 100, u"\\No\\such.ini"), u"fallback");
   EXPECT_EQ(registry::IniRead(u"S", u"k", u"fallback", 4, u"\\No\\such.ini"), u"fal");  // capacity - 1
   EXPECT_EQ(registry::IniRead(u"S", u"k", u"fallback", 0, u"\\No\\such.ini"), u"");
+  ASSERT_TRUE(std::filesystem::create_directories(HostFile("Data")));
   ASSERT_TRUE(registry::IniWrite(u"Réglages", u"Clé", u"Évènement €", u"\\Data\\app.ini"));
   EXPECT_EQ(HostContent("Data/app.ini"), "[R\xE9glages]\r\nCl\xE9 = \xC9v\xE8nement \x80\r\n");  // Windows-1252
   EXPECT_EQ(registry::IniRead(u"réglages", u"clé", std::nullopt, 100, u"/Data/app.ini"), u"Évènement €");

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -22,6 +23,8 @@ class ParamStore : public FreshDevice {
     ctx_.project[KL_PROJECT_REGISTRY_KEY] = u"Software\\Maker\\Appli";
     ctx_.project[KL_PROJECT_DIRECTORY] = u"\\Program Files\\Appli";
     ctx_.project[KL_PROJECT_NAME] = u"Appli";
+    // The program's own directory, where its INI file goes: it always exists.
+    std::filesystem::create_directories(HostFile("Program Files/Appli"));
   }
   void TearDown() override {
     ReleaseParameterStore(ctx_);

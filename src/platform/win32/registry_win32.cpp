@@ -127,16 +127,37 @@ uint32_t ReadDeviceFile(std::string_view path, std::string* bytes) {
   return rc;
 }
 
-uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
+uint32_t UpdateDeviceFile(std::string_view path, const std::function<bool(std::string* bytes)>& edit) {
   HANDLE file = CreateFileW(WidePath(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                             nullptr, OPEN_ALWAYS, FILE_FLAG_RANDOM_ACCESS, nullptr);
   if (file == INVALID_HANDLE_VALUE) return GetLastError();
-  DWORD written = 0;
+  std::string bytes;
+  char buffer[16384];
+  DWORD got = 0;
   uint32_t rc = win32::kSuccess;
-  if (!WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) || !SetEndOfFile(file))
-    rc = GetLastError();
+  while (true) {
+    if (!ReadFile(file, buffer, sizeof buffer, &got, nullptr)) {
+      rc = GetLastError();
+      break;
+    }
+    if (got == 0) break;
+    bytes.append(buffer, got);
+  }
+  if (rc == win32::kSuccess && edit(&bytes)) {
+    DWORD written = 0;
+    if (SetFilePointer(file, 0, nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER ||
+        !WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) || !SetEndOfFile(file))
+      rc = GetLastError();
+  }
   CloseHandle(file);
   return rc;
+}
+
+uint32_t WriteDeviceFile(std::string_view path, std::string_view bytes) {
+  return UpdateDeviceFile(path, [&](std::string* content) {
+    *content = bytes;
+    return true;
+  });
 }
 
 uint32_t DeleteDeviceFile(std::string_view path) {
