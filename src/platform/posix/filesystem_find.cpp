@@ -64,8 +64,9 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t d
     if (!everything && !names::Match(leaf, entry)) continue;
     struct stat st {};
     bool haveStat = false;
-    // The entry's type from the listing spares a stat when nothing else is read.
-    const bool plain = e->d_type == DT_DIR || e->d_type == DT_REG;
+    // The entry's type from the listing spares a stat when nothing else is
+    // read; a directory is always looked at, for its identity.
+    const bool plain = e->d_type == DT_REG;
     if (!plain || details != 0) {
       if (fstatat(dfd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
       haveStat = true;
@@ -87,6 +88,10 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t d
     f.attributes = (details & kFindAttributes) ? detail::AttributesOf(object.get(), objectLeaf, st)
                    : isDir                      ? kAttrDirectory
                                                 : kAttrNormal;
+    if (haveStat) {
+      f.device = static_cast<uint64_t>(st.st_dev);
+      f.inode = static_cast<uint64_t>(st.st_ino);
+    }
     if (details & kFindSizeTimes) {
       f.size = isDir ? 0 : st.st_size;
       f.times = detail::TimesOf(st);
