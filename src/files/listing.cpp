@@ -2,6 +2,7 @@
 // fListeFichier and fListeRépertoire.
 #include <cstdio>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "abi/error.h"
@@ -33,6 +34,14 @@ struct DirEnumeration {
 DirEnumeration& Enumeration() {
   static DirEnumeration state;
   return state;
+}
+
+// Whether the directory `d` is one the walk is already inside (a link loop).
+bool OnWalk(const std::vector<std::pair<uint64_t, uint64_t>>& inside, const fs::FindData& d) {
+  if (d.device == 0 && d.inode == 0) return false;
+  for (const auto& id : inside)
+    if (id.first == d.device && id.second == d.inode) return true;
+  return false;
 }
 
 bool Wanted(const fs::FindData& d, bool directories) { return ((d.attributes & fs::kAttrDirectory) != 0) == directories; }
@@ -77,6 +86,9 @@ struct Walk {
   bool stopped = false;
   int32_t count = 0;
   std::u16string list;
+  // The directories the walk is inside (device and inode), from the start
+  // down: a link back to one of them is listed but not entered again.
+  std::vector<std::pair<uint64_t, uint64_t>> inside;
 
   bool Report(const std::u16string& dir, const fs::FindData& d) {
     ++count;
@@ -123,7 +135,13 @@ struct Walk {
       if (stopped) return;
       if (!(d.attributes & fs::kAttrDirectory)) continue;
       if ((options & frNoHiddenDirectory) && (d.attributes & fs::kAttrHidden)) continue;
+      // No name on the device is longer than 260 characters: nothing below can be named.
+      if (dir.size() + d.name.size() + 1 > kMaxPath) continue;
+      if (OnWalk(inside, d)) continue;
+      const bool known = d.device != 0 || d.inode != 0;
+      if (known) inside.emplace_back(d.device, d.inode);
       Visit(dir + d.name + u"\\", namePattern);
+      if (known) inside.pop_back();
     }
   }
 };
@@ -163,8 +181,10 @@ int32_t ListWith(ExecContext* context, std::u16string_view pattern, std::u16stri
   return walk.count;
 }
 
-// fRepTaille's walk: -1 on failure (the error is recorded).
-int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options) {
+// fRepTaille's walk: -1 on failure (the error is recorded). `inside` holds
+// the directories the walk is in (see Walk::inside).
+int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
+               std::vector<std::pair<uint64_t, uint64_t>>* inside) {
   int64_t total = 0;
   fs::FindData d;
   // The sizes and the directory bit are all this walk reads.
@@ -186,11 +206,17 @@ int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options)
       continue;
     }
     if (options & frNotRecursive) continue;
-    if (dir.size() + d.name.size() + 1 > kMaxPath) {
+    // A directory the walk is already inside would be entered again and
+    // again until the name passes 260 characters: it ends the same way now,
+    // without taking every path of a loop with several links first.
+    if (dir.size() + d.name.size() + 1 > kMaxPath || OnWalk(*inside, d)) {
       Raise(context, 81512, {d.name});
       return -1;
     }
-    const int64_t sub = SizeOf(context, dir + d.name + u"\\", options);
+    const bool known = d.device != 0 || d.inode != 0;
+    if (known) inside->emplace_back(d.device, d.inode);
+    const int64_t sub = SizeOf(context, dir + d.name + u"\\", options, inside);
+    if (known) inside->pop_back();
     if (sub < 0) return -1;
     total += sub;
   } while (fs::FindNextFile(h, &d));
@@ -258,7 +284,8 @@ int64_t DirSize(ExecContext* context, std::u16string_view path, int32_t options)
     return -1;
   }
   if (!CheckAbsolute(context, path)) return -1;
-  return SizeOf(context, layer::WithSeparator(path), options);
+  std::vector<std::pair<uint64_t, uint64_t>> inside;
+  return SizeOf(context, layer::WithSeparator(path), options, &inside);
 }
 
 }  // namespace kp::files

@@ -106,6 +106,11 @@ struct FindData {
   int64_t size = 0;
   FileTimes times;
   std::u16string name;
+  // Which object a directory entry is (after links), so that a walk can tell
+  // a directory it is already inside: POSIX gives the device and inode of
+  // every directory; both 0 when unknown (files without details, Windows).
+  uint64_t device = 0;
+  uint64_t inode = 0;
 };
 using FindHandle = intptr_t;
 constexpr FindHandle kInvalidFind = -1;

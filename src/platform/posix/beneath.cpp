@@ -37,11 +37,6 @@ namespace {
 // More links than this in one resolution is a loop, as the kernel's own limit says.
 constexpr int kMaxLinks = 40;
 
-bool NativeRoot() {
-  const char* v = std::getenv("KP_NATIVE_ROOT");
-  return v && std::strcmp(v, "1") == 0;
-}
-
 // The root: one handle per prefix, made when missing. Guards every field.
 struct RootState {
   std::mutex mutex;
@@ -299,6 +294,11 @@ uint32_t LocateBeneath(std::string_view relative, Location* out) {
 int OpenAt(const Location& at, int flags, mode_t mode) {
   if (at.isRoot) return openat(at.dir.get(), ".", flags | O_CLOEXEC, mode);
   return openat(at.dir.get(), at.leaf.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, mode);
+}
+
+bool NativeRoot() {
+  const char* v = std::getenv("KP_NATIVE_ROOT");
+  return v && std::strcmp(v, "1") == 0;
 }
 
 std::string RootHostPath() {

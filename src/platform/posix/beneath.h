@@ -82,6 +82,9 @@ uint32_t LocateBeneath(std::string_view relative, Location* out);
 // and O_CLOEXEC are added to `flags`. -1 with errno set on failure.
 int OpenAt(const Location& at, int flags, mode_t mode = 0);
 
+// Whether the root is the host's "/" (KP_NATIVE_ROOT=1).
+bool NativeRoot();
+
 // The root's host path, as links are judged against (empty when the root cannot be made).
 std::string RootHostPath();
 

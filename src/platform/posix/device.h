@@ -2,7 +2,11 @@
 // device's state (clock offset, file system, registry), like a Wine prefix.
 //
 // KP_PREFIX names it; otherwise $XDG_DATA_HOME/kp160std/device, or
-// ~/.local/share/kp160std/device.
+// $HOME/.local/share/kp160std/device (each variable only when it holds an
+// absolute path), or, with neither, <TMPDIR or /tmp>/kp160std-<uid>/device,
+// where kp160std-<uid> is made with mode 0700 and must be a directory of the
+// user's own that no one else can enter. A prefix owned by another user is
+// refused.
 #pragma once
 
 #include <string>
@@ -10,7 +14,8 @@
 namespace kp::platform {
 
 std::string DeviceDirectory();
-// Creates the prefix (and its parents) when missing; false when it cannot.
+// Creates the prefix (and its parents) when missing; false when it cannot,
+// or when the prefix (or the per-user directory) fails the checks above.
 bool EnsureDeviceDirectory();
 
 }  // namespace kp::platform
