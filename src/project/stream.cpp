@@ -117,6 +117,8 @@ bool IXStream::Read(void* buffer, uint32_t count, uint32_t* done) {
 }
 
 bool IXStream::Write(const void* buffer, uint32_t count, uint32_t* done) {
+  // As a read: the record tells of this transfer only.
+  if (record_) Clear(record_);
   if (done) *done = 0;
   if (!Realign()) {
     Report(false, count, 0, done == nullptr, lastError_);
