@@ -338,7 +338,8 @@ bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view patt
 Value Read(ExecContext* context, int32_t handle, int32_t count) {
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
-  if (!stream || count < 0) return Value{Bytes{}};
+  // Failures answer the empty text; only a read that found nothing gives an empty buffer.
+  if (!stream || count < 0) return Value{std::u16string()};
   Bytes bytes;
   // No more than the file still holds: a huge count must not cost a huge block.
   const int64_t left = std::max<int64_t>(0, stream->Size() - stream->Position());
@@ -347,12 +348,12 @@ Value Read(ExecContext* context, int32_t handle, int32_t count) {
     bytes.assign(static_cast<size_t>(wanted) + 1, 0);
   } catch (const std::bad_alloc&) {
     Raise(context, 80041);
-    return Value{Bytes{}};
+    return Value{std::u16string()};
   }
   uint32_t got = 0;
   if (!stream->Read(bytes.data(), wanted, &got)) {
     RecordSystemError(context, stream->LastSystemError());
-    return Value{Bytes{}};
+    return Value{std::u16string()};
   }
   bytes.resize(got);
   return Value{std::move(bytes)};
