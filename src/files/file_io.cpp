@@ -73,7 +73,7 @@ std::u16string Narrow(std::wstring_view s) {
 }  // namespace
 
 int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
-  if (!CheckAbsolute(context, name)) return -1;
+  if (!CheckName(context, name)) return -1;
   std::unique_ptr<project::IXStream> stream;
   try {
     stream = std::make_unique<project::IXStream>();
