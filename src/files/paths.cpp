@@ -88,6 +88,47 @@ bool RemoveTree(ExecContext* context, const std::u16string& dir, bool recursive,
   return fs::RemoveDirectory(dir);
 }
 
+// fSupprime with frVersCorbeille: what the shell's delete operation takes,
+// a name or a pattern naming files and directories alike (directories go
+// with their content). The device has no recycle bin here: everything is
+// deleted outright. Read-only files go only with frLectureSeule, as in the
+// plain forms. A pattern that names nothing fails (2).
+bool DeleteAsShell(ExecContext* context, std::u16string_view name, bool readOnlyToo) {
+  std::vector<std::u16string> named;
+  if (HasWildcards(name)) {
+    const std::u16string dir(DirectoryOf(name));
+    fs::FindData data;
+    const fs::FindHandle h = fs::FindFirstFile(name, &data, 0);
+    if (h == fs::kInvalidFind) {
+      layer::RecordLast(context);
+      return false;
+    }
+    do named.push_back(dir + data.name);
+    while (fs::FindNextFile(h, &data));
+    fs::FindClose(h);
+  } else {
+    named.emplace_back(name);
+  }
+  for (std::u16string& entry : named) {
+    const uint32_t a = layer::Attributes(entry);
+    if (a == fs::kInvalidAttributes) {
+      layer::RecordLast(context);
+      return false;
+    }
+    if (layer::IsDirectory(a)) {
+      while (entry.size() > 1 && IsSeparator(entry.back())) entry.pop_back();
+      if (!RemoveTree(context, entry, true, readOnlyToo)) {
+        layer::RecordLast(context);
+        return false;
+      }
+      continue;
+    }
+    if (readOnlyToo) fs::SetFileAttributes(entry, fs::kAttrNormal);
+    if (!layer::Delete(context, entry)) return false;
+  }
+  return true;
+}
+
 std::vector<std::u16string> Components(std::u16string_view path) {
   std::vector<std::u16string> parts;
   size_t start = 0;
@@ -212,13 +253,9 @@ bool Delete(ExecContext* context, std::u16string_view name, int32_t options) {
     Raise(context, 80059);
     return false;
   }
-  if (!CheckAbsolute(context, name)) return false;
+  if (!CheckName(context, name)) return false;
   const bool readOnlyToo = options & frReadOnly;
-  if (options & frToRecycleBin) {
-    // The device has no recycle bin here: the file is deleted outright.
-    if (readOnlyToo) fs::SetFileAttributes(name, fs::kAttrNormal);
-    return layer::Delete(context, name);
-  }
+  if (options & frToRecycleBin) return DeleteAsShell(context, name, readOnlyToo);
   if (!HasWildcards(name)) {
     if (readOnlyToo) fs::SetFileAttributes(name, fs::kAttrNormal);
     return layer::Delete(context, name);

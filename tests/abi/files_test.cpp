@@ -175,4 +175,23 @@ TEST_F(FilesThroughTheHost, NamesOfMoreThan260CharactersAreRefusedBeforeAnyWork)
   EXPECT_FALSE(made.error.present());
 }
 
+TEST_F(FilesThroughTheHost, DeletingToTheRecycleBinTakesPatterns) {
+  Put("d/a.txt", "1");
+  Put("d/b.txt", "2");
+  Put("d/keep.dat", "3");
+  Put("d/sub.txt/inner", "4");
+  auto lib = kp::abi::Load();
+  ASSERT_TRUE(lib);
+  const Outcome o = Eval(*lib, R"(fSupprime("/d/*.txt", frVersCorbeille))");
+  EXPECT_EQ(o.value.integer, 1);
+  EXPECT_FALSE(o.error.present());
+  EXPECT_FALSE(Exists("d/a.txt"));
+  EXPECT_FALSE(Exists("d/b.txt"));
+  EXPECT_FALSE(Exists("d/sub.txt")) << "the shell's operation takes the directories a pattern names";
+  EXPECT_TRUE(Exists("d/keep.dat"));
+  const Outcome none = Eval(*lib, R"(fSupprime("/d/*.txt", frVersCorbeille))");
+  EXPECT_EQ(none.value.integer, 0);
+  EXPECT_EQ(none.error.systemError, 2u);
+}
+
 }  // namespace
