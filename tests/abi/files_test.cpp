@@ -194,4 +194,22 @@ TEST_F(FilesThroughTheHost, DeletingToTheRecycleBinTakesPatterns) {
   EXPECT_EQ(none.error.systemError, 2u);
 }
 
+TEST_F(FilesThroughTheHost, ReadLineSeesLinesAppendedAfterTheEnd) {
+  Put("log.txt", "first\r\n");
+  auto lib = kp::abi::Load();
+  ASSERT_TRUE(lib);
+  kphost::Evaluator evaluator(*lib);
+  ASSERT_GE(evaluator.Evaluate(R"(h = fOuvre("/log.txt", foLecture))").value.integer, 2);
+  EXPECT_EQ(evaluator.Evaluate("fLitLigne(h)").value.text, u"first");
+  EXPECT_EQ(evaluator.Evaluate("fLitLigne(h)").value.text, u"\x04");
+  {
+    std::ofstream more(Host("log.txt"), std::ios::binary | std::ios::app);
+    ASSERT_TRUE(more);
+    more << "second\r\n";
+  }
+  EXPECT_EQ(evaluator.Evaluate("fLitLigne(h)").value.text, u"second");
+  EXPECT_EQ(evaluator.Evaluate("fLitLigne(h)").value.text, u"\x04");
+  evaluator.Evaluate("fFerme(h)");
+}
+
 }  // namespace
