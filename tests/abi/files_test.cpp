@@ -159,7 +159,7 @@ TEST_F(FilesThroughTheHost, NamesOfMoreThan260CharactersAreRefusedBeforeAnyWork)
     EXPECT_EQ(o.value.integer, c.failure);
     EXPECT_EQ(o.error.systemError, 206u);
   }
-  for (const char* call : {"fChargeTexte", "fAttribut", "fDate"}) {
+  for (const char* call : {"fChargeTexte", "fAttribut", "fDate", "fRepParent"}) {
     const Outcome o = Eval(*lib, std::string(call) + "(\"" + at261 + "\")");
     EXPECT_TRUE(o.value.text.empty()) << call;
     EXPECT_EQ(o.error.systemError, 206u) << call;
