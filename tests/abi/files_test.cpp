@@ -111,9 +111,9 @@ TEST_F(FilesThroughTheHost, RelativeNamesAreRefusedEverywhere) {
   Put("a.txt", "A");
   auto lib = kp::abi::Load();
   ASSERT_TRUE(lib);
-  for (const char* call : {R"(fRep("*.txt"))", R"(fRep("dir", frRépertoire))", R"(fRenomme("a.txt", "/b.txt"))",
-                           R"(fRenomme("/a.txt", "b.txt"))", R"(fFichierTemp("kp", "tmp"))",
-                           R"(fOuvreFichierTemp(0, "kp", "tmp"))"}) {
+  for (const char* call :
+       {R"(fRep("*.txt"))", R"(fRep("dir", frRépertoire))", R"(fRenomme("a.txt", "/b.txt"))",
+        R"(fRenomme("/a.txt", "b.txt"))", R"(fFichierTemp("kp", "tmp"))", R"(fOuvreFichierTemp(0, "kp", "tmp"))"}) {
     SCOPED_TRACE(call);
     const Outcome o = Eval(*lib, call);
     EXPECT_EQ(o.error.id, 80600);
