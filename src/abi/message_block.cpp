@@ -58,7 +58,7 @@ constexpr bool TableIsValid() {
 }
 
 static_assert(TableIsValid(), "message numbers sorted, unique, below 0x8000, texts short enough");
-static_assert(CountRecords() == kMessageBlockRecords, "the block holds exactly 423 records");
+static_assert(CountRecords() == kMessageBlockRecords, "the block holds exactly kMessageBlockRecords records");
 
 using Block = std::array<uint8_t, BlockSize()>;
 

@@ -11,8 +11,8 @@
 // English text the record numbered n | 0x8000. A message whose text is the
 // same in both languages has the first record only, and serves both. All
 // message numbers are below 0x8000, so the French records come first and the
-// whole block is sorted by number: 211 messages in two languages and one
-// language-neutral message make the 423 records.
+// whole block is sorted by number: 215 messages in two languages and one
+// language-neutral message make the 431 records.
 //
 // Coding: the text's UTF-8 bytes, each shifted within 1..255 by a key that
 // depends on the record number and the byte's place, so that no coded byte is
@@ -29,7 +29,7 @@
 
 namespace kp {
 
-constexpr size_t kMessageBlockRecords = 423;
+constexpr size_t kMessageBlockRecords = 431;
 constexpr uint16_t kEnglishRecordBit = 0x8000;
 
 // The text of message `number` in French or English; nullopt when the block

@@ -48,7 +48,7 @@ uint32_t FromLetters(std::u16string_view letters) {
 
 // The attributes of an existing name, or kInvalidAttributes with the error recorded.
 uint32_t Existing(ExecContext* context, std::u16string_view name) {
-  if (!CheckAbsolute(context, name)) return fs::kInvalidAttributes;
+  if (!CheckName(context, name)) return fs::kInvalidAttributes;
   const uint32_t a = layer::Attributes(name);
   if (a == fs::kInvalidAttributes) layer::RecordLast(context);
   return a;
@@ -80,7 +80,7 @@ std::optional<uint32_t> Number(std::u16string_view s) {
 }
 
 std::optional<platform::SystemTime> Local(ExecContext* context, std::u16string_view name, int32_t which) {
-  if (!CheckAbsolute(context, name) || !ValidWhich(context, which)) return std::nullopt;
+  if (!CheckName(context, name) || !ValidWhich(context, which)) return std::nullopt;
   fs::FileTimes times;
   if (!fs::GetFileTimes(name, &times)) {
     layer::RecordLast(context);
@@ -165,6 +165,7 @@ bool SetReadOnlyAttribute(ExecContext* context, std::u16string_view name, bool r
 }
 
 std::u16string DirAttribute(ExecContext* context, std::u16string_view path) {
+  if (!CheckLength(context, path)) return {};
   if (path.empty() || !layer::IsDirectory(layer::Attributes(path))) {
     Raise(context, 80062, {path});
     return {};
@@ -173,6 +174,7 @@ std::u16string DirAttribute(ExecContext* context, std::u16string_view path) {
 }
 
 std::u16string SetDirAttribute(ExecContext* context, std::u16string_view path, std::u16string_view letters) {
+  if (!CheckLength(context, path)) return {};
   if (path.empty() || !layer::IsDirectory(layer::Attributes(path))) {
     Raise(context, 80062, {path});
     return {};

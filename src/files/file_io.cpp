@@ -22,6 +22,9 @@ namespace {
 
 constexpr uint32_t kBlock = 160;
 constexpr uint32_t kPiece = 50;
+// The line reader's blocks: the first one of a line, and the largest.
+constexpr uint32_t kFirstRead = 512;
+constexpr uint32_t kLongestRead = 64 * 1024;
 constexpr uint8_t kUnicodeEnd[4] = {0x0D, 0x00, 0x0A, 0x00};
 constexpr uint8_t kAnsiEnd[2] = {0x0D, 0x0A};
 constexpr uint8_t kMark[2] = {0xFF, 0xFE};
@@ -73,7 +76,7 @@ std::u16string Narrow(std::wstring_view s) {
 }  // namespace
 
 int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
-  if (!CheckAbsolute(context, name)) return -1;
+  if (!CheckName(context, name)) return -1;
   std::unique_ptr<project::IXStream> stream;
   try {
     stream = std::make_unique<project::IXStream>();
@@ -201,33 +204,40 @@ bool ReadLinePiece(project::IXStream& stream, bool unicode, LinePiece* piece) {
   }
 }
 
-// The line as the 50-byte pieces would give it, read from the stream's
-// read-ahead: the pieces end only at a CR LF that starts inside them, and a
-// CR LF starting anywhere lies inside some piece, so the line runs to the
-// first CR LF (at an even distance in UTF-16) or to the end of the file,
-// and the position ends after the terminator, or at the end of the file.
-bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line) {
+// The line as the 50-byte pieces would give it, read in larger blocks: the
+// pieces end only at a CR LF that starts inside them, and a CR LF starting
+// anywhere lies inside some piece, so the line runs to the first CR LF (at
+// an even distance in UTF-16) or to the end of the file, and the position
+// ends after the terminator, or at the end of the file. Every call reads
+// the file afresh (IXStream::Peek keeps nothing), so what another process
+// appended or rewrote since the last call is what this one returns.
+bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line, bool* nothing) {
   line->clear();
+  if (nothing) *nothing = false;
   const uint32_t unit = unicode ? 2 : 1;
   const uint32_t endSize = unicode ? 4 : 2;
   const uint8_t* end = unicode ? kUnicodeEnd : kAnsiEnd;
   const int64_t start = stream.Position();
-  // A line that crosses the end of the read-ahead is gathered here, kept
-  // between calls so that it costs no allocation.
+  // A line that crosses the end of a block is gathered here, kept between
+  // calls so that it costs no allocation.
   thread_local std::string gathered;
   gathered.clear();
   std::string_view content;
   int64_t at = start;
   int64_t next = -1;
+  // Most lines are short: a small first read, doubled for a long one.
+  uint32_t want = kFirstRead;
   while (next < 0) {
     const uint8_t* data = nullptr;
     uint32_t n = 0;
     bool atEnd = false;
-    if (!stream.Peek(at, 2 * endSize, kBlock, &data, &n, &atEnd)) {
+    if (!stream.Peek(at, want, kBlock, &data, &n, &atEnd)) {
       // As a failed piece: the position stays at the start of that piece.
       stream.MoveTo(start + (at - start) / kPiece * kPiece);
       return false;
     }
+    if (nothing && n == 0 && at == start) *nothing = true;
+    want = std::min(2 * want, kLongestRead);
     // Every offset up to `last` can be checked for the whole terminator.
     const uint32_t last = n >= endSize ? n - endSize : 0;
     uint32_t found = n;
@@ -289,15 +299,17 @@ std::u16string ReadLine(ExecContext* context, int32_t handle) {
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return {};
-  // Bytes read ahead at the position show the file goes on: no need to ask its size.
-  if (!stream->BufferedAtPosition()) {
-    const int64_t size = stream->Size();
-    if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
-  }
+  // The line is read first: a byte at the position shows that the file goes
+  // on, so its size is asked only when nothing was there.
   std::u16string line;
-  if (!AssembleLine(*stream, entry->unicode, &line)) {
+  bool nothing = false;
+  if (!AssembleLine(*stream, entry->unicode, &line, &nothing)) {
     RecordSystemError(context, stream->LastSystemError());
     return {};
+  }
+  if (nothing) {
+    const int64_t size = stream->Size();
+    if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
   }
   return line;
 }
@@ -338,7 +350,8 @@ bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view patt
 Value Read(ExecContext* context, int32_t handle, int32_t count) {
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
-  if (!stream || count < 0) return Value{Bytes{}};
+  // Failures answer the empty text; only a read that found nothing gives an empty buffer.
+  if (!stream || count < 0) return Value{std::u16string()};
   Bytes bytes;
   // No more than the file still holds: a huge count must not cost a huge block.
   const int64_t left = std::max<int64_t>(0, stream->Size() - stream->Position());
@@ -347,12 +360,12 @@ Value Read(ExecContext* context, int32_t handle, int32_t count) {
     bytes.assign(static_cast<size_t>(wanted) + 1, 0);
   } catch (const std::bad_alloc&) {
     Raise(context, 80041);
-    return Value{Bytes{}};
+    return Value{std::u16string()};
   }
   uint32_t got = 0;
   if (!stream->Read(bytes.data(), wanted, &got)) {
     RecordSystemError(context, stream->LastSystemError());
-    return Value{Bytes{}};
+    return Value{std::u16string()};
   }
   bytes.resize(got);
   return Value{std::move(bytes)};

@@ -64,7 +64,9 @@ struct LinePiece {
   bool finished = false;
 };
 bool ReadLinePiece(project::IXStream& stream, bool unicode, LinePiece* piece);
-// The whole line as fLitLigne assembles it (false on a failed read).
-bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line);
+// The whole line as fLitLigne assembles it (false on a failed read), read
+// from the file as it is now; `nothing` (optional) tells that not a byte
+// was found at the position.
+bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line, bool* nothing = nullptr);
 
 }  // namespace kp::files

@@ -3,12 +3,19 @@
 
 #include "abi/error.h"
 #include "abi/vm.h"
+#include "platform/win32_errors.h"
 
 namespace kp::files {
 
 bool CheckAbsolute(ExecContext* context, std::u16string_view name) {
   if (IsAbsolute(name)) return true;
   Raise(context, 80600, {name});
+  return false;
+}
+
+bool CheckLength(ExecContext* context, std::u16string_view name) {
+  if (name.size() <= kMaxPath) return true;
+  RecordSystemError(context, win32::kFilenameExcedRange);
   return false;
 }
 

@@ -19,6 +19,15 @@ inline bool IsSeparator(char16_t c) { return c == u'\\' || c == u'/'; }
 
 // False, with error 80600 naming the name, when it is not absolute.
 bool CheckAbsolute(ExecContext* context, std::u16string_view name);
+// False, with the platform's error 206 (name too long) recorded as a system
+// error, for a name of more than 260 characters: the device's own calls
+// refuse such names, so no function may act on part of one first.
+bool CheckLength(ExecContext* context, std::u16string_view name);
+// The rule every function that takes a file or directory name applies
+// before anything else: absolute (80600), then not too long (206).
+inline bool CheckName(ExecContext* context, std::u16string_view name) {
+  return CheckAbsolute(context, name) && CheckLength(context, name);
+}
 
 // Records the platform's code as the current error: the "system error kind"
 // of the file functions (level 3, the system's text, no message of our own).

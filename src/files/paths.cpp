@@ -88,6 +88,47 @@ bool RemoveTree(ExecContext* context, const std::u16string& dir, bool recursive,
   return fs::RemoveDirectory(dir);
 }
 
+// fSupprime with frVersCorbeille: what the shell's delete operation takes,
+// a name or a pattern naming files and directories alike (directories go
+// with their content). The device has no recycle bin here: everything is
+// deleted outright. Read-only files go only with frLectureSeule, as in the
+// plain forms. A pattern that names nothing fails (2).
+bool DeleteAsShell(ExecContext* context, std::u16string_view name, bool readOnlyToo) {
+  std::vector<std::u16string> named;
+  if (HasWildcards(name)) {
+    const std::u16string dir(DirectoryOf(name));
+    fs::FindData data;
+    const fs::FindHandle h = fs::FindFirstFile(name, &data, 0);
+    if (h == fs::kInvalidFind) {
+      layer::RecordLast(context);
+      return false;
+    }
+    do named.push_back(dir + data.name);
+    while (fs::FindNextFile(h, &data));
+    fs::FindClose(h);
+  } else {
+    named.emplace_back(name);
+  }
+  for (std::u16string& entry : named) {
+    const uint32_t a = layer::Attributes(entry);
+    if (a == fs::kInvalidAttributes) {
+      layer::RecordLast(context);
+      return false;
+    }
+    if (layer::IsDirectory(a)) {
+      while (entry.size() > 1 && IsSeparator(entry.back())) entry.pop_back();
+      if (!RemoveTree(context, entry, true, readOnlyToo)) {
+        layer::RecordLast(context);
+        return false;
+      }
+      continue;
+    }
+    if (readOnlyToo) fs::SetFileAttributes(entry, fs::kAttrNormal);
+    if (!layer::Delete(context, entry)) return false;
+  }
+  return true;
+}
+
 std::vector<std::u16string> Components(std::u16string_view path) {
   std::vector<std::u16string> parts;
   size_t start = 0;
@@ -128,17 +169,17 @@ std::u16string ExtractPath(ExecContext* context, std::u16string_view path, int32
 }
 
 bool FileExists(ExecContext* context, std::u16string_view name) {
-  if (name.empty() || !CheckAbsolute(context, name)) return false;
+  if (name.empty() || !CheckName(context, name)) return false;
   return layer::IsFile(layer::Attributes(name));
 }
 
 bool DirectoryExists(ExecContext* context, std::u16string_view name) {
-  if (name.empty() || !CheckAbsolute(context, name)) return false;
+  if (name.empty() || !CheckName(context, name)) return false;
   return layer::IsDirectory(layer::Attributes(name));
 }
 
 int64_t FileSize(ExecContext* context, std::u16string_view name) {
-  if (name.empty() || !CheckAbsolute(context, name)) return -1;
+  if (name.empty() || !CheckName(context, name)) return -1;
   if (!layer::IsFile(layer::Attributes(name))) {
     const uint32_t code = platform::LastError();
     Raise(context, 80067, {name});
@@ -164,7 +205,7 @@ bool CopyFile(ExecContext* context, std::u16string_view source, std::u16string_v
     Raise(context, 80066, {destination});
     return false;
   }
-  if (!CheckAbsolute(context, source)) return false;
+  if (!CheckName(context, source) || !CheckLength(context, destination)) return false;
   const bool wild = HasWildcards(source);
   const uint32_t a = wild ? fs::kInvalidAttributes : layer::Attributes(source);
   if (!wild && a == fs::kInvalidAttributes) {
@@ -183,6 +224,7 @@ bool CopyFile(ExecContext* context, std::u16string_view source, std::u16string_v
     target = std::u16string(destination) + u"\\" + std::u16string(leaf);
   else
     target = destination;
+  if (!CheckLength(context, target)) return false;
   if (!MakeLevels(context, DirectoryOf(target))) return false;
   if (fs::CopyFile(source, target, false)) return true;
   uint32_t code = platform::LastError();
@@ -202,6 +244,7 @@ bool Rename(ExecContext* context, std::u16string_view from, std::u16string_view 
     Raise(context, 80059);
     return false;
   }
+  if (!CheckName(context, from) || !CheckName(context, to)) return false;
   return layer::Move(context, from, to);
 }
 
@@ -210,13 +253,9 @@ bool Delete(ExecContext* context, std::u16string_view name, int32_t options) {
     Raise(context, 80059);
     return false;
   }
-  if (!CheckAbsolute(context, name)) return false;
+  if (!CheckName(context, name)) return false;
   const bool readOnlyToo = options & frReadOnly;
-  if (options & frToRecycleBin) {
-    // The device has no recycle bin here: the file is deleted outright.
-    if (readOnlyToo) fs::SetFileAttributes(name, fs::kAttrNormal);
-    return layer::Delete(context, name);
-  }
+  if (options & frToRecycleBin) return DeleteAsShell(context, name, readOnlyToo);
   if (!HasWildcards(name)) {
     if (readOnlyToo) fs::SetFileAttributes(name, fs::kAttrNormal);
     return layer::Delete(context, name);
@@ -241,7 +280,7 @@ bool Delete(ExecContext* context, std::u16string_view name, int32_t options) {
 }
 
 bool MakeDir(ExecContext* context, std::u16string_view path) {
-  if (!CheckAbsolute(context, path)) return false;
+  if (!CheckName(context, path)) return false;
   return MakeLevels(context, layer::WithSeparator(path));
 }
 
@@ -253,6 +292,7 @@ bool RemoveDir(ExecContext* context, std::u16string_view path, int32_t options) 
     return false;
   }
   std::u16string dir(path.substr(0, path.find(u'*')));
+  if (!CheckLength(context, dir)) return false;
   if (dir.empty() || !layer::IsDirectory(layer::Attributes(dir))) {
     Raise(context, 80062, {dir});
     return false;
@@ -268,7 +308,7 @@ bool RemoveDir(ExecContext* context, std::u16string_view path, int32_t options) 
 }
 
 std::u16string ParentDir(ExecContext* context, std::u16string_view path, int32_t option) {
-  if (!CheckAbsolute(context, path)) return {};
+  if (!CheckName(context, path)) return {};
   const std::vector<std::u16string> given = Components(path);
   std::vector<std::u16string> parent = Components(layer::WithSeparator(path) + u"..");
   std::u16string out;
@@ -277,6 +317,15 @@ std::u16string ParentDir(ExecContext* context, std::u16string_view path, int32_t
   if (out.size() > kMaxPath) out.resize(kMaxPath);
   if (option & fRelativePath) return given.size() == parent.size() ? u"." : u"..";
   return out;
+}
+
+std::u16string DirChecked(ExecContext* context, std::u16string_view pattern, int32_t attributes) {
+  // Dir refuses attributes it does not accept first (80053); with accepted
+  // ones a new pattern is held to the path rule before any search starts.
+  const bool accepted = attributes == fPathUnicode || (attributes | fPathUnicode) == fPathUnicode + frFile ||
+                        (attributes | fPathUnicode) == fPathUnicode + frDirectoryAttr;
+  if (accepted && !pattern.empty() && !CheckName(context, pattern)) return {};
+  return Dir(context, pattern, attributes);
 }
 
 std::u16string Picker(ExecContext* context) {

@@ -46,6 +46,9 @@ bool RemoveDir(ExecContext* context, std::u16string_view path, int32_t options);
 int64_t DirSize(ExecContext* context, std::u16string_view path, int32_t options);
 std::u16string ParentDir(ExecContext* context, std::u16string_view path, int32_t option);
 std::u16string Dir(ExecContext* context, std::u16string_view pattern, int32_t attributes);
+// fRep as the KL program calls it: Dir, with a new pattern held to the path
+// rule (80600, and the 260-character limit) before any search.
+std::u16string DirChecked(ExecContext* context, std::u16string_view pattern, int32_t attributes);
 // Ends the fRep enumeration (library unload, tests).
 void EndDirEnumeration();
 

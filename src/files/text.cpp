@@ -78,10 +78,26 @@ std::u16string Replace(std::u16string_view path, std::u16string_view separator) 
   return out;
 }
 
+// A free temporary name made (and created) in the given directory, or in the
+// system's when none is given; false with the error recorded.
+bool MakeTempFile(ExecContext* context, std::u16string_view prefix, std::u16string_view directory,
+                  std::u16string* name) {
+  // The given directory obeys the path rule; the system's is absolute already.
+  if (!directory.empty() && !CheckName(context, directory)) return false;
+  const std::u16string dir = directory.empty() ? fs::GetTempPath() : std::u16string(directory);
+  if (!fs::GetTempFileName(dir, prefix, 0, name)) {
+    layer::RecordLast(context);
+    return false;
+  }
+  if (CheckLength(context, *name)) return true;
+  fs::DeleteFile(*name);
+  return false;
+}
+
 }  // namespace
 
 std::u16string LoadText(ExecContext* context, std::u16string_view name) {
-  if (!CheckAbsolute(context, name)) return {};
+  if (!CheckName(context, name)) return {};
   std::string bytes;
   if (!ReadWhole(context, name, &bytes)) return {};
   if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0)
@@ -95,7 +111,7 @@ std::u16string LoadText(ExecContext* context, std::u16string_view name) {
 }
 
 bool SaveText(ExecContext* context, std::u16string_view name, const Value& content) {
-  if (!CheckAbsolute(context, name)) return false;
+  if (!CheckName(context, name)) return false;
   File f(fs::CreateFile(name, fs::kGenericWrite, fs::kShareRead | fs::kShareWrite, fs::kCreateAlways,
                         fs::kFlagRandomAccess));
   if (!f.ok()) {
@@ -129,12 +145,8 @@ bool SaveTextArg(ExecContext* context, std::u16string_view name, VariantArg cont
 }
 
 std::u16string TempFile(ExecContext* context, std::u16string_view prefix, std::u16string_view directory) {
-  const std::u16string dir = directory.empty() ? fs::GetTempPath() : std::u16string(directory);
   std::u16string name;
-  if (!fs::GetTempFileName(dir, prefix, 0, &name)) {
-    layer::RecordLast(context);
-    return {};
-  }
+  if (!MakeTempFile(context, prefix, directory, &name)) return {};
   // Only the name is handed out.
   if (!fs::DeleteFile(name)) {
     layer::RecordLast(context);
@@ -144,12 +156,8 @@ std::u16string TempFile(ExecContext* context, std::u16string_view prefix, std::u
 }
 
 int32_t OpenTempFile(ExecContext* context, int32_t mode, std::u16string_view prefix, std::u16string_view directory) {
-  const std::u16string dir = directory.empty() ? fs::GetTempPath() : std::u16string(directory);
   std::u16string name;
-  if (!fs::GetTempFileName(dir, prefix, 0, &name)) {
-    layer::RecordLast(context);
-    return -1;
-  }
+  if (!MakeTempFile(context, prefix, directory, &name)) return -1;
   return Open(context, name, mode | foCreate);
 }
 
@@ -175,7 +183,7 @@ std::u16string SeparatorText(ExecContext* context, std::u16string_view path, std
 std::u16string Sep(ExecContext*) { return u"\\"; }
 
 bool Compare(ExecContext* context, std::u16string_view first, std::u16string_view second) {
-  if (!CheckAbsolute(context, first) || !CheckAbsolute(context, second)) return false;
+  if (!CheckName(context, first) || !CheckName(context, second)) return false;
   File a(fs::CreateFile(first, fs::kGenericRead, fs::kShareRead | fs::kShareWrite, fs::kOpenExisting, 0));
   if (!a.ok()) {
     layer::RecordLast(context);

@@ -8,6 +8,7 @@
 
 #include "abi/error.h"
 #include "platform/platform.h"
+#include "platform/read_at.h"
 #include "platform/win32_errors.h"
 
 namespace kp::project {
@@ -34,7 +35,6 @@ bool IXStream::Open(std::u16string_view name, uint32_t access, uint32_t share, u
   position_ = 0;
   file_ = platform::fs::CreateFile(name, access, share, disposition, flags, created);
   if (file_ != platform::fs::kInvalidFile) {
-    changes_ = platform::fs::ContentChanges(file_);
     lastError_ = 0;
     return true;
   }
@@ -51,9 +51,6 @@ bool IXStream::Open(std::u16string_view name, uint32_t access, uint32_t share, u
 }
 
 void IXStream::Close() {
-  changes_.reset();
-  bufferSize_ = 0;
-  bufferAtEnd_ = false;
   platformMoved_ = false;
   if (file_ != platform::fs::kInvalidFile) platform::fs::CloseHandle(file_);
   file_ = platform::fs::kInvalidFile;
@@ -117,6 +114,8 @@ bool IXStream::Read(void* buffer, uint32_t count, uint32_t* done) {
 }
 
 bool IXStream::Write(const void* buffer, uint32_t count, uint32_t* done) {
+  // As a read: the record tells of this transfer only.
+  if (record_) Clear(record_);
   if (done) *done = 0;
   if (!Realign()) {
     Report(false, count, 0, done == nullptr, lastError_);
@@ -207,22 +206,11 @@ bool IXStream::ReadLine(std::u16string* line, size_t maxChars, bool unicode) {
   }
 }
 
-bool IXStream::Peek(int64_t at, uint32_t least, uint32_t asked, const uint8_t** bytes, uint32_t* count,
+bool IXStream::Peek(int64_t at, uint32_t count, uint32_t asked, const uint8_t** bytes, uint32_t* got,
                     bool* atEnd) {
   *bytes = nullptr;
-  *count = 0;
+  *got = 0;
   *atEnd = false;
-  if (BufferValid() && at >= bufferStart_ && at - bufferStart_ <= bufferSize_) {
-    const auto offset = static_cast<uint32_t>(at - bufferStart_);
-    const uint32_t left = bufferSize_ - offset;
-    if (left >= least || bufferAtEnd_) {
-      *bytes = buffer_.get() + offset;
-      *count = left;
-      *atEnd = bufferAtEnd_;
-      lastError_ = 0;
-      return true;
-    }
-  }
   if (!buffer_) {
     // Without room for the read-ahead a small buffer still gives the same bytes.
     buffer_.reset(new (std::nothrow) uint8_t[kReadAhead]);
@@ -236,45 +224,28 @@ bool IXStream::Peek(int64_t at, uint32_t least, uint32_t asked, const uint8_t** 
       return false;
     }
   }
-  bufferSize_ = 0;
-  bufferAtEnd_ = false;
-  // Read when no count is kept: a later change through this process could not be seen.
-  const uint64_t version = changes_ ? changes_->load(std::memory_order_relaxed) : 0;
   if (record_) Clear(record_);
+  // One system call where the system allows it: the cost of every line.
   platformMoved_ = true;
-  if (!platform::fs::SetFilePointer(file_, at, 0, nullptr)) {
-    lastError_ = platform::LastError();
-    return false;
-  }
-  const uint32_t want = changes_ ? capacity_ : std::max(least, std::min(asked, capacity_));
+  const uint32_t want = std::min(count, capacity_);
   uint32_t total = 0;
   while (total < want) {
-    uint32_t got = 0;
-    if (platform::fs::ReadFile(file_, buffer_.get() + total, want - total, &got)) {
-      total += got;
+    uint32_t n = 0;
+    if (platform::fs::ReadFileAt(file_, at + total, buffer_.get() + total, want - total, &n)) {
+      total += n;
       break;
     }
-    total += got;
+    total += n;
     const uint32_t system = platform::LastError();
     if (StillMoving(system)) continue;
     Report(true, asked, std::min(total, asked), false, system);
     return false;
   }
-  bufferStart_ = at;
-  bufferSize_ = total;
-  bufferAtEnd_ = total < want;
-  bufferVersion_ = version;
   *bytes = buffer_.get();
-  *count = total;
-  *atEnd = bufferAtEnd_;
-  // Nothing tells when bytes read without a count go stale: they serve this call only.
-  if (!changes_) bufferSize_ = 0;
+  *got = total;
+  *atEnd = total < want;
   lastError_ = 0;
   return true;
-}
-
-bool IXStream::BufferedAtPosition() const {
-  return BufferValid() && position_ >= bufferStart_ && position_ - bufferStart_ < bufferSize_;
 }
 
 void IXStream::MoveTo(int64_t at) {

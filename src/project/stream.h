@@ -10,15 +10,15 @@
 // Line reading may read ahead into a buffer of the stream's own (Peek). The
 // position, results and errors stay those of the plain transfers: every
 // other operation first puts the platform position back where the stream
-// says it is, and the buffer is dropped as soon as this process changes the
-// file through any handle or name (platform::fs::ContentChanges). A change
-// made by another process shows at the next refill.
+// says it is. Nothing read ahead is kept from one Peek to the next: another
+// process may change the file at any time, and no cheaper question than a
+// read tells for sure that it did not, so each line is read from the file
+// as it is when asked for.
 //
 // The stream owns its platform handle (closed by Close or the destructor);
 // it is not copyable and is used by one thread at a time.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -61,16 +61,12 @@ class IXStream {
   // the rest skipped. False on a failed read.
   bool ReadLine(std::u16string* line, size_t maxChars, bool unicode);
 
-  // Read-ahead for the line reader. Peek makes the bytes from `at` on
-  // visible, at least `least` of them unless the file ends first, and
-  // answers how many follow `at` in the buffer; `atEnd` tells that the file
-  // ends right after them. The bytes stay valid until the next call on the
-  // stream. False on a failed read, reported as a failed Read of `asked`
-  // bytes; the position is not moved.
-  bool Peek(int64_t at, uint32_t least, uint32_t asked, const uint8_t** bytes, uint32_t* count, bool* atEnd);
-  // Whether the buffer holds bytes at the position: the file, as this
-  // process last changed it, goes on past the position.
-  bool BufferedAtPosition() const;
+  // Read-ahead for the line reader: reads up to `count` bytes (64 KB at
+  // most) at `at` into the stream's buffer, without moving the position,
+  // and answers how many were read; `atEnd` tells that the file ended
+  // before `count`. The bytes stay valid until the next call on the stream.
+  // False on a failed read, reported as a failed Read of `asked` bytes.
+  bool Peek(int64_t at, uint32_t count, uint32_t asked, const uint8_t** bytes, uint32_t* got, bool* atEnd);
   // Moves the position as Seek(at, 0) does for a non-negative `at`, without
   // a system call.
   void MoveTo(int64_t at);
@@ -79,9 +75,6 @@ class IXStream {
   void Report(bool reading, uint32_t asked, uint32_t moved, bool exact, uint32_t system);
   // Puts the platform position back at the stream's after a read-ahead.
   bool Realign();
-  bool BufferValid() const {
-    return bufferSize_ > 0 && changes_ && changes_->load(std::memory_order_relaxed) == bufferVersion_;
-  }
 
   CXError* record_;
   platform::fs::FileHandle file_ = platform::fs::kInvalidFile;
@@ -90,13 +83,8 @@ class IXStream {
   uint32_t lastError_ = 0;
   std::u16string name_;
 
-  std::shared_ptr<const std::atomic<uint64_t>> changes_;
   std::unique_ptr<uint8_t[]> buffer_;
   uint32_t capacity_ = 0;
-  int64_t bufferStart_ = 0;
-  uint32_t bufferSize_ = 0;
-  bool bufferAtEnd_ = false;  // the refill met the end of the file
-  uint64_t bufferVersion_ = 0;
   bool platformMoved_ = false;  // the platform position is not the stream's
 };
 

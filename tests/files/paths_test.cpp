@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "files/files_fixture.h"
+#include "files/fs_layer.h"
 #include "files/paths.h"
 
 namespace kp::test {
@@ -41,6 +42,27 @@ TEST_F(PathFunctions, ExistenceAndSize) {
   EXPECT_EQ(FileSize(ctx_, u"\\d\\none"), -1);
   EXPECT_EQ(ctx_.errorId(), 80067);
   EXPECT_EQ(ctx_.systemError(), 2u);
+}
+
+// Each of the layer's failures names its files in a text of its own.
+TEST_F(PathFunctions, LayerFailuresHaveTheirTexts) {
+  const struct {
+    bool (*fail)(ExecContext*);
+    const char16_t* shown;
+  } cases[] = {
+      {[](ExecContext* c) { return layer::Delete(c, u"\\gone.txt"); }, u"gone.txt"},
+      {[](ExecContext* c) { return layer::Move(c, u"\\gone.txt", u"\\moved.txt"); }, u"moved.txt"},
+      {[](ExecContext* c) { return layer::Copy(c, u"\\gone.txt", u"\\copied.txt"); }, u"copied.txt"},
+      {[](ExecContext* c) { return layer::SetAttributes(c, u"\\gone.txt", 0x80); }, u"gone.txt"},
+  };
+  for (const auto& c : cases) {
+    ctx_.clearError();
+    EXPECT_FALSE(c.fail(ctx_));
+    EXPECT_EQ(ctx_.systemError(), 2u);
+    const std::u16string m = ctx_.message();
+    EXPECT_NE(m.find(c.shown), std::u16string::npos) << Utf8(m);
+    EXPECT_EQ(m.find(u"<281"), std::u16string::npos) << "no missing resource: " << Utf8(m);
+  }
 }
 
 TEST_F(PathFunctions, CopyFileTargets) {

@@ -1,8 +1,15 @@
 // fLitLigne reads ahead in a buffer of the stream's own: lines, positions
 // and the other handle operations must stay those of the 50-byte pieces read
-// straight from the file, and a change made through any handle or name of
-// this process must never leave stale bytes behind.
+// straight from the file, and a change made by anyone (through any handle or
+// name of this process, or by another process) must never leave stale bytes
+// behind.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <random>
+#include <thread>
 
 #include "files/file_io.h"
 #include "files/files_fixture.h"
@@ -11,6 +18,7 @@
 #include "platform/codepage.h"
 #include "platform/filesystem.h"
 #include "project/stream.h"
+#include "support/deadline.h"
 
 namespace kp::test {
 namespace {
@@ -76,6 +84,10 @@ TEST_F(ReadAhead, LinesAndPositionsMatchThePiecesAcrossEveryBufferEdge) {
   std::string noisy;
   for (int i = 0; i < 300000; ++i) noisy += "ab\r\n\xE9"[random() % 5];
   contents.push_back(noisy);
+  // Lines of every length up to a few blocks: every edge of the growing reads.
+  std::string lengths;
+  for (size_t n = 0; n < 2200; ++n) lengths += std::string(n, 'L') + "\r\n";
+  contents.push_back(lengths);
   for (size_t i = 0; i < contents.size(); ++i) {
     SCOPED_TRACE(i);
     PutFile("f.txt", contents[i]);
@@ -93,6 +105,9 @@ TEST_F(ReadAhead, UnicodeTerminatorsCountOnlyAtEvenDistances) {
   }
   contents.push_back(std::string("x\r\0\n\0y\r\0\n\0z", 12));  // odd: the first one is off by a byte
   contents.push_back(std::string(2 * kBuffer + 1, 'q'));        // an odd last byte is dropped
+  std::string lengths;
+  for (size_t n = 0; n < 1200; ++n) lengths += std::string(2 * n, 'L') + std::string("\r\0\n\0", 4);
+  contents.push_back(lengths);
   for (size_t i = 0; i < contents.size(); ++i) {
     SCOPED_TRACE(i);
     PutFile("u.txt", contents[i]);
@@ -173,6 +188,91 @@ TEST_F(ReadAhead, AChangeThroughAnotherHandleOrNameIsSeenAtOnce) {
   EXPECT_EQ(ReadLine(ctx_, reader), kEndOfFile);
   EXPECT_EQ(Close(ctx_, reader), 0);
   EXPECT_EQ(Close(ctx_, writer), 0);
+}
+
+TEST_F(ReadAhead, AnotherWritersRewriteAndAppendAreSeenAtOnce) {
+  PutFile("w.txt", "alpha\r\nbravo\r\n");
+  const int32_t h = Open(ctx_, u"\\w.txt", foRead);
+  ASSERT_GE(h, 2);
+  EXPECT_EQ(ReadLine(ctx_, h), u"alpha");
+  // A descriptor of its own, past the platform layer: as another process writes.
+  const int fd = ::open(Host("w.txt").c_str(), O_WRONLY);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(pwrite(fd, "BRAVO", 5, 7), 5);
+  EXPECT_EQ(ReadLine(ctx_, h), u"BRAVO");
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  ASSERT_EQ(pwrite(fd, "charlie\r\ndelta", 14, 14), 14);
+  EXPECT_EQ(ReadLine(ctx_, h), u"charlie");
+  EXPECT_EQ(ReadLine(ctx_, h), u"delta");
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  ASSERT_EQ(pwrite(fd, "\r\necho\r\n", 8, 28), 8);
+  EXPECT_EQ(ReadLine(ctx_, h), u"");  // the rest of "delta"'s line: its terminator
+  EXPECT_EQ(ReadLine(ctx_, h), u"echo");
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  ::close(fd);
+  EXPECT_FALSE(ctx_.hasError());
+  EXPECT_EQ(Close(ctx_, h), 0);
+}
+
+TEST_F(ReadAhead, AFailedLineReadReportsAndLeavesThePosition) {
+  PutFile("wo.txt", "abc\r\n");
+  const int32_t h = Open(ctx_, u"\\wo.txt", foCreateIfNotExist);  // neither read nor write bit: write only
+  ASSERT_GE(h, 2);
+  EXPECT_EQ(ReadLine(ctx_, h), u"");
+  EXPECT_EQ(ctx_.systemError(), 5u);
+  ctx_.clearError();
+  EXPECT_EQ(Seek(ctx_, h, 0, 1), 0);
+  EXPECT_EQ(Write(ctx_, h, {reinterpret_cast<const uint8_t*>("X"), 1}, -1), 1);
+  EXPECT_EQ(Close(ctx_, h), 0);
+  EXPECT_EQ(GetFile("wo.txt"), "Xbc\r\n");
+}
+
+// A loop that reads to the end of a log and waits for more, as a KL TANTQUE
+// loop does, while another process appends: every line comes back, in order,
+// and the loop ends.
+TEST_F(ReadAhead, ALoopReadsWhatAnotherProcessAppends) {
+  PutFile("log.txt", "");
+  // 16 bytes a line, each written at once: no line straddles a page, so
+  // the reader never sees half of one.
+  std::vector<std::string> lines;
+  std::string expected;
+  for (int i = 0; i < 300; ++i) {
+    std::string line = "line " + std::to_string(1000 + i) + " abcd";
+    expected += line;
+    lines.push_back(line + "\r\n");
+    ASSERT_EQ(lines.back().size(), 16u);
+  }
+  const int32_t h = Open(ctx_, u"\\log.txt", foRead);
+  ASSERT_GE(h, 2);
+  const int fd = ::open(Host("log.txt").c_str(), O_WRONLY | O_APPEND);
+  ASSERT_GE(fd, 0);
+  const pid_t writer = fork();
+  ASSERT_GE(writer, 0);
+  if (writer == 0) {
+    for (size_t i = 0; i < lines.size(); ++i) {
+      if (write(fd, lines[i].data(), lines[i].size()) != 16) _exit(1);
+      if (i % 20 == 0) usleep(2000);
+    }
+    _exit(0);
+  }
+  ::close(fd);
+  const std::u16string all = WithinSeconds(30, "a loop reading another process's appends", [&] {
+    std::u16string text;
+    while (text.size() < expected.size()) {
+      const std::u16string line = ReadLine(ctx_, h);
+      if (line == kEndOfFile)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      else
+        text += line;
+    }
+    return text;
+  });
+  int status = 0;
+  ASSERT_EQ(waitpid(writer, &status, 0), writer);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(all, U(expected));
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  EXPECT_EQ(Close(ctx_, h), 0);
 }
 
 }  // namespace

@@ -70,6 +70,27 @@ TEST_F(StreamTest, WriteOnReadOnlyStreamReportsTheSystemError) {
   EXPECT_NE(ctx_.message().find(u"##(IXStream)-Access=<80000000>##"), std::u16string::npos);
 }
 
+TEST_F(StreamTest, WritesClearTheRecordAsReadsDo) {
+  PutFile("c.bin", "abc");
+  IXStream s(&ctx_.error());
+  ASSERT_TRUE(s.Open(u"\\c.bin", fs::kGenericRead | fs::kGenericWrite, 3, fs::kOpenExisting, 0));
+  char buffer[8];
+  ASSERT_FALSE(s.Read(buffer, 8, nullptr));  // an exact read that comes short
+  ASSERT_TRUE(ctx_.hasError());
+  uint32_t put = 0;
+  EXPECT_TRUE(s.Write("de", 2, &put));
+  EXPECT_FALSE(ctx_.hasError()) << Utf8(ctx_.message());
+  // A failed write tells of itself only, not of the read before it.
+  ASSERT_FALSE(s.Read(buffer, 8, nullptr));
+  IXStream reader(&ctx_.error());
+  ASSERT_TRUE(OpenRead(reader, u"\\c.bin"));
+  ASSERT_FALSE(reader.Read(buffer, 8, nullptr));
+  EXPECT_FALSE(reader.Write("x", 1, &put));
+  const std::u16string m = ctx_.message();
+  EXPECT_EQ(m.find(u"A lire"), std::u16string::npos) << Utf8(m);
+  EXPECT_NE(m.find(u"A écrire=<1>"), std::u16string::npos) << Utf8(m);
+}
+
 TEST_F(StreamTest, ReadLineStopsAtCrLfOnly) {
   PutFile("l.txt", std::string("a\rb\nc\r\nnext"));
   IXStream s;

@@ -328,8 +328,8 @@ inline constexpr KLSyntax kfSize[] = {
 
 // fRep/fDir
 inline constexpr KLSyntax kfDir[] = {
-    Syntax<[](ExecContext* c, std::u16string_view p) { return files::Dir(c, p, files::frFile); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
-    Syntax<files::Dir, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view p) { return files::DirChecked(c, p, files::frFile); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
+    Syntax<files::DirChecked, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
 // fListeFichier/fListFile
 inline constexpr KLSyntax kfListFile[] = {

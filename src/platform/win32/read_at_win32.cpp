@@ -1,0 +1,12 @@
+// kp160std — a read at an offset on Windows: the position is set, then read
+// from, as a plain seek and read would do.
+#include "platform/read_at.h"
+
+namespace kp::platform::fs {
+
+bool ReadFileAt(FileHandle file, int64_t offset, void* buffer, uint32_t count, uint32_t* read) {
+  *read = 0;
+  return SetFilePointer(file, offset, 0, nullptr) && ReadFile(file, buffer, count, read);
+}
+
+}  // namespace kp::platform::fs
