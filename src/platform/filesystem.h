@@ -75,15 +75,6 @@ bool SetEndOfFile(FileHandle file);
 int64_t GetFileSize(FileHandle file);
 bool CloseHandle(FileHandle file);
 
-// A counter that moves whenever this process changes the content or size of
-// the file behind `file` through these calls, whichever handle or name it
-// used (WriteFile, SetEndOfFile, a truncating CreateFile, CopyFile onto it).
-// Handles on one file share one counter, so a reader can tell that a copy of
-// the file it keeps has gone stale. Another process's changes are not
-// counted. Null when the backend does not keep count (Windows): then nothing
-// should be kept.
-std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle file);
-
 uint32_t GetFileAttributes(std::u16string_view name);
 bool SetFileAttributes(std::u16string_view name, uint32_t attributes);
 bool GetFileTimes(std::u16string_view name, FileTimes* times);

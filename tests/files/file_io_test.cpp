@@ -11,7 +11,6 @@ using namespace kp::files;
 using HandleTableTest = FilesTest;
 using FileIo = FilesTest;
 
-std::u16string Text(const Value& v) { return std::get<std::u16string>(v); }
 std::string BytesOf(const Value& v) {
   const auto& b = std::get<Bytes>(v);
   return std::string(b.begin(), b.end());

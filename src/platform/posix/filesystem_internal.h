@@ -1,7 +1,7 @@
 // kp160std — what the parts of the POSIX device file system share: device
 // names resolved beneath the root (beneath.h) into a held parent directory
 // and a leaf, the object behind a Location opened without following a link,
-// the attribute bits, the time conversion and the content-change counters.
+// the attribute bits, and the time conversion.
 //
 // Nothing here hands a host path string to the kernel to walk: an operation
 // acts on the parent's handle and the leaf, or on a descriptor of the object
@@ -62,11 +62,5 @@ bool ReadOnly(const struct stat& st);
 FileTimes TimesOf(const struct stat& st);
 int64_t ToFileTime(const timespec& t);
 timespec FromFileTime(int64_t ft);
-
-// The content-change counters (see ContentChanges in filesystem.h).
-void Track(int fd, bool truncated);
-void Untrack(int fd);
-void Changed(int fd);
-void Changed(const struct stat& st);
 
 }  // namespace kp::platform::fs::detail

@@ -1,6 +1,5 @@
 // kp160std — file handles on the POSIX device file system: CreateFile and
-// the calls on its descriptors, the content-change counters they move, and
-// the temporary directory and names.
+// the calls on its descriptors, and the temporary directory and names.
 //
 // CreateFile opens the leaf relative to its held parent (see beneath.h) and
 // takes regular files only: a FIFO, a socket or a device node inside the
@@ -10,14 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <vector>
 
 #include "platform/filesystem.h"
 #include "platform/platform.h"
@@ -28,76 +22,6 @@
 namespace kp::platform::fs {
 
 using detail::Fail;
-
-namespace {
-
-// The content-change counters: one per open file (device and inode), shared
-// by every descriptor this layer opened on it.
-using Counter = std::atomic<uint64_t>;
-using FileKey = std::pair<dev_t, ino_t>;
-struct OpenFile {
-  FileKey key{};
-  std::shared_ptr<Counter> changes;
-};
-struct ChangeTable {
-  std::mutex mutex;
-  std::vector<OpenFile> byDescriptor;
-  std::map<FileKey, std::weak_ptr<Counter>> byFile;
-};
-// A namespace-scope object is made when the library loads, before the handle
-// table (made on first use), so it is destroyed after it: the handle table
-// still untracks its streams when it closes them at unload. Destroying it at
-// all keeps an unloaded library from leaking it.
-ChangeTable gChanges;
-ChangeTable& Changes() { return gChanges; }
-
-}  // namespace
-
-namespace detail {
-
-void Track(int fd, bool truncated) {
-  struct stat st {};
-  if (fd < 0 || fstat(fd, &st) != 0) return;
-  ChangeTable& t = Changes();
-  std::lock_guard<std::mutex> lock(t.mutex);
-  const FileKey key{st.st_dev, st.st_ino};
-  std::shared_ptr<Counter> counter = t.byFile[key].lock();
-  if (!counter) {
-    counter = std::make_shared<Counter>(0);
-    t.byFile[key] = counter;
-  }
-  if (truncated) counter->fetch_add(1, std::memory_order_relaxed);
-  if (t.byDescriptor.size() <= static_cast<size_t>(fd)) t.byDescriptor.resize(static_cast<size_t>(fd) + 1);
-  t.byDescriptor[static_cast<size_t>(fd)] = OpenFile{key, std::move(counter)};
-}
-
-void Untrack(int fd) {
-  ChangeTable& t = Changes();
-  std::lock_guard<std::mutex> lock(t.mutex);
-  if (fd < 0 || static_cast<size_t>(fd) >= t.byDescriptor.size()) return;
-  OpenFile& f = t.byDescriptor[static_cast<size_t>(fd)];
-  if (!f.changes) return;
-  f.changes.reset();
-  const auto it = t.byFile.find(f.key);
-  if (it != t.byFile.end() && it->second.expired()) t.byFile.erase(it);
-}
-
-void Changed(int fd) {
-  ChangeTable& t = Changes();
-  std::lock_guard<std::mutex> lock(t.mutex);
-  if (fd >= 0 && static_cast<size_t>(fd) < t.byDescriptor.size() && t.byDescriptor[static_cast<size_t>(fd)].changes)
-    t.byDescriptor[static_cast<size_t>(fd)].changes->fetch_add(1, std::memory_order_relaxed);
-}
-
-void Changed(const struct stat& st) {
-  ChangeTable& t = Changes();
-  std::lock_guard<std::mutex> lock(t.mutex);
-  const auto it = t.byFile.find(FileKey{st.st_dev, st.st_ino});
-  if (it == t.byFile.end()) return;
-  if (const auto counter = it->second.lock()) counter->fetch_add(1, std::memory_order_relaxed);
-}
-
-}  // namespace detail
 
 FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share, uint32_t disposition,
                       uint32_t flags, bool* created) {
@@ -135,7 +59,6 @@ FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share,
   if ((mode & O_TRUNC) && (mode & O_ACCMODE) == O_RDONLY) mode = (mode & ~O_ACCMODE) | O_RDWR;
   const int fd = detail::OpenRegular(r, mode, 0666);
   if (fd < 0) return kInvalidFile;
-  detail::Track(fd, r.exists && (mode & O_TRUNC));
   if (created) *created = !r.exists;
   SetLastError(r.exists && (disposition == kCreateAlways || disposition == kOpenAlways) ? win32::kAlreadyExists
                                                                                           : win32::kSuccess);
@@ -170,8 +93,6 @@ bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* wr
     }
     done += static_cast<uint32_t>(n);
   }
-  // Counted once the bytes are in: a reader refilling meanwhile still looks again.
-  if (done > 0) detail::Changed(static_cast<int>(file));
   if (written) *written = done;
   if (done < count) return Fail(error == EBADF ? win32::kAccessDenied : Win32FromErrno(error));
   return true;
@@ -193,7 +114,6 @@ bool SetEndOfFile(FileHandle file) {
   const off_t at = lseek(static_cast<int>(file), 0, SEEK_CUR);
   if (at < 0) return Fail(Win32FromErrno(errno));
   if (ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
-  detail::Changed(static_cast<int>(file));
   return true;
 }
 
@@ -205,15 +125,7 @@ int64_t GetFileSize(FileHandle file) {
 
 bool CloseHandle(FileHandle file) {
   if (file < 0) return Fail(win32::kInvalidHandle);
-  detail::Untrack(static_cast<int>(file));
   return close(static_cast<int>(file)) == 0 ? true : Fail(Win32FromErrno(errno));
-}
-
-std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle file) {
-  ChangeTable& t = Changes();
-  std::lock_guard<std::mutex> lock(t.mutex);
-  if (file < 0 || static_cast<size_t>(file) >= t.byDescriptor.size()) return nullptr;
-  return t.byDescriptor[static_cast<size_t>(file)].changes;
 }
 
 std::u16string GetTempPath() {

@@ -55,7 +55,6 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
     if (!WriteFile(out.get(), buffer, got, nullptr)) ok = false;
   }
   const uint32_t error = ok ? 0 : LastError();
-  if (to.exists) detail::Changed(to.st);
   if (!ok) return Fail(error);
   // The copy keeps the source's attributes and last-write time, as the system's copy does.
   struct stat st {};

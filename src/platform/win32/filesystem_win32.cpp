@@ -99,7 +99,6 @@ int64_t GetFileSize(FileHandle file) {
 bool CloseHandle(FileHandle file) { return ::CloseHandle(reinterpret_cast<HANDLE>(file)) != 0; }
 
 // No count is kept here: streams keep no read-ahead on Windows.
-std::shared_ptr<const std::atomic<uint64_t>> ContentChanges(FileHandle) { return nullptr; }
 
 uint32_t GetFileAttributes(std::u16string_view name) { return ::GetFileAttributesW(Wide(name).c_str()); }
 
