@@ -15,6 +15,7 @@
 #include <atomic>
 #include <string>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -535,6 +536,60 @@ uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capaci
   if (found.size() + 1 > capacity) return win32::kMoreData;
   if (name) *name = std::move(found);
   return win32::kSuccess;
+}
+
+uint32_t VisitValues(HKey key, uint32_t from, bool withData, const std::function<bool(const ValueEntry&)>& visit) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  // One statement walks the key in order; without data, length() does not
+  // read the bytes of a large value.
+  Stmt s(withData ? "SELECT name, type, length(data), data FROM vals WHERE key=? ORDER BY rowid LIMIT -1 OFFSET ?"
+                  : "SELECT name, type, length(data) FROM vals WHERE key=? ORDER BY rowid LIMIT -1 OFFSET ?");
+  s.Bind(1, h.id).Bind(2, from);
+  ValueEntry entry;
+  entry.index = from;
+  std::u16string name;
+  int rc = SQLITE_OK;
+  for (; (rc = s.Step()) == SQLITE_ROW; ++entry.index) {
+    name = s.Text(0);
+    entry.name = name;
+    entry.type = static_cast<uint32_t>(s.Int(1));
+    entry.size = static_cast<uint32_t>(s.Int(2));
+    if (withData) {
+      uint32_t length = 0;
+      const uint8_t* blob = s.Blob(3, &length);
+      entry.data = std::span<const uint8_t>(blob, blob ? length : 0);
+    }
+    if (!visit(entry)) return win32::kSuccess;
+  }
+  if (rc != SQLITE_DONE) return win32::kCantRead;
+  // A key deleted meanwhile has no values left: tell it from an empty key.
+  return entry.index == from && !KeyExists(h.id) ? win32::kKeyDeleted : win32::kSuccess;
+}
+
+uint32_t EnumKeys(HKey key, uint32_t from, std::vector<std::u16string>* names, uint32_t capacity) {
+  if (!names) return win32::kInvalidParameter;
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kEnumerateSubKeys)) return win32::kAccessDenied;
+  // The (parent, fold) index gives the names in order: no sort.
+  Stmt s("SELECT name FROM keys WHERE parent=? ORDER BY fold LIMIT -1 OFFSET ?");
+  s.Bind(1, h.id).Bind(2, from);
+  bool any = false;
+  int rc = SQLITE_OK;
+  while ((rc = s.Step()) == SQLITE_ROW) {
+    any = true;
+    std::u16string name = s.Text(0);
+    if (name.size() + 1 > capacity) return win32::kMoreData;
+    names->push_back(std::move(name));
+  }
+  if (rc != SQLITE_DONE) return win32::kCantRead;
+  return !any && !KeyExists(h.id) ? win32::kKeyDeleted : win32::kSuccess;
 }
 
 uint32_t QueryInfoKey(HKey key, KeyInfo* info) {
