@@ -2,6 +2,7 @@
 // index calls, and the family's listing, search, sub-key walk and tree
 // deletion give every entry of a big key, in order, with its content.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -137,6 +138,37 @@ TEST_F(WholeKey, OneReadAgreesWithIndexEnumeration) {
   keys.clear();
   EXPECT_EQ(reg::EnumKeys(gone.get(), 0, &keys), 1018u);
   EXPECT_TRUE(keys.empty());
+}
+
+// A database made before values had their order index: the registry adds
+// the index when it opens it, and the values still list in creation order.
+TEST_F(WholeKey, DatabaseWithoutTheOrderIndexIsUpgraded) {
+  sqlite3* db = nullptr;
+  ASSERT_EQ(sqlite3_open((dir_ + "/registry.db").c_str(), &db), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(db,
+                         "CREATE TABLE keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
+                         " fold TEXT NOT NULL, UNIQUE(parent, fold));"
+                         "CREATE TABLE vals(key INTEGER NOT NULL, name TEXT NOT NULL, fold TEXT NOT NULL,"
+                         " type INTEGER NOT NULL, data BLOB NOT NULL, UNIQUE(key, fold));"
+                         "INSERT INTO keys VALUES(2, 0, 'HKEY_CURRENT_USER', 'HKEY_CURRENT_USER');"
+                         "INSERT INTO keys VALUES(10, 2, 'Big', 'BIG');"
+                         "INSERT INTO vals VALUES(10, 'b', 'B', 4, x'01000000');"
+                         "INSERT INTO vals VALUES(10, 'C', 'C', 1, x'7800');"
+                         "INSERT INTO vals VALUES(10, 'a', 'A', 3, x'00');",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(db);
+  EXPECT_EQ(registry::ListValues(ctx_, kKey, true), u"b\tN\r\nC\tT\r\na\tB");
+  ASSERT_EQ(sqlite3_open((dir_ + "/registry.db").c_str(), &db), SQLITE_OK);
+  sqlite3_stmt* s = nullptr;
+  ASSERT_EQ(sqlite3_prepare_v2(db,
+                               "SELECT 1 FROM sqlite_master WHERE type='index' AND tbl_name='vals'"
+                               " AND sql LIKE '%(key)'",
+                               -1, &s, nullptr),
+            SQLITE_OK);
+  EXPECT_EQ(sqlite3_step(s), SQLITE_ROW);
+  sqlite3_finalize(s);
+  sqlite3_close(db);
 }
 
 // A key of 10,000 values: the listing names every one, in creation order,
