@@ -1,7 +1,8 @@
 // The registry and INI families beside their anchors: RegistreLit and
 // RegistreEcrit against one prepared SQLite statement on the same database
 // (what any registry over SQLite must at least do), and INILit of the last
-// key of a 500-line file against one read() of that file.
+// key of a 500-line file against one read() of that file; the listing of a
+// key of 10,000 values against one SELECT of their names.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -115,6 +116,94 @@ void Registry_RawSqliteWrite(benchmark::State& state) {
   }
 }
 BENCHMARK(Registry_RawSqliteWrite);
+
+// A key of 10,000 values (text, DWORD and binary in turn), made once.
+constexpr int kBigValues = 10000;
+constexpr std::u16string_view kBigKey = u"HKEY_CURRENT_USER\\BenchBig";
+
+void MakeBigKey() {
+  static const bool made = [] {
+    Prefix();
+    reg::KeyHolder k;
+    if (reg::CreateKey(reg::kCurrentUser, u"BenchBig", reg::kAllAccess, k.out(), nullptr))
+      throw std::runtime_error("CreateKey");
+    for (int i = 0; i < kBigValues; ++i) {
+      const std::string n = "value" + std::to_string(i);
+      const std::u16string name(n.begin(), n.end());
+      const auto data = i % 3 == 0   ? kp::registry::TextBytes(u"some text " + name, true)
+                        : i % 3 == 1 ? kp::registry::DwordBytes(i)
+                                     : kp::Bytes{1, 2, 3, 4, 5, 6, 7, 8};
+      const uint32_t type = i % 3 == 0 ? reg::kSz : i % 3 == 1 ? reg::kDword : reg::kBinary;
+      if (reg::SetValue(k.get(), name, type, data.data(), static_cast<uint32_t>(data.size())))
+        throw std::runtime_error("SetValue");
+    }
+    return true;
+  }();
+  (void)made;
+}
+
+// RegistreListeValeur of the whole key: every name, joined by CR LF.
+void Registry_ListValues10k(benchmark::State& state) {
+  MakeBigKey();
+  for (auto _ : state) {
+    auto list = kp::registry::ListValues(nullptr, kBigKey, false);
+    if (list.size() < kBigValues * 7) state.SkipWithError("short list");
+    benchmark::DoNotOptimize(list);
+  }
+}
+BENCHMARK(Registry_ListValues10k)->Unit(benchmark::kMillisecond);
+
+// The anchor: one prepared SELECT of the same names in the same order, each
+// taken as UTF-16 text.
+void Registry_RawSqliteList10k(benchmark::State& state) {
+  MakeBigKey();
+  RawDb raw;
+  sqlite3_stmt* find = nullptr;
+  sqlite3_prepare_v2(raw.db, "SELECT id FROM keys WHERE parent=2 AND fold='BENCHBIG'", -1, &find, nullptr);
+  sqlite3_step(find);
+  const int64_t key = sqlite3_column_int64(find, 0);
+  sqlite3_finalize(find);
+  sqlite3_stmt* list = nullptr;
+  sqlite3_prepare_v2(raw.db, "SELECT name FROM vals WHERE key=? ORDER BY rowid", -1, &list, nullptr);
+  for (auto _ : state) {
+    sqlite3_bind_int64(list, 1, key);
+    size_t rows = 0, units = 0;
+    while (sqlite3_step(list) == SQLITE_ROW) {
+      benchmark::DoNotOptimize(sqlite3_column_text16(list, 0));
+      units += static_cast<size_t>(sqlite3_column_bytes16(list, 0)) / 2;
+      ++rows;
+    }
+    sqlite3_reset(list);
+    if (rows != kBigValues) state.SkipWithError("wrong row count");
+    benchmark::DoNotOptimize(units);
+  }
+  sqlite3_finalize(list);
+}
+BENCHMARK(Registry_RawSqliteList10k)->Unit(benchmark::kMillisecond);
+
+// RegistreLit of the last value by index: one enumeration at index 9,999.
+void Registry_QueryValueAtLast10k(benchmark::State& state) {
+  MakeBigKey();
+  for (auto _ : state) {
+    bool ok = false;
+    auto v = kp::registry::QueryValueAt(nullptr, kBigKey, kBigValues, &ok);
+    if (!ok) state.SkipWithError("not read");
+    benchmark::DoNotOptimize(v);
+  }
+}
+BENCHMARK(Registry_QueryValueAtLast10k)->Unit(benchmark::kMicrosecond);
+
+// RegistreCherche through every name and text of the key, finding nothing.
+void Registry_Seek10kNoMatch(benchmark::State& state) {
+  MakeBigKey();
+  for (auto _ : state) {
+    auto found = kp::registry::Seek(nullptr, kBigKey, u"absent", kp::registry::kSeekValueNames |
+                                                                     kp::registry::kSeekValueContents);
+    if (!found.empty()) state.SkipWithError("found");
+    benchmark::DoNotOptimize(found);
+  }
+}
+BENCHMARK(Registry_Seek10kNoMatch)->Unit(benchmark::kMillisecond);
 
 const std::string& IniFile() {
   static const std::string path = [] {

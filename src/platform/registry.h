@@ -25,8 +25,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kp::platform::reg {
 
@@ -107,6 +109,32 @@ uint32_t EnumValue(HKey key, uint32_t index, std::u16string* name, uint32_t* typ
 // The name of the sub-key at a zero-based index (259 past the last); names
 // longer than `capacity` - 1 characters give 234.
 uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capacity = 256);
+
+// Whole-key walks (listing, search, deleting a tree). Stepping EnumValue or
+// EnumKey through every index costs, on POSIX, a skip over every entry
+// before the index, so a walk of n entries would cost n^2; these read the
+// key once, in the same order, with the same access checks and errors as
+// the index calls.
+
+// One value as VisitValues gives it: its zero-based enumeration index, name,
+// type and size in bytes; `data` holds the bytes only when they were asked
+// for. The views are valid only during the visit.
+struct ValueEntry {
+  uint32_t index = 0;
+  std::u16string_view name;
+  uint32_t type = 0;
+  uint32_t size = 0;
+  std::span<const uint8_t> data;
+};
+// Calls `visit` for each value of the key from zero-based index `from` on, in
+// EnumValue's order, until it returns false. `visit` must not call the
+// registry: on POSIX the connection is held for the whole walk. No value at
+// `from` is success with no visit.
+uint32_t VisitValues(HKey key, uint32_t from, bool withData, const std::function<bool(const ValueEntry&)>& visit);
+// Appends the names of the key's sub-keys from zero-based index `from` on, in
+// EnumKey's order. Stops before the first name longer than `capacity` - 1
+// characters and gives 234, as EnumKey would at that index.
+uint32_t EnumKeys(HKey key, uint32_t from, std::vector<std::u16string>* names, uint32_t capacity = 256);
 
 struct KeyInfo {
   uint32_t subKeys = 0;

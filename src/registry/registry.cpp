@@ -108,16 +108,26 @@ bool DeleteTree(ExecContext* context, std::u16string_view path) {
     reg::KeyHolder probe;
     if (!p.root || reg::OpenKey(p.root, p.subKey, reg::kQueryValue, probe.out()) != win32::kSuccess) return true;
   }
-  // Each pass deletes the first sub-key. A pass that leaves the same first
-  // sub-key behind made no progress: stop there instead of looping forever.
+  // Each pass reads the sub-keys once and deletes them in order; another
+  // pass takes those created meanwhile. A pass that finds the same first
+  // sub-key as the one before made no progress: stop there instead of
+  // looping forever.
   reg::KeyHolder k;
   if (reg::OpenKey(p.root, p.subKey, reg::kEnumerateSubKeys, k.out()) != win32::kSuccess) return false;
-  std::u16string name, previous;
-  // The buffer holds any name a database may hold, even one longer than
-  // the 255 characters a key can be created with today.
-  while (reg::EnumKey(k.get(), 0, &name, kDeletionNameCapacity) == win32::kSuccess) {
-    if (name == previous || !DeleteTree(context, SubKeyPrefix(p) + name)) return false;
-    previous = name;
+  const std::u16string prefix = SubKeyPrefix(p);
+  std::vector<std::u16string> names;
+  std::u16string previous;
+  for (bool first = true;; first = false) {
+    names.clear();
+    // The buffer holds any name a database may hold, even one longer than
+    // the 255 characters a key can be created with today.
+    const uint32_t rc = reg::EnumKeys(k.get(), 0, &names, kDeletionNameCapacity);
+    if (names.empty()) break;
+    if (!first && names.front() == previous) return false;
+    previous = names.front();
+    for (const auto& name : names)
+      if (!DeleteTree(context, prefix + name)) return false;
+    if (rc != win32::kSuccess) break;  // the key's own deletion tells
   }
   if (p.subKey.empty()) return false;  // a root is never deleted
   return reg::DeleteKey(p.root, p.subKey) == win32::kSuccess;
@@ -367,12 +377,13 @@ std::u16string NextKey(ExecContext* context, std::u16string_view key) {
   const std::u16string_view own = cut == std::u16string_view::npos ? p.subKey : p.subKey.substr(cut + 1);
   reg::KeyHolder k;
   if (reg::OpenKey(p.root, parent, reg::kEnumerateSubKeys, k.out()) != win32::kSuccess) return {};
-  // No state between calls: the parent is walked again from the start.
-  std::u16string name;
-  for (uint32_t i = 0; reg::EnumKey(k.get(), i, &name, kSubKeyNameCapacity) == win32::kSuccess; ++i) {
-    if (name != own) continue;  // case-sensitive, as the names come back
-    if (reg::EnumKey(k.get(), i + 1, &name, kSubKeyNameCapacity) != win32::kSuccess) return {};
-    return SubKeyPrefix(KeyPath{p.rootName, p.root, parent}) + name;
+  // No state between calls: the parent is read again from the start, once.
+  std::vector<std::u16string> names;
+  reg::EnumKeys(k.get(), 0, &names, kSubKeyNameCapacity);
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (names[i] != own) continue;  // case-sensitive, as the names come back
+    if (i + 1 == names.size()) return {};
+    return SubKeyPrefix(KeyPath{p.rootName, p.root, parent}) + names[i + 1];
   }
   return {};
 }
@@ -449,22 +460,20 @@ bool DeleteValue(ExecContext* context, std::u16string_view key, std::u16string_v
 std::u16string ListValues(ExecContext* context, std::u16string_view key, bool withTypes) {
   if (key.empty()) return {};
   reg::KeyHolder k;
-  reg::KeyInfo info;
-  if (Open(key, reg::kRead, k) != win32::kSuccess || reg::QueryInfoKey(k.get(), &info) != win32::kSuccess) return {};
+  if (Open(key, reg::kRead, k) != win32::kSuccess) return {};
+  // One read of the whole key; a failure part way keeps what came before it.
   std::u16string out;
-  for (uint32_t i = 0; i < info.values; ++i) {
-    std::u16string name;
-    uint32_t type = 0;
-    if (reg::EnumValue(k.get(), i, &name, &type, nullptr, nullptr) != win32::kSuccess) break;
-    if (i) out += u"\r\n";
-    out += name;
+  reg::VisitValues(k.get(), 0, false, [&](const reg::ValueEntry& v) {
+    if (v.index) out += u"\r\n";
+    out += v.name;
     if (withTypes) {
       out += u'\t';
-      out += type == reg::kSz || type == reg::kExpandSz || type == reg::kMultiSz ? u'T'
-             : type == reg::kDword || type == reg::kDwordBigEndian             ? u'N'
-                                                                                : u'B';
+      out += v.type == reg::kSz || v.type == reg::kExpandSz || v.type == reg::kMultiSz ? u'T'
+             : v.type == reg::kDword || v.type == reg::kDwordBigEndian                 ? u'N'
+                                                                                        : u'B';
     }
-  }
+    return true;
+  });
   return out;
 }
 

@@ -17,6 +17,8 @@
 // walk of the whole root (see docs/registry.md).
 #include <cstring>
 #include <optional>
+#include <span>
+#include <vector>
 
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
@@ -56,7 +58,7 @@ std::u16string Join(std::u16string_view parent, std::u16string_view name) {
 
 // The text of a value for matching and for the result: texts up to their
 // first NUL, multi-strings joined by "\r\n", numbers in decimal.
-std::u16string ValueText(uint32_t type, const Bytes& data, bool* isText) {
+std::u16string ValueText(uint32_t type, std::span<const uint8_t> data, bool* isText) {
   *isText = type == reg::kSz || type == reg::kExpandSz || type == reg::kMultiSz;
   if (*isText) {
     std::u16string units(data.size() / 2, u'\0');
@@ -80,32 +82,31 @@ std::u16string ValueText(uint32_t type, const Bytes& data, bool* isText) {
 std::optional<std::u16string> WalkKey(const Search& s, const std::u16string& sub, uint32_t valueFrom,
                                       uint32_t subFrom, int depth) {
   reg::KeyHolder k;
-  reg::KeyInfo info;
-  if (reg::OpenKey(s.root, sub, reg::kRead, k.out()) != win32::kSuccess ||
-      reg::QueryInfoKey(k.get(), &info) != win32::kSuccess)
-    return std::nullopt;
+  if (reg::OpenKey(s.root, sub, reg::kRead, k.out()) != win32::kSuccess) return std::nullopt;
   const std::u16string path = JoinKeyPath(s.rootName, sub);
-  if (s.options & (kSeekValueNames | kSeekValueContents)) {
-    for (uint32_t i = valueFrom; valueFrom != kAllValuesDone && i < info.values; ++i) {
-      std::u16string name;
-      uint32_t type = 0, size = 0;
-      if (reg::EnumValue(k.get(), i, &name, &type, nullptr, &size) != win32::kSuccess) break;
-      Bytes data(size);
-      if (reg::EnumValue(k.get(), i, &name, &type, data.data(), &size) != win32::kSuccess) break;
-      data.resize(size);
+  // Each key is read once, values and then sub-key names, so a walk costs
+  // time in proportion to the entries it passes.
+  std::optional<std::u16string> found;
+  if ((s.options & (kSeekValueNames | kSeekValueContents)) && valueFrom != kAllValuesDone) {
+    // The data is read even for names alone: a match gives the value's text.
+    reg::VisitValues(k.get(), valueFrom, true, [&](const reg::ValueEntry& v) {
       bool isText = false;
-      const std::u16string text = ValueText(type, data, &isText);
-      const bool byName = (s.options & kSeekValueNames) && s.Matches(name);
+      std::u16string text = ValueText(v.type, v.data, &isText);
+      const bool byName = (s.options & kSeekValueNames) && s.Matches(v.name);
       const bool byContent = (s.options & kSeekValueContents) && isText && s.Matches(text);
-      if (byName || byContent) return path + u"\t\t" + name + u"\t" + text;
-    }
+      if (!byName && !byContent) return true;
+      found = path + u"\t\t" + std::u16string(v.name) + u"\t" + text;
+      return false;
+    });
+    if (found) return found;
   }
-  for (uint32_t i = subFrom; i < info.subKeys; ++i) {
-    std::u16string name;
-    if (reg::EnumKey(k.get(), i, &name, kSubKeyNameCapacity) != win32::kSuccess) break;
+  std::vector<std::u16string> names;
+  reg::EnumKeys(k.get(), subFrom, &names, kSubKeyNameCapacity);
+  k.reset();
+  for (const auto& name : names) {
     if ((s.options & kSeekSubKeyNames) && s.Matches(name)) return path + u"\t" + name;
     if ((s.options & kSeekDescend) && depth < kMaxDepth) {
-      if (auto found = WalkKey(s, Join(sub, name), 0, 0, depth + 1)) return found;
+      if (auto below = WalkKey(s, Join(sub, name), 0, 0, depth + 1)) return below;
     }
   }
   return std::nullopt;
@@ -117,25 +118,27 @@ std::optional<uint32_t> SubKeyAfter(const Search& s, std::u16string_view sub, st
   reg::KeyHolder k;
   if (reg::OpenKey(s.root, sub, reg::kEnumerateSubKeys, k.out()) != win32::kSuccess) return std::nullopt;
   const std::u16string folded = reg::FoldName(own);
-  std::u16string name;
-  uint32_t i = 0;
-  for (; reg::EnumKey(k.get(), i, &name, kSubKeyNameCapacity) == win32::kSuccess; ++i) {
-    const std::u16string f = reg::FoldName(name);
+  std::vector<std::u16string> names;
+  reg::EnumKeys(k.get(), 0, &names, kSubKeyNameCapacity);
+  for (uint32_t i = 0; i < names.size(); ++i) {
+    const std::u16string f = reg::FoldName(names[i]);
     if (f == folded) return i + 1;
     if (f > folded) return i;
   }
-  return i;
+  return static_cast<uint32_t>(names.size());
 }
 
 uint32_t ValueAfter(const Search& s, std::u16string_view sub, std::u16string_view own) {
   reg::KeyHolder k;
   if (reg::OpenKey(s.root, sub, reg::kQueryValue, k.out()) != win32::kSuccess) return kAllValuesDone;
   const std::u16string folded = reg::FoldName(own);
-  std::u16string name;
-  for (uint32_t i = 0; reg::EnumValue(k.get(), i, &name, nullptr, nullptr, nullptr) == win32::kSuccess; ++i) {
-    if (reg::FoldName(name) == folded) return i + 1;
-  }
-  return kAllValuesDone;  // gone: go on with the sub-keys
+  uint32_t after = kAllValuesDone;  // gone: go on with the sub-keys
+  reg::VisitValues(k.get(), 0, false, [&](const reg::ValueEntry& v) {
+    if (reg::FoldName(v.name) != folded) return true;
+    after = v.index + 1;
+    return false;
+  });
+  return after;
 }
 
 int Depth(std::u16string_view sub) {

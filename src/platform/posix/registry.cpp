@@ -15,6 +15,7 @@
 #include <atomic>
 #include <string>
 #include <cstring>
+#include <functional>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -63,6 +64,9 @@ const char* const kSchema =
     " fold TEXT NOT NULL, UNIQUE(parent, fold));"
     "CREATE TABLE IF NOT EXISTS vals(key INTEGER NOT NULL, name TEXT NOT NULL, fold TEXT NOT NULL,"
     " type INTEGER NOT NULL, data BLOB NOT NULL, UNIQUE(key, fold));"
+    // Values enumerate in creation order: this index gives a key's values in
+    // rowid order, with no sort of the whole key for each enumeration.
+    "CREATE INDEX IF NOT EXISTS vals_order ON vals(key);"
     "INSERT OR IGNORE INTO keys VALUES(1, 0, 'HKEY_CLASSES_ROOT', 'HKEY_CLASSES_ROOT');"
     "INSERT OR IGNORE INTO keys VALUES(2, 0, 'HKEY_CURRENT_USER', 'HKEY_CURRENT_USER');"
     "INSERT OR IGNORE INTO keys VALUES(3, 0, 'HKEY_LOCAL_MACHINE', 'HKEY_LOCAL_MACHINE');"
@@ -145,9 +149,10 @@ void ToUtf8(std::u16string_view text, bool fold, std::string* out) {
   }
 }
 
-// The inverse of ToUtf8; a malformed sequence reads as U+FFFD.
-std::u16string FromUtf8(const unsigned char* p, size_t size) {
-  std::u16string out;
+// The inverse of ToUtf8; a malformed sequence reads as U+FFFD. `out` is
+// cleared first, keeping its capacity for a walk that decodes many names.
+void FromUtf8(const unsigned char* p, size_t size, std::u16string& out) {
+  out.clear();
   out.reserve(size);
   for (size_t i = 0; i < size;) {
     const unsigned char b = p[i];
@@ -171,7 +176,6 @@ std::u16string FromUtf8(const unsigned char* p, size_t size) {
     }
     i += n;
   }
-  return out;
 }
 
 // A prepared statement of the connection, reset when the scope ends. Texts
@@ -215,8 +219,16 @@ class Stmt {
   int Step() { return stmt_ ? sqlite3_step(stmt_) : SQLITE_ERROR; }
   int64_t Int(int col) const { return sqlite3_column_int64(stmt_, col); }
   std::u16string Text(int col) const {
+    std::u16string out;
+    TextInto(col, out);
+    return out;
+  }
+  void TextInto(int col, std::u16string& out) const {
     const unsigned char* p = sqlite3_column_text(stmt_, col);
-    return p ? FromUtf8(p, static_cast<size_t>(sqlite3_column_bytes(stmt_, col))) : std::u16string();
+    if (p)
+      FromUtf8(p, static_cast<size_t>(sqlite3_column_bytes(stmt_, col)), out);
+    else
+      out.clear();
   }
   const uint8_t* Blob(int col, uint32_t* size) const {
     auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(stmt_, col));
@@ -535,6 +547,60 @@ uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capaci
   if (found.size() + 1 > capacity) return win32::kMoreData;
   if (name) *name = std::move(found);
   return win32::kSuccess;
+}
+
+uint32_t VisitValues(HKey key, uint32_t from, bool withData, const std::function<bool(const ValueEntry&)>& visit) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  // One statement walks the key in order; without data, length() does not
+  // read the bytes of a large value.
+  Stmt s(withData ? "SELECT name, type, length(data), data FROM vals WHERE key=? ORDER BY rowid LIMIT -1 OFFSET ?"
+                  : "SELECT name, type, length(data) FROM vals WHERE key=? ORDER BY rowid LIMIT -1 OFFSET ?");
+  s.Bind(1, h.id).Bind(2, from);
+  ValueEntry entry;
+  entry.index = from;
+  std::u16string name;
+  int rc = SQLITE_OK;
+  for (; (rc = s.Step()) == SQLITE_ROW; ++entry.index) {
+    s.TextInto(0, name);
+    entry.name = name;
+    entry.type = static_cast<uint32_t>(s.Int(1));
+    entry.size = static_cast<uint32_t>(s.Int(2));
+    if (withData) {
+      uint32_t length = 0;
+      const uint8_t* blob = s.Blob(3, &length);
+      entry.data = std::span<const uint8_t>(blob, blob ? length : 0);
+    }
+    if (!visit(entry)) return win32::kSuccess;
+  }
+  if (rc != SQLITE_DONE) return win32::kCantRead;
+  // A key deleted meanwhile has no values left: tell it from an empty key.
+  return entry.index == from && !KeyExists(h.id) ? win32::kKeyDeleted : win32::kSuccess;
+}
+
+uint32_t EnumKeys(HKey key, uint32_t from, std::vector<std::u16string>* names, uint32_t capacity) {
+  if (!names) return win32::kInvalidParameter;
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(key, &h)) return e;
+  if (!(h.access & kEnumerateSubKeys)) return win32::kAccessDenied;
+  // The (parent, fold) index gives the names in order: no sort.
+  Stmt s("SELECT name FROM keys WHERE parent=? ORDER BY fold LIMIT -1 OFFSET ?");
+  s.Bind(1, h.id).Bind(2, from);
+  bool any = false;
+  int rc = SQLITE_OK;
+  while ((rc = s.Step()) == SQLITE_ROW) {
+    any = true;
+    std::u16string name = s.Text(0);
+    if (name.size() + 1 > capacity) return win32::kMoreData;
+    names->push_back(std::move(name));
+  }
+  if (rc != SQLITE_DONE) return win32::kCantRead;
+  return !any && !KeyExists(h.id) ? win32::kKeyDeleted : win32::kSuccess;
 }
 
 uint32_t QueryInfoKey(HKey key, KeyInfo* info) {

@@ -2,6 +2,7 @@
 // INI engine's whole files from the root of the current drive.
 #include <windows.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -97,6 +98,54 @@ uint32_t EnumKey(HKey key, uint32_t index, std::u16string* name, uint32_t capaci
   const LONG rc = RegEnumKeyExW(ToHkey(key), index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr);
   if (rc == ERROR_SUCCESS && name) name->assign(buffer.data(), buffer.data() + length);
   return static_cast<uint32_t>(rc);
+}
+
+// Enumeration by index costs nothing extra here: the walks step through it.
+uint32_t VisitValues(HKey key, uint32_t from, bool withData, const std::function<bool(const ValueEntry&)>& visit) {
+  DWORD maxName = 0, maxData = 0;
+  RegQueryInfoKeyW(ToHkey(key), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &maxName, &maxData,
+                   nullptr, nullptr);
+  std::vector<wchar_t> name(std::max<DWORD>(maxName + 1, 256));
+  std::vector<uint8_t> data(withData ? std::max<DWORD>(maxData, 256) : 0);
+  std::u16string text;
+  for (DWORD index = from;; ++index) {
+    DWORD length = 0, type = 0, size = 0;
+    LONG rc = ERROR_MORE_DATA;
+    // A value or name that grew since the sizes were asked is asked again,
+    // with larger buffers, a few times.
+    for (int attempt = 0; rc == ERROR_MORE_DATA && attempt < 4; ++attempt) {
+      if (attempt) {
+        name.resize(32768);
+        if (withData && size > data.size()) data.resize(size);
+      }
+      length = static_cast<DWORD>(name.size());
+      size = static_cast<DWORD>(data.size());
+      rc = RegEnumValueW(ToHkey(key), index, name.data(), &length, nullptr, &type, withData ? data.data() : nullptr,
+                         &size);
+    }
+    if (rc == ERROR_NO_MORE_ITEMS) return win32::kSuccess;
+    if (rc != ERROR_SUCCESS) return static_cast<uint32_t>(rc);
+    text.assign(name.data(), name.data() + length);
+    ValueEntry entry;
+    entry.index = index;
+    entry.name = text;
+    entry.type = type;
+    entry.size = size;
+    if (withData) entry.data = std::span<const uint8_t>(data.data(), size);
+    if (!visit(entry)) return win32::kSuccess;
+  }
+}
+
+uint32_t EnumKeys(HKey key, uint32_t from, std::vector<std::u16string>* names, uint32_t capacity) {
+  if (!names) return win32::kInvalidParameter;
+  std::vector<wchar_t> buffer(capacity ? capacity : 1);
+  for (DWORD index = from;; ++index) {
+    DWORD length = capacity;
+    const LONG rc = RegEnumKeyExW(ToHkey(key), index, buffer.data(), &length, nullptr, nullptr, nullptr, nullptr);
+    if (rc == ERROR_NO_MORE_ITEMS) return win32::kSuccess;
+    if (rc != ERROR_SUCCESS) return static_cast<uint32_t>(rc);
+    names->emplace_back(buffer.data(), buffer.data() + length);
+  }
 }
 
 uint32_t QueryInfoKey(HKey key, KeyInfo* info) {
