@@ -203,8 +203,8 @@ bool IsRunning(ExecContext* context, int32_t processId) {
 }
 
 bool Terminate(ExecContext* context, int32_t processId) {
-  const proc::ProcessHandle process = proc::OpenProcess(proc::kProcessTerminate | proc::kProcessQueryInformation,
-                                                        static_cast<uint32_t>(processId));
+  const proc::ProcessHandle process =
+      proc::OpenProcess(proc::kProcessTerminate | proc::kProcessQueryInformation, static_cast<uint32_t>(processId));
   if (process == proc::kNoProcess) {
     RaiseSystem(context, kErrProcessCannotOpen, platform::LastError());
     return false;
@@ -283,8 +283,8 @@ std::u16string ListModules(ExecContext* context, int32_t processId, bool byEnume
     out += line;
   };
   if (byEnumeration) {
-    const proc::ProcessHandle process = proc::OpenProcess(
-        proc::kProcessQueryInformation | proc::kProcessVmRead, static_cast<uint32_t>(processId));
+    const proc::ProcessHandle process =
+        proc::OpenProcess(proc::kProcessQueryInformation | proc::kProcessVmRead, static_cast<uint32_t>(processId));
     if (process == proc::kNoProcess) {
       RaiseSystem(context, kErrProcessCannotOpen, platform::LastError());
       return {};

@@ -7,6 +7,7 @@
 
 #include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -74,8 +75,7 @@ class ProcessTest : public test::FilesTest {
  protected:
   void SetUp() override {
     FilesTest::SetUp();
-    tag_ = "kpp" + std::to_string(getpid()) + "_" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    tag_ = "kpp" + std::to_string(getpid()) + "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name();
   }
   void TearDown() override {
     // Nothing a test started outlives it: end what is left, through handles
@@ -212,16 +212,15 @@ TEST_F(ProcessTest, WaitModes) {
 TEST_F(ProcessTest, ArgumentsReachTheProgramAsTheRuntimeSplitsThem) {
   const std::u16string helper = Helper("Program Files/" + tag_ + " dir/echo helper");
   const std::string out = dir_ + "/echo out.txt";
-  const std::u16string line =
-      u"\"" + helper + u"\" echo \"" + U(out) + u"\" a \"b c\" d\\\"e \"\" f\\\\\"g h\"";
+  const std::u16string line = u"\"" + helper + u"\" echo \"" + U(out) + u"\" a \"b c\" d\\\"e \"\" f\\\\\"g h\"";
   EXPECT_EQ(test::WithinSeconds(10, "echo", [&] { return system::Run(ctx_, line, exeActive, exeReturnValue); }), 0)
       << Utf8(ctx_.message());
   std::ifstream in(out);
   ASSERT_TRUE(in.is_open());
   std::vector<std::string> got;
   for (std::string l; std::getline(in, l);) got.push_back(l);
-  const std::vector<std::string> expected = {Host("Program Files/" + tag_ + " dir/echo helper"), "a", "b c",
-                                             "d\"e", "", "f\\g h"};
+  const std::vector<std::string> expected = {
+      Host("Program Files/" + tag_ + " dir/echo helper"), "a", "b c", "d\"e", "", "f\\g h"};
   EXPECT_EQ(got, expected);
 }
 
@@ -282,6 +281,29 @@ TEST_F(ProcessTest, EndingByIdentifier) {
   proc::CloseProcess(h);
 }
 
+TEST_F(ProcessTest, AForkedCopyStartsWithoutTheParentsChildren) {
+  const std::u16string helper = Helper("bin/" + tag_);
+  const int pid = Start(helper + u" sleep 30");  // the reaper thread runs now
+  ASSERT_GT(pid, 0);
+  const int exitCode = test::WithinSeconds(10, "fork", [&] {
+    const pid_t copy = fork();
+    if (copy == 0) {
+      // Not our child here: the parent's process is only a stranger, and
+      // leaving runs the registry's clean-up without the parent's thread.
+      const proc::ProcessHandle h = proc::OpenProcess(proc::kProcessQueryInformation, pid);
+      uint32_t code = 0;
+      const bool read = h && proc::GetExitCodeProcess(h, &code);
+      proc::CloseProcess(h);
+      std::exit(read && code == proc::kStillActive ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(copy, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  });
+  EXPECT_EQ(exitCode, 0);
+  EXPECT_TRUE(IsRunning(ctx_, pid)) << "the parent's child is still its own";
+}
+
 TEST_F(ProcessTest, IdentifiersOutsideWhatTheCallerStarted) {
   // 0 and -1 name no process: not running, without an error; ending them
   // cannot open them.
@@ -307,8 +329,8 @@ TEST_F(ProcessTest, ProcessListAgainstProc) {
   const std::u16string helper = Helper("Program Files/" + tag_ + "/lister");
   const int pid = Start(u"\"" + helper + u"\" sleep 30");
   ASSERT_GT(pid, 0);
-  const std::u16string list = ListProcesses(ctx_, std::vector<int32_t>{exePID, exeParentPID, exeShortName,
-                                                                       exeLongName, exeMemory, exeMaxMemory});
+  const std::u16string list = ListProcesses(
+      ctx_, std::vector<int32_t>{exePID, exeParentPID, exeShortName, exeLongName, exeMemory, exeMaxMemory});
   ASSERT_FALSE(ctx_.hasError());
   EXPECT_EQ(list.find(u"\r\n\r\n"), std::u16string::npos);
   EXPECT_NE(list.substr(list.size() - 1), u"\n") << "no separator after the last line";
@@ -419,11 +441,22 @@ TEST(ProcessIds, OwnIdentifiers) {
 }
 
 TEST(ShellCodes, EachCodeItsError) {
-  const std::pair<uint32_t, int32_t> table[] = {
-      {0, 0},       {1, 0},       {2, kErrShellFileNotFound}, {3, kErrShellFileNotFound},
-      {4, 0},       {5, kErrShellAccessDenied},  {8, kErrShellOutOfMemory}, {11, kErrShellBadFormat},
-      {26, kErrProcessQuery}, {27, kErrShellNoAssociation}, {31, kErrShellNoAssociation},
-      {28, kErrShellDde}, {29, kErrShellDde}, {30, kErrShellDde}, {32, kErrShellFileNotFound}, {12, 0}};
+  const std::pair<uint32_t, int32_t> table[] = {{0, 0},
+                                                {1, 0},
+                                                {2, kErrShellFileNotFound},
+                                                {3, kErrShellFileNotFound},
+                                                {4, 0},
+                                                {5, kErrShellAccessDenied},
+                                                {8, kErrShellOutOfMemory},
+                                                {11, kErrShellBadFormat},
+                                                {26, kErrProcessQuery},
+                                                {27, kErrShellNoAssociation},
+                                                {31, kErrShellNoAssociation},
+                                                {28, kErrShellDde},
+                                                {29, kErrShellDde},
+                                                {30, kErrShellDde},
+                                                {32, kErrShellFileNotFound},
+                                                {12, 0}};
   for (const auto& [code, error] : table) EXPECT_EQ(ShellErrorOf(code), error) << code;
 }
 
@@ -446,9 +479,8 @@ TEST_F(ProcessTest, ShellExecution) {
 
 TEST_F(ProcessTest, HostProgramsWithTheNativeRoot) {
   setenv("KP_NATIVE_ROOT", "1", 1);
-  EXPECT_EQ(test::WithinSeconds(10, "sh", [&] {
-              return system::Run(ctx_, u"/bin/sh -c \"exit 3\"", exeActive, exeReturnValue);
-            }),
+  EXPECT_EQ(test::WithinSeconds(10, "sh",
+                                [&] { return system::Run(ctx_, u"/bin/sh -c \"exit 3\"", exeActive, exeReturnValue); }),
             3);
   EXPECT_FALSE(ctx_.hasError()) << Utf8(ctx_.message());
 }

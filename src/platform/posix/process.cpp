@@ -17,11 +17,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/eventfd.h>
-#include <sys/syscall.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -57,7 +58,9 @@ constexpr uint32_t kSignalExitBase = 128;
 // Straight system calls: the C library's wrappers are not declared for C++
 // on every system that has the calls.
 int PidfdOpen(pid_t pid) { return static_cast<int>(syscall(SYS_pidfd_open, pid, 0)); }
-int PidfdSignal(int pidfd, int signal) { return static_cast<int>(syscall(SYS_pidfd_send_signal, pidfd, signal, nullptr, 0)); }
+int PidfdSignal(int pidfd, int signal) {
+  return static_cast<int>(syscall(SYS_pidfd_send_signal, pidfd, signal, nullptr, 0));
+}
 
 bool Fail(uint32_t code) {
   SetLastError(code);
@@ -88,6 +91,14 @@ uint32_t CodeOfStatus(int siCode, int status) {
 
 class Children {
  public:
+  // A process forked from this one (without exec) must not believe it has
+  // the parent's children or its reaper thread: the registry starts empty
+  // there, and the lock is never copied while held.
+  Children() {
+    instance_ = this;
+    pthread_atfork([] { instance_->mutex_.lock(); }, [] { instance_->mutex_.unlock(); },
+                   [] { instance_->AfterForkInChild(); });
+  }
   ~Children() {
     std::thread reaper;
     {
@@ -197,6 +208,18 @@ class Children {
     }
   }
 
+  void AfterForkInChild() {
+    for (auto& c : live_) CloseFd(c->pidfd);
+    live_.clear();
+    ended_.clear();
+    // The thread does not exist here; its object is left behind, never joined.
+    if (reaper_.joinable()) new std::thread(std::move(reaper_));
+    CloseFd(wake_);
+    stopping_ = false;
+    mutex_.unlock();
+  }
+
+  static inline Children* instance_ = nullptr;
   std::mutex mutex_;
   std::vector<std::shared_ptr<Child>> live_;
   std::deque<std::shared_ptr<Child>> ended_;
@@ -382,8 +405,8 @@ bool Spawn(const std::string& host, const std::vector<std::u16string>& arguments
   return true;
 }
 
-bool StartChild(const std::string& host, const std::vector<std::u16string>& arguments,
-                const std::string& directory, Started* started) {
+bool StartChild(const std::string& host, const std::vector<std::u16string>& arguments, const std::string& directory,
+                Started* started) {
   pid_t pid = 0;
   if (!Spawn(host, arguments, directory, &pid)) return false;
   auto child = std::make_shared<Child>();
@@ -537,8 +560,7 @@ bool TerminateProcess(ProcessHandle process, uint32_t exitCode) {
   if (h->pid == getpid() || h->pid <= 1) return Fail(win32::kAccessDenied);
   if (h->pidfd < 0) return Fail(win32::kAccessDenied);  // ended already, as Windows answers
   if (h->child) Registry().MarkTerminated(h->child, exitCode);
-  if (PidfdSignal(h->pidfd, SIGKILL) != 0)
-    return Fail(errno == ESRCH ? win32::kAccessDenied : Win32FromErrno(errno));
+  if (PidfdSignal(h->pidfd, SIGKILL) != 0) return Fail(errno == ESRCH ? win32::kAccessDenied : Win32FromErrno(errno));
   return true;
 }
 

@@ -8,6 +8,7 @@
 // system is of the NT family. Every library loaded here is released before
 // the call returns.
 #include <windows.h>
+
 #include <shellapi.h>
 #include <tlhelp32.h>
 // The seam's names, not the API's character-set macros.
@@ -38,7 +39,9 @@ const wchar_t* W(std::u16string_view s, std::wstring* keep) {
   keep->assign(s.begin(), s.end());
   return keep->c_str();
 }
-std::u16string U(const wchar_t* s) { return s ? std::u16string(reinterpret_cast<const char16_t*>(s)) : std::u16string(); }
+std::u16string U(const wchar_t* s) {
+  return s ? std::u16string(reinterpret_cast<const char16_t*>(s)) : std::u16string();
+}
 
 bool EndsWithExe(const std::u16string& path) {
   if (path.size() < 4) return false;
@@ -139,8 +142,8 @@ HANDLE H(ProcessHandle p) { return reinterpret_cast<HANDLE>(p); }
 
 }  // namespace
 
-bool CreateProcess(std::u16string_view program, std::u16string_view commandLine,
-                   const std::vector<std::u16string>&, Started* started) {
+bool CreateProcess(std::u16string_view program, std::u16string_view commandLine, const std::vector<std::u16string>&,
+                   Started* started) {
   // The desktop reads the program's own name as the first word of the
   // command line (a device does not): it is put there, quoted.
   std::wstring app, line = L"\"";
@@ -205,7 +208,8 @@ bool EnumProcessModules(ProcessHandle process, std::vector<std::u16string>* path
   if (!psapi) return false;
   using EnumFn = BOOL(WINAPI*)(HANDLE, HMODULE*, DWORD, DWORD*);
   using NameFn = DWORD(WINAPI*)(HANDLE, HMODULE, wchar_t*, DWORD);
-  const auto enumerate = reinterpret_cast<EnumFn>(reinterpret_cast<void*>(::GetProcAddress(psapi, "EnumProcessModules")));
+  const auto enumerate =
+      reinterpret_cast<EnumFn>(reinterpret_cast<void*>(::GetProcAddress(psapi, "EnumProcessModules")));
   const auto name = reinterpret_cast<NameFn>(reinterpret_cast<void*>(::GetProcAddress(psapi, "GetModuleFileNameExW")));
   bool ok = false;
   if (enumerate && name) {
