@@ -298,6 +298,8 @@ std::u16string ListModules(ExecContext* context, int32_t processId, bool byEnume
   }
   std::vector<proc::ModuleEntry> modules;
   if (!proc::ModuleSnapshot(static_cast<uint32_t>(processId), &modules)) return {};
+  // The executable is the first module; where executables carry no ".EXE"
+  // (POSIX) it is left out by its place.
   for (const auto& m : modules)
     if (!SameFolded(SplitName(m.name).extension, u".EXE") && m.path != modules.front().path) add(m.name);
   return out;

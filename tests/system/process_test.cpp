@@ -294,7 +294,12 @@ TEST_F(ProcessTest, AForkedCopyStartsWithoutTheParentsChildren) {
       uint32_t code = 0;
       const bool read = h && proc::GetExitCodeProcess(h, &code);
       proc::CloseProcess(h);
-      std::exit(read && code == proc::kStillActive ? 0 : 1);
+      const int status = read && code == proc::kStillActive ? 0 : 1;
+#if defined(__SANITIZE_ADDRESS__)
+      _exit(status);  // the leak check would count the test's own objects, copied into this process
+#else
+      std::exit(status);
+#endif
     }
     int status = 0;
     waitpid(copy, &status, 0);
@@ -349,7 +354,9 @@ TEST_F(ProcessTest, ProcessListAgainstProc) {
     std::string state;
     int parent = 0;
     rest >> state >> parent;
-    EXPECT_EQ(std::stoi(c[1]), parent) << line;
+    // A process whose parent ended since the list was taken has a new one.
+    const int listedParent = std::stoi(c[1]);
+    EXPECT_TRUE(listedParent == parent || !Alive(listedParent)) << line << " has parent " << parent;
     if (id == pid) {
       seenChild = true;
       EXPECT_EQ(c[1], std::to_string(getpid()));
