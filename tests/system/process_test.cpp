@@ -6,6 +6,7 @@
 #include "system/process.h"
 
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -307,6 +308,34 @@ TEST_F(ProcessTest, AForkedCopyStartsWithoutTheParentsChildren) {
   });
   EXPECT_EQ(exitCode, 0);
   EXPECT_TRUE(IsRunning(ctx_, pid)) << "the parent's child is still its own";
+}
+
+// With no descriptor left, /proc cannot be read: every caller of the
+// snapshot reports 80100 with its failure value. Run in a forked copy, whose
+// descriptor limit is lowered to the descriptors it has.
+TEST_F(ProcessTest, SnapshotFailureInEveryCaller) {
+  const int failures = test::WithinSeconds(10, "no descriptors", [&] {
+    const pid_t copy = fork();
+    if (copy == 0) {
+      const int next = dup(0);
+      close(next);
+      const rlimit limit{static_cast<rlim_t>(next), static_cast<rlim_t>(next)};
+      int wrong = setrlimit(RLIMIT_NOFILE, &limit) == 0 ? 0 : 64;
+      test::FakeContext ctx;
+      wrong += CountRunning(ctx, u"anything") != -1 || ctx.errorId() != kErrProcessListUnavailable;
+      ctx.clearError();
+      wrong += (Terminate(ctx, u"anything") || ctx.errorId() != kErrProcessListUnavailable) << 1;
+      ctx.clearError();
+      wrong += (ListProcesses(ctx, {}) != u"" || ctx.errorId() != kErrProcessListUnavailable) << 2;
+      ctx.clearError();
+      wrong += (ListModules(ctx, getpid(), false) != u"" || ctx.hasError()) << 3;
+      _exit(wrong);
+    }
+    int status = 0;
+    waitpid(copy, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  });
+  EXPECT_EQ(failures, 0) << "bits: 1 count, 2 end, 4 list, 8 modules, 64 setrlimit";
 }
 
 TEST_F(ProcessTest, IdentifiersOutsideWhatTheCallerStarted) {
