@@ -359,6 +359,34 @@ TEST_F(ProcessTest, IdentifiersOutsideWhatTheCallerStarted) {
   }
 }
 
+// As a caller without privilege (a forked copy that became "nobody"): the
+// processes of another user run, cannot be ended (80101 with 5) and, their
+// executables unreadable, are not listed.
+TEST_F(ProcessTest, AnotherUsersProcesses) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+  const int wrong = test::WithinSeconds(10, "another user", [&] {
+    const pid_t copy = fork();
+    if (copy == 0) {
+      const int owner = getppid();
+      if (setgid(65534) != 0 || setuid(65534) != 0) _exit(64);
+      test::FakeContext ctx;
+      int bits = 0;
+      bits |= !IsRunning(ctx, owner) || ctx.hasError();
+      bits |= (Terminate(ctx, owner) || ctx.errorId() != kErrProcessCannotOpen || ctx.systemError() != 5) << 1;
+      ctx.clearError();
+      bits |= (Terminate(ctx, 1) || ctx.errorId() != kErrProcessCannotOpen || ctx.systemError() != 5) << 2;
+      const std::u16string ids = u"\r\n" + ListProcesses(ctx, std::vector<int32_t>{exePID}) + u"\r\n";
+      bits |= (ids.find(u"\r\n" + U(std::to_string(owner)) + u"\r\n") != std::u16string::npos) << 3;
+      bits |= (ids.find(u"\r\n" + U(std::to_string(getpid())) + u"\r\n") == std::u16string::npos) << 4;
+      _exit(bits);
+    }
+    int status = 0;
+    waitpid(copy, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  });
+  EXPECT_EQ(wrong, 0) << "bits: 1 running, 2 end owner, 4 end 1, 8 owner listed, 16 self not listed, 64 setuid";
+}
+
 TEST_F(ProcessTest, ProcessListAgainstProc) {
   const std::u16string helper = Helper("Program Files/" + tag_ + "/lister");
   const int pid = Start(u"\"" + helper + u"\" sleep 30");
