@@ -34,6 +34,7 @@ constexpr uint32_t kDirNotEmpty = 145;
 constexpr uint32_t kBadPathname = 161;
 constexpr uint32_t kLockFailed = 167;
 constexpr uint32_t kAlreadyExists = 183;
+constexpr uint32_t kBadExeFormat = 193;
 constexpr uint32_t kEnvVarNotFound = 203;
 constexpr uint32_t kFilenameExcedRange = 206;
 constexpr uint32_t kFileTooLarge = 223;

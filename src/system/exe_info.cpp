@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "platform/filesystem.h"
+#include "platform/process.h"
 #include "system/executable.h"
 
 namespace kp::system {
@@ -97,12 +98,11 @@ std::u16string DirectoryOf(std::u16string_view path) {
   return {};
 }
 
-std::u16string ExeInfo(ExecContext*, std::u16string_view keyword, std::optional<std::u16string_view> file,
-                       std::u16string_view ownModule) {
-  const std::u16string_view path = file ? *file : ownModule;
+std::u16string ExeInfo(ExecContext*, std::u16string_view keyword, std::optional<std::u16string_view> file) {
+  const std::u16string path = file ? std::u16string(*file) : platform::proc::OwnModuleFile();
   if (path.size() > kMaxPath) return {};
   const int id = ExeInfoKeyword(keyword);
-  if (id == kName) return std::u16string(path);
+  if (id == kName) return path;
   if (id == kDirectory) return DirectoryOf(path);
   if (path.empty()) return {};
 

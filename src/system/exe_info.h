@@ -15,10 +15,9 @@ namespace kp::system {
 // `keyword` is one of the eight keywords in either language (compared after
 // "é" becomes "E" and the whole is upper-cased), or else the name of a string
 // of the version resource. `file` is a device path (at most 260 characters);
-// `ownModule` is used when it is omitted. Every failure gives the empty text,
-// without an error.
-std::u16string ExeInfo(ExecContext* context, std::u16string_view keyword, std::optional<std::u16string_view> file,
-                       std::u16string_view ownModule = {});
+// the running program's own file when it is omitted. Every failure gives the
+// empty text, without an error.
+std::u16string ExeInfo(ExecContext* context, std::u16string_view keyword, std::optional<std::u16string_view> file);
 
 // The keyword's row (1 to 8), or 0 when it names none.
 int ExeInfoKeyword(std::u16string_view keyword);

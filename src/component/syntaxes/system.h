@@ -7,8 +7,16 @@
 
 #include "component/frame.h"
 #include "system/exe_info.h"
+#include "system/process.h"
 
 namespace kp::syn {
+
+namespace procsyn {
+using system::ListProcesses;
+inline std::u16string Columns(ExecContext* c, std::initializer_list<int32_t> columns) {
+  return ListProcesses(c, std::span<const int32_t>(columns.begin(), columns.size()));
+}
+}  // namespace procsyn
 
 // VersPressePapier/ToClipboard
 inline constexpr KLSyntax kToClipboard[] = {
@@ -23,7 +31,8 @@ inline constexpr KLSyntax kClipboard[] = {
 
 // ExeInfo/ExeInfo
 inline constexpr KLSyntax kExeInfo[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view keyword) { return system::ExeInfo(c, keyword, std::nullopt); },
+           KL_T_TEXT, KL_T_TEXT_CELL>(),
     Syntax<[](ExecContext* c, std::u16string_view keyword, std::u16string_view file) {
       return system::ExeInfo(c, keyword, file);
     }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
@@ -52,9 +61,9 @@ inline constexpr KLSyntax kSysInstance[] = {
 
 // ExeLancé/ExeRunning
 inline constexpr KLSyntax kExeRunning[] = {
-    Unavailable<KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return system::CountRunning(c); }, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view n) { return system::CountRunning(c, n); }, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<system::IsRunning, KL_T_BOOL, KL_T_INT>()};
 
 // SysFenTitre/SysWinTitle
 // signature chosen here: (window) reads the title, (window, title) sets it
@@ -77,8 +86,8 @@ inline constexpr KLSyntax kSysDir[] = {
 
 // ExeTermine/ExeTerminate
 inline constexpr KLSyntax kExeTerminate[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return system::Terminate(c, n); }, KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, int32_t id) { return system::Terminate(c, id); }, KL_T_BOOL, KL_T_INT>()};
 
 // ToucheEnfoncé/KeyPress
 inline constexpr KLSyntax kKeyPress[] = {
@@ -141,8 +150,9 @@ inline constexpr KLSyntax kIconInstall[] = {
 
 // LanceAppliAssociée/ShellExecute
 inline constexpr KLSyntax kShellExecute[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view f) { return system::ShellExecute(c, f, {}); }, KL_T_BOOL,
+           KL_T_TEXT_DIRECT>(),
+    Syntax<system::ShellExecute, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
 
 // ZigouigouiARoulette/ZigouigouiARoulette
 // signature chosen here: () with a text result
@@ -171,25 +181,40 @@ inline constexpr KLSyntax kSendKey[] = {
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // DDELance/DDEStart
-// signature chosen here: the same seven forms as LanceAppli
+// signature chosen here: the same seven forms as LanceAppli; without a
+// conversation mechanism here, it starts the program as LanceAppli does
 inline constexpr KLSyntax kDDEStart[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    // the trailing text is accepted and ignored on this platform
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w, int32_t m, std::u16string_view) {
+      return system::Run(c, l, w, m);
+    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // LanceAppli/ExeRun
 inline constexpr KLSyntax kExeRun[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
+           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    // the trailing text is accepted and ignored on this platform
+    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w, int32_t m, std::u16string_view) {
+      return system::Run(c, l, w, m);
+    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // SysIconeAjoute/SysIconAdd
 // signature chosen here: (icon[, tooltip[, up to five procedure names]])
@@ -245,18 +270,26 @@ inline constexpr KLSyntax kDeleteShortCut[] = {
 
 // ExeListeProcessus/ExeListProcess
 inline constexpr KLSyntax kExeListProcess[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return procsyn::Columns(c, {}); }, KL_T_TEXT>(),
+    Syntax<[](ExecContext* c, int32_t a) { return procsyn::Columns(c, {a}); }, KL_T_TEXT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t a, int32_t b) { return procsyn::Columns(c, {a, b}); }, KL_T_TEXT, KL_T_INT,
+           KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t a, int32_t b, int32_t d) { return procsyn::Columns(c, {a, b, d}); }, KL_T_TEXT,
+           KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t a, int32_t b, int32_t d, int32_t e) { return procsyn::Columns(c, {a, b, d, e}); },
+           KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t a, int32_t b, int32_t d, int32_t e, int32_t f) {
+      return procsyn::Columns(c, {a, b, d, e, f});
+    }, KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    // the sixth column is taken and ignored, on purpose
+    Syntax<[](ExecContext* c, int32_t a, int32_t b, int32_t d, int32_t e, int32_t f, int32_t) {
+      return procsyn::Columns(c, {a, b, d, e, f});
+    }, KL_T_TEXT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // ExeListeDLL/ExeListDLL
 inline constexpr KLSyntax kExeListDLL[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return system::ListModules(c); }, KL_T_TEXT>(),
+    Syntax<[](ExecContext* c, int32_t id) { return system::ListModules(c, id); }, KL_T_TEXT, KL_T_INT>()};
 
 // PiloteSaisie/EmulateInput
 // signature chosen here: (keys[, modifier keys])
@@ -313,8 +346,8 @@ inline constexpr KLSyntax kSysNumberScreen[] = {
 
 // ExeDonnePID/ExeGetPID
 inline constexpr KLSyntax kExeGetPID[] = {
-    Unavailable<KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return system::GetPID(c, system::exePID); }, KL_T_INT>(),
+    Syntax<system::GetPID, KL_T_INT, KL_T_INT>()};
 
 // PressePapierUnicode/ClipboardUnicode
 inline constexpr KLSyntax kClipboardUnicode[] = {

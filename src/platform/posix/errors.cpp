@@ -64,6 +64,7 @@ constexpr ErrorText kTexts[] = {
     {win32::kLockFailed, u"Impossible de verrouiller une zone d'un fichier.", u"Unable to lock a region of a file."},
     {win32::kAlreadyExists, u"Impossible de créer un fichier déjà existant.",
      u"Cannot create a file when that file already exists."},
+    {win32::kBadExeFormat, u"Ce fichier n'est pas une application valide.", u"This file is not a valid application."},
     {win32::kEnvVarNotFound, u"Le système n'a pas trouvé l'option d'environnement spécifiée.",
      u"The system could not find the environment option that was entered."},
     {win32::kFilenameExcedRange, u"Le nom du fichier ou l'extension est trop long.",
@@ -137,7 +138,10 @@ uint32_t Win32FromErrno(int error) {
     case ENFILE: return win32::kTooManyOpenFiles;
     case EBADF: return win32::kInvalidHandle;
     case EINVAL:
-    case ESPIPE: return win32::kInvalidParameter;
+    case ESPIPE:
+    case ESRCH:  // no such process: OpenProcess's answer for an identifier nobody has
+    case E2BIG: return win32::kInvalidParameter;
+    case ENOEXEC: return win32::kBadExeFormat;
     case EBUSY:
     case ETXTBSY: return win32::kSharingViolation;
     case EAGAIN: return win32::kLockViolation;
