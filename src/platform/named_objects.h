@@ -90,6 +90,9 @@ uint32_t WaitForObject(Handle object, uint32_t timeoutMs);
 uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t timeoutMs);
 bool CloseHandle(Handle object);
 
+// The calling process's identifier, as the names of per-process objects use it.
+uint32_t CurrentProcessId();
+
 #ifndef _WIN32
 // The start of every POSIX shared-memory name that the objects of the
 // current device prefix use (without the leading "/"), so that a test can

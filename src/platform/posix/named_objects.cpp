@@ -935,6 +935,8 @@ bool CloseHandle(Handle object) {
   return true;
 }
 
+uint32_t CurrentProcessId() { return static_cast<uint32_t>(getpid()); }
+
 std::string SharedMemoryStem() {
   Local& me = Me();
   std::lock_guard guard(me.mutex);

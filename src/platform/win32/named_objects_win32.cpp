@@ -155,4 +155,6 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
 
 bool CloseHandle(Handle object) { return Result(::CloseHandle(In(object))); }
 
+uint32_t CurrentProcessId() { return ::GetCurrentProcessId(); }
+
 }  // namespace kp::platform::named
