@@ -10,6 +10,7 @@
 #include "abi/error.h"
 #include "abi/messages.h"
 #include "files/path_rule.h"
+#include "files/shared_memory.h"
 #include "platform/codepage.h"
 #include "platform/filesystem.h"
 #include "platform/platform.h"
@@ -33,6 +34,12 @@ HandleEntry* Valid(ExecContext* context, int32_t handle) {
   HandleEntry* entry = Handles().Get(handle);
   if (!entry) Raise(context, 80022, {handle});
   return entry;
+}
+
+// A shared-memory block's entry: its file functions live in shared_memory.cpp.
+HandleEntry* Block(int32_t handle) {
+  HandleEntry* entry = Handles().Get(handle);
+  return entry && entry->kind == HandleEntry::kOther ? entry : nullptr;
 }
 
 project::IXStream* DiskStream(HandleEntry* entry) {
@@ -296,6 +303,7 @@ bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line,
 }
 
 std::u16string ReadLine(ExecContext* context, int32_t handle) {
+  if (HandleEntry* block = Block(handle)) return MemReadLine(context, *block);
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return {};
@@ -348,6 +356,7 @@ bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view patt
 }
 
 Value Read(ExecContext* context, int32_t handle, int32_t count) {
+  if (HandleEntry* block = Block(handle)) return MemRead(context, *block, count);
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
   // Failures answer the empty text; only a read that found nothing gives an empty buffer.
@@ -377,6 +386,7 @@ int32_t ReadToAddress(ExecContext* context, int32_t handle, int32_t count, uintp
     Raise(context, 81812);
     return 0;
   }
+  if (HandleEntry* block = Block(handle)) return MemReadTo(context, *block, memory, count);
   project::IXStream* stream = DiskStream(Valid(context, handle));
   if (!stream) return 0;
   uint32_t got = 0;
@@ -388,6 +398,7 @@ int32_t ReadToAddress(ExecContext* context, int32_t handle, int32_t count, uintp
 }
 
 bool WriteLine(ExecContext* context, int32_t handle, std::u16string_view text) {
+  if (HandleEntry* block = Block(handle)) return MemWriteLine(context, *block, text);
   HandleEntry* entry = Valid(context, handle);
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return false;
@@ -399,13 +410,15 @@ bool WriteLine(ExecContext* context, int32_t handle, std::u16string_view text) {
 }
 
 bool WriteLineFromAddress(ExecContext* context, int32_t handle, uintptr_t address, int32_t count) {
-  project::IXStream* stream = DiskStream(Valid(context, handle));
-  if (!stream) return false;
+  HandleEntry* block = Block(handle);
+  project::IXStream* stream = block ? nullptr : DiskStream(Valid(context, handle));
+  if (!stream && !block) return false;
   const void* memory = reinterpret_cast<const void*>(address);
   if (count > 0 && !fs::MemoryReadable(memory, static_cast<size_t>(count))) {
     Raise(context, 81812);
     return true;
   }
+  if (block) return MemWriteLineFrom(context, *block, memory, count);
   // Kept on purpose: this form always ends with a UTF-16 line end, and a
   // failed write is recorded but still answers true.
   if (count > 0) Put(context, *stream, memory, static_cast<size_t>(count));
@@ -414,10 +427,12 @@ bool WriteLineFromAddress(ExecContext* context, int32_t handle, uintptr_t addres
 }
 
 int32_t Write(ExecContext* context, int32_t handle, std::span<const uint8_t> bytes, int32_t count) {
-  project::IXStream* stream = DiskStream(Valid(context, handle));
-  if (!stream) return -1;
+  HandleEntry* block = Block(handle);
+  project::IXStream* stream = block ? nullptr : DiskStream(Valid(context, handle));
+  if (!stream && !block) return -1;
   size_t size = bytes.size();
   if (count != -1) size = count < 0 ? 0 : std::min(size, static_cast<size_t>(count));
+  if (block) return MemWrite(context, *block, bytes.data(), size);
   uint32_t done = 0;
   if (size > 0 && !stream->Write(bytes.data(), static_cast<uint32_t>(size), &done)) {
     RecordSystemError(context, stream->LastSystemError());
@@ -432,6 +447,7 @@ int32_t WriteFromAddress(ExecContext* context, int32_t handle, uintptr_t address
     Raise(context, 81812);
     return -1;
   }
+  if (HandleEntry* block = Block(handle)) return MemWrite(context, *block, memory, static_cast<size_t>(count));
   project::IXStream* stream = DiskStream(Valid(context, handle));
   if (!stream) return -1;
   uint32_t done = 0;
@@ -443,12 +459,14 @@ int32_t WriteFromAddress(ExecContext* context, int32_t handle, uintptr_t address
 }
 
 int64_t Seek(ExecContext* context, int32_t handle, int64_t position, int32_t origin) {
-  project::IXStream* stream = DiskStream(Valid(context, handle));
-  if (!stream) return -1;
+  HandleEntry* block = Block(handle);
+  project::IXStream* stream = block ? nullptr : DiskStream(Valid(context, handle));
+  if (!stream && !block) return -1;
   if (origin < 0 || origin > 2) {
     Raise(context, 80023, {origin});
     return -1;
   }
+  if (block) return MemSeek(context, *block, position, origin);
   if (!stream->Seek(position, static_cast<uint32_t>(origin))) {
     RecordSystemError(context, stream->LastSystemError());
     return -1;
@@ -480,6 +498,7 @@ bool ChangeSize(ExecContext* context, int32_t handle, int64_t size) {
 }
 
 int64_t SizeOfHandle(ExecContext* context, int32_t handle) {
+  if (HandleEntry* block = Block(handle)) return MemSize(context, *block);
   project::IXStream* stream = DiskStream(Valid(context, handle));
   if (!stream) return -1;
   const int64_t size = stream->Size();

@@ -8,6 +8,7 @@
 #include "component/frame.h"
 #include "files/file_io.h"
 #include "files/paths.h"
+#include "files/shared_memory.h"
 #include "files/text.h"
 
 namespace kp::syn {
@@ -445,20 +446,27 @@ inline constexpr KLSyntax kfNameOfFile[] = {
 
 // fMemAttend/fMemWait
 inline constexpr KLSyntax kfMemWait[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, int32_t h) { return files::MemWait(c, h, 0); }, KL_T_BOOL, KL_T_INT>(),
+    Syntax<files::MemWait, KL_T_BOOL, KL_T_INT, KL_T_INT>()};
 
 // fMemOuvre/fMemOpen
 inline constexpr KLSyntax kfMemOpen[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view n, int32_t s) {
+      return files::MemOpen(c, n, s, files::kMemScopeLocal, files::foReadWrite, {});
+    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view n, int32_t s, int32_t scope) {
+      return files::MemOpen(c, n, s, scope, files::foReadWrite, {});
+    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, std::u16string_view n, int32_t s, int32_t scope, int32_t m) {
+      return files::MemOpen(c, n, s, scope, m, {});
+    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT>(),
+    Syntax<files::MemOpen, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // fMemExiste/fMemExist
 inline constexpr KLSyntax kfMemExist[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view n) { return files::MemExist(c, n, files::kMemScopeLocal); },
+           KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<files::MemExist, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // fRepParent/fParentDir
 inline constexpr KLSyntax kfParentDir[] = {

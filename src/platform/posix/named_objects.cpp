@@ -1,0 +1,948 @@
+// kp160std — named kernel objects on POSIX.
+//
+// The objects of one device prefix live in one object table, a POSIX
+// shared-memory object named from a hash of the prefix's directory, that
+// every process of the prefix maps. A robust process-shared mutex guards it
+// (a process killed while holding it cannot block the others). Each object
+// records which processes hold it and how many handles and views each
+// holds, by pid and process start time (so that a reused pid is not taken
+// for the dead holder). Holders that died are reclaimed whenever a process
+// opens or creates an object, and while a wait is blocked on a mutex: their
+// references go, an object left without holders goes with them (a mapping's
+// memory, its own shared-memory object, is unlinked), a mutex they owned is
+// marked abandoned. The table itself is unlinked when its last object goes.
+//
+// Waiting sleeps on a futex word of the table that every change which could
+// satisfy a waiter bumps: a process killed while waiting leaves nothing
+// behind (unlike a process-shared condition variable, whose waiters' count
+// a killed waiter can leave wrong). docs/shared-memory.md tells why.
+#include "platform/named_objects.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#ifdef __linux__
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/platform.h"
+#include "platform/posix/device.h"
+#include "platform/posix/errno_map.h"
+#include "platform/win32_errors.h"
+
+namespace kp::platform::named {
+
+namespace {
+
+constexpr uint32_t kMagic = 0x4B504E4F;  // "KPNO"
+constexpr uint32_t kLayout = 1;
+constexpr size_t kMaxObjects = 512;
+constexpr size_t kMaxHolders = 64;
+// How often a wait blocked on a mutex owned by another process looks
+// whether that process still lives.
+constexpr uint32_t kOwnerCheckMs = 50;
+
+enum Kind : uint32_t { kFree = 0, kMapping = 1, kMutex = 2, kSemaphore = 3, kEvent = 4 };
+
+struct Holder {
+  int32_t pid;
+  uint32_t count;
+  uint64_t stamp;  // the process's start time, so that a reused pid is told apart
+};
+
+struct Object {
+  uint32_t kind;
+  uint32_t nameLength;
+  char16_t name[kMaxNameLength + 40];
+  uint32_t holderCount;
+  Holder holders[kMaxHolders];
+  // mapping
+  uint64_t size;
+  uint64_t segment;
+  uint32_t writable;
+  // mutex
+  int32_t ownerPid;
+  uint64_t ownerStamp;
+  int64_t ownerThread;
+  uint32_t recursion;
+  uint32_t abandoned;
+  // semaphore
+  int32_t count;
+  int32_t maximum;
+  // event
+  uint32_t manualReset;
+  uint32_t signalled;
+};
+
+struct Table {
+  std::atomic<uint32_t> magic;
+  uint32_t layout;
+  pthread_mutex_t lock;
+  std::atomic<uint32_t> sequence;  // the futex word: bumped by every change a waiter may want
+  uint32_t dead;                   // unlinked: whoever still maps it opens the table anew
+  uint32_t inUse;
+  uint64_t nextSegment;
+  uint64_t nextAnonymous;
+  Object objects[kMaxObjects];
+};
+
+// --- this process -------------------------------------------------------
+
+struct LocalHandle {
+  uint32_t index;  // in the table's objects
+  uint32_t kind;
+  bool writable;
+};
+
+struct View {
+  size_t length;
+  uint32_t index;
+};
+
+struct Local {
+  std::mutex mutex;
+  pid_t pid = 0;
+  uint64_t stamp = 0;
+  Table* table = nullptr;
+  std::string tableName;  // with the leading "/"
+  std::string stem;       // without it
+  std::map<Handle, LocalHandle> handles;
+  std::map<const void*, View> views;
+  Handle nextHandle = 4;
+  // What /proc said of other processes lately: pid -> {start time, when asked}.
+  std::map<int32_t, std::pair<uint64_t, uint64_t>> stamps;
+};
+
+Local& Me() {
+  static Local* local = new Local;  // never destroyed: handles may be closed from destructors at exit
+  return *local;
+}
+
+// Not cached: a forked child's thread has an identifier of its own.
+int64_t ThreadId() {
+#ifdef __linux__
+  return static_cast<int64_t>(syscall(SYS_gettid));
+#else
+  return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
+#endif
+}
+
+// The process's start time in clock ticks since boot; 0 when it is gone.
+uint64_t ProcessStamp(pid_t pid) {
+  if (kill(pid, 0) != 0 && errno == ESRCH) return 0;
+#ifdef __linux__
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(pid));
+  FILE* f = std::fopen(path, "re");
+  if (!f) return 0;
+  char buffer[1024];
+  const size_t n = std::fread(buffer, 1, sizeof buffer - 1, f);
+  std::fclose(f);
+  buffer[n] = 0;
+  // After the command in brackets, which may hold anything: field 3 on.
+  const char* p = std::strrchr(buffer, ')');
+  if (!p) return 0;
+  ++p;
+  // A zombie has died: what it held is free.
+  int field = 2;
+  while (*p && field < 22) {
+    while (*p == ' ') ++p;
+    ++field;
+    if (field == 3 && *p == 'Z') return 0;
+    if (field == 22) return std::strtoull(p, nullptr, 10) + 1;
+    while (*p && *p != ' ') ++p;
+  }
+  return 0;
+#else
+  return 1;
+#endif
+}
+
+uint64_t Fnv1a(std::string_view s) {
+  uint64_t h = 1469598103934665603ull;
+  for (unsigned char c : s) {
+    h ^= c;
+    h *= 1099511628211ull;
+  }
+  return h;
+}
+
+void BumpAndWake(Table* t) {
+  t->sequence.fetch_add(1, std::memory_order_release);
+#ifdef __linux__
+  syscall(SYS_futex, reinterpret_cast<uint32_t*>(&t->sequence), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+#endif
+}
+
+void SleepOn(Table* t, uint32_t seen, uint32_t ms) {
+#ifdef __linux__
+  timespec ts{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
+  syscall(SYS_futex, reinterpret_cast<uint32_t*>(&t->sequence), FUTEX_WAIT, seen, &ts, nullptr, 0);
+#else
+  (void)t;
+  (void)seen;
+  std::this_thread::sleep_for(std::chrono::milliseconds(std::min<uint32_t>(ms, 2)));
+#endif
+}
+
+bool Fail(uint32_t code) {
+  SetLastError(code);
+  return false;
+}
+
+// --- the table ----------------------------------------------------------
+
+void Lock(Table* t) {
+  const int r = pthread_mutex_lock(&t->lock);
+  // Its holder died in the middle of an update: every update leaves the
+  // table usable at each step, so it is taken as it is.
+  if (r == EOWNERDEAD) pthread_mutex_consistent(&t->lock);
+}
+
+void Unlock(Table* t) { pthread_mutex_unlock(&t->lock); }
+
+void RefreshProcess(Local& me) {
+  const pid_t pid = getpid();
+  if (pid == me.pid) return;
+  // A forked child: the parent's handles are not its own.
+  me.pid = pid;
+  me.stamp = ProcessStamp(pid);
+  me.handles.clear();
+  me.views.clear();
+  me.table = nullptr;
+  me.tableName.clear();
+}
+
+void NameTable(Local& me) {
+  std::string dir = DeviceDirectory();
+  if (char* real = realpath(dir.c_str(), nullptr)) {
+    dir = real;
+    std::free(real);
+  }
+  char stem[64];
+  std::snprintf(stem, sizeof stem, "kp160std-%016llx", static_cast<unsigned long long>(Fnv1a(dir)));
+  me.stem = stem;
+  me.tableName = "/" + me.stem;
+}
+
+std::string SegmentName(const Local& me, uint64_t segment) {
+  return me.tableName + "-m" + std::to_string(segment);
+}
+
+Table* MapTable(const std::string& name, bool* created) {
+  *created = false;
+  int fd = shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (fd >= 0) {
+    *created = true;
+  } else if (errno == EEXIST) {
+    fd = shm_open(name.c_str(), O_RDWR | O_CLOEXEC, 0600);
+  }
+  if (fd < 0) return nullptr;
+  if (*created && ftruncate(fd, sizeof(Table)) != 0) {
+    const int e = errno;
+    close(fd);
+    shm_unlink(name.c_str());
+    errno = e;
+    return nullptr;
+  }
+  if (!*created) {
+    // The creator may still be sizing it.
+    struct stat st {};
+    for (int i = 0; i < 2000; ++i) {
+      if (fstat(fd, &st) == 0 && static_cast<size_t>(st.st_size) >= sizeof(Table)) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (static_cast<size_t>(st.st_size) < sizeof(Table)) {
+      close(fd);
+      errno = EAGAIN;
+      return nullptr;
+    }
+  }
+  void* p = mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  const int e = errno;
+  close(fd);
+  if (p == MAP_FAILED) {
+    errno = e;
+    return nullptr;
+  }
+  auto* t = static_cast<Table*>(p);
+  if (*created) {
+    pthread_mutexattr_t attr;
+    pthread_mutexattr_init(&attr);
+    pthread_mutexattr_setpshared(&attr, PTHREAD_PROCESS_SHARED);
+    pthread_mutexattr_setrobust(&attr, PTHREAD_MUTEX_ROBUST);
+    pthread_mutex_init(&t->lock, &attr);
+    pthread_mutexattr_destroy(&attr);
+    t->layout = kLayout;
+    t->nextSegment = 1;
+    t->nextAnonymous = 1;
+    t->magic.store(kMagic, std::memory_order_release);
+    return t;
+  }
+  for (int i = 0; i < 2000 && t->magic.load(std::memory_order_acquire) != kMagic; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  if (t->magic.load(std::memory_order_acquire) != kMagic || t->layout != kLayout) {
+    // Its creator died before setting it up, or another layout: start over.
+    munmap(t, sizeof(Table));
+    shm_unlink(name.c_str());
+    errno = EAGAIN;
+    return nullptr;
+  }
+  return t;
+}
+
+// The table, locked; null (with the last error set) when it cannot be had.
+// Called with the process's mutex held.
+Table* Acquire(Local& me) {
+  RefreshProcess(me);
+  // A process that holds nothing may have moved to another prefix (tests do).
+  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) {
+    if (me.table) {
+      munmap(me.table, sizeof(Table));
+      me.table = nullptr;
+    }
+    NameTable(me);
+  }
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    if (!me.table) {
+      bool created = false;
+      me.table = MapTable(me.tableName, &created);
+      if (!me.table) {
+        if (errno == EAGAIN) continue;
+        SetLastError(Win32FromErrno(errno));
+        return nullptr;
+      }
+    }
+    Lock(me.table);
+    if (!me.table->dead) return me.table;
+    Unlock(me.table);
+    munmap(me.table, sizeof(Table));
+    me.table = nullptr;
+  }
+  SetLastError(win32::kGenFailure);
+  return nullptr;
+}
+
+// When the table holds no object any more it is unlinked; this process
+// drops its mapping. Called locked; unlocks.
+void Release(Local& me, Table* t) {
+  if (t->inUse == 0) {
+    t->dead = 1;
+    shm_unlink(me.tableName.c_str());
+    Unlock(t);
+    munmap(t, sizeof(Table));
+    me.table = nullptr;
+    return;
+  }
+  Unlock(t);
+}
+
+void DestroyObject(Local& me, Table* t, Object& o) {
+  if (o.kind == kMapping) shm_unlink(SegmentName(me, o.segment).c_str());
+  const bool wake = o.kind != kMapping;
+  std::memset(&o, 0, sizeof o);
+  if (t->inUse > 0) --t->inUse;
+  if (wake) BumpAndWake(t);
+}
+
+void Abandon(Table* t, Object& o) {
+  o.ownerPid = 0;
+  o.ownerStamp = 0;
+  o.ownerThread = 0;
+  o.recursion = 0;
+  o.abandoned = 1;
+  BumpAndWake(t);
+}
+
+uint64_t NowMs() {
+  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                   std::chrono::steady_clock::now().time_since_epoch())
+                                   .count());
+}
+
+// Whether the holder recorded as {pid, stamp} still runs. A process that is
+// gone is seen at once; the start time of one that runs is read from /proc
+// at most every 100 ms, so that a scan of the table stays cheap.
+bool Alive(Local& me, int32_t pid, uint64_t stamp) {
+  if (pid == me.pid) return stamp == me.stamp;
+  if (kill(pid, 0) != 0 && errno == ESRCH) {
+    me.stamps.erase(pid);
+    return false;
+  }
+  const uint64_t now = NowMs();
+  auto it = me.stamps.find(pid);
+  if (it == me.stamps.end() || now - it->second.second >= 100) {
+    if (me.stamps.size() > 4096) me.stamps.clear();
+    it = me.stamps.insert_or_assign(pid, std::pair<uint64_t, uint64_t>{ProcessStamp(pid), now}).first;
+  }
+  return it->second.first != 0 && it->second.first == stamp;
+}
+
+// Whether the owner of a mutex is gone: its process, or only its thread
+// (Windows abandons a mutex whose owning thread ends, too).
+bool OwnerGone(Local& me, const Object& o) {
+  if (o.ownerPid == 0) return false;
+  if (!Alive(me, o.ownerPid, o.ownerStamp)) return true;
+#ifdef __linux__
+  return syscall(SYS_tgkill, o.ownerPid, static_cast<pid_t>(o.ownerThread), 0) != 0 && errno == ESRCH;
+#else
+  return false;
+#endif
+}
+
+// Takes away what dead processes held. Called locked.
+void Reclaim(Local& me, Table* t) {
+  for (Object& o : t->objects) {
+    if (o.kind == kFree) continue;
+    for (uint32_t i = 0; i < o.holderCount;) {
+      if (Alive(me, o.holders[i].pid, o.holders[i].stamp)) {
+        ++i;
+        continue;
+      }
+      o.holders[i] = o.holders[--o.holderCount];
+    }
+    if (o.kind == kMutex && OwnerGone(me, o)) Abandon(t, o);
+    if (o.holderCount == 0) DestroyObject(me, t, o);
+  }
+}
+
+bool AddHolder(Local& me, Object& o) {
+  for (uint32_t i = 0; i < o.holderCount; ++i) {
+    if (o.holders[i].pid == me.pid && o.holders[i].stamp == me.stamp) {
+      ++o.holders[i].count;
+      return true;
+    }
+  }
+  if (o.holderCount >= kMaxHolders) return Fail(win32::kNotEnoughMemory);
+  o.holders[o.holderCount++] = Holder{me.pid, 1, me.stamp};
+  return true;
+}
+
+// Drops one reference of this process; the object goes with its last one.
+void DropHolder(Local& me, Table* t, Object& o) {
+  for (uint32_t i = 0; i < o.holderCount; ++i) {
+    if (o.holders[i].pid != me.pid || o.holders[i].stamp != me.stamp) continue;
+    if (--o.holders[i].count == 0) o.holders[i] = o.holders[--o.holderCount];
+    break;
+  }
+  if (o.holderCount == 0) DestroyObject(me, t, o);
+}
+
+// Checks the name: at most 260 characters, and no backslash but the one
+// that ends a "Local", "Global" or "Session\<n>" scope.
+bool NameAllowed(std::u16string_view name) {
+  if (name.size() > kMaxNameLength) return Fail(win32::kFilenameExcedRange);
+  std::u16string_view rest = name;
+  for (std::u16string_view scope : {std::u16string_view(u"Local\\"), std::u16string_view(u"Global\\")}) {
+    if (rest.substr(0, scope.size()) == scope) {
+      rest.remove_prefix(scope.size());
+      break;
+    }
+  }
+  if (rest.find(u'\\') != std::u16string_view::npos) return Fail(win32::kBadPathname);
+  // A scope without a name after it.
+  if (rest.empty() && rest.size() != name.size()) return Fail(win32::kInvalidName);
+  return true;
+}
+
+Object* Find(Table* t, std::u16string_view name) {
+  for (Object& o : t->objects) {
+    if (o.kind != kFree && o.nameLength == name.size() &&
+        std::u16string_view(o.name, o.nameLength) == name)
+      return &o;
+  }
+  return nullptr;
+}
+
+Handle AddLocal(Local& me, uint32_t index, uint32_t kind, bool writable) {
+  const Handle h = me.nextHandle;
+  me.nextHandle += 4;
+  me.handles[h] = LocalHandle{index, kind, writable};
+  return h;
+}
+
+uint32_t IndexOf(Table* t, const Object& o) { return static_cast<uint32_t>(&o - t->objects); }
+
+// The object of a handle of this process, of the wanted kind (kFree: any).
+Object* Resolve(Local& me, Table* t, Handle h, uint32_t kind, LocalHandle** local = nullptr) {
+  auto it = me.handles.find(h);
+  if (it == me.handles.end() || (kind != kFree && it->second.kind != kind)) {
+    SetLastError(win32::kInvalidHandle);
+    return nullptr;
+  }
+  if (local) *local = &it->second;
+  return &t->objects[it->second.index];
+}
+
+// Creates or opens the object `name` of `kind`. `setUp` fills a new one.
+template <typename SetUp>
+Handle CreateOrOpen(std::u16string_view name, uint32_t kind, bool create, bool writable, SetUp&& setUp,
+                    bool* existed = nullptr) {
+  if (!NameAllowed(name)) return kNoHandle;
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  Table* t = Acquire(me);
+  if (!t) return kNoHandle;
+  Reclaim(me, t);
+  std::u16string anonymous;
+  if (name.empty()) {
+    if (!create) {
+      Release(me, t);
+      SetLastError(win32::kInvalidParameter);
+      return kNoHandle;
+    }
+    // A name nobody can give: the object is this process's own.
+    anonymous = u"\x01" + std::u16string(u"anonymous:");
+    for (char c : std::to_string(t->nextAnonymous++)) anonymous += static_cast<char16_t>(c);
+    name = anonymous;
+  }
+  if (Object* o = Find(t, name)) {
+    if (o->kind != kind) {
+      Release(me, t);
+      SetLastError(win32::kInvalidHandle);
+      return kNoHandle;
+    }
+    if (!AddHolder(me, *o)) {
+      Release(me, t);
+      return kNoHandle;
+    }
+    const Handle h = AddLocal(me, IndexOf(t, *o), kind, writable);
+    Unlock(t);
+    if (existed) *existed = true;
+    SetLastError(create ? win32::kAlreadyExists : win32::kSuccess);
+    return h;
+  }
+  if (!create) {
+    Release(me, t);
+    SetLastError(win32::kFileNotFound);
+    return kNoHandle;
+  }
+  Object* slot = nullptr;
+  for (Object& o : t->objects) {
+    if (o.kind == kFree) {
+      slot = &o;
+      break;
+    }
+  }
+  if (!slot) {
+    Release(me, t);
+    SetLastError(win32::kNotEnoughMemory);
+    return kNoHandle;
+  }
+  std::memset(slot, 0, sizeof *slot);
+  slot->nameLength = static_cast<uint32_t>(name.size());
+  std::copy(name.begin(), name.end(), slot->name);
+  if (!setUp(me, t, *slot)) {
+    const uint32_t code = LastError();
+    std::memset(slot, 0, sizeof *slot);
+    Release(me, t);
+    SetLastError(code);
+    return kNoHandle;
+  }
+  slot->kind = kind;
+  slot->holders[0] = Holder{me.pid, 1, me.stamp};
+  slot->holderCount = 1;
+  ++t->inUse;
+  const Handle h = AddLocal(me, IndexOf(t, *slot), kind, writable);
+  Unlock(t);
+  if (existed) *existed = false;
+  SetLastError(win32::kSuccess);
+  return h;
+}
+
+constexpr auto kNothingToSetUp = [](Local&, Table*, Object&) { return true; };
+
+bool OwnedByMe(const Local& me, const Object& o) {
+  return o.ownerPid == me.pid && o.ownerStamp == me.stamp && o.ownerThread == ThreadId();
+}
+
+bool Signalled(const Local& me, const Object& o) {
+  switch (o.kind) {
+    case kMutex:
+      return o.ownerPid == 0 || OwnedByMe(me, o);
+    case kSemaphore:
+      return o.count > 0;
+    case kEvent:
+      return o.signalled != 0;
+    default:
+      return false;
+  }
+}
+
+// Takes a signalled object; true when it was an abandoned mutex.
+bool Take(const Local& me, Object& o) {
+  switch (o.kind) {
+    case kMutex: {
+      const bool abandoned = o.abandoned != 0;
+      o.abandoned = 0;
+      o.ownerPid = me.pid;
+      o.ownerStamp = me.stamp;
+      o.ownerThread = ThreadId();
+      ++o.recursion;
+      return abandoned;
+    }
+    case kSemaphore:
+      --o.count;
+      return false;
+    case kEvent:
+      if (!o.manualReset) o.signalled = 0;
+      return false;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+// --- mappings -------------------------------------------------------------
+
+Handle CreateMapping(std::u16string_view name, uint64_t size, bool writable) {
+  if (size == 0 || size > (uint64_t{1} << 62)) {
+    SetLastError(win32::kInvalidParameter);
+    return kNoHandle;
+  }
+  return CreateOrOpen(name, kMapping, true, writable, [&](Local& me, Table* t, Object& o) {
+    // Whole pages: the bytes after the size in the last page are shared too.
+    const uint64_t page = static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
+    const uint64_t rounded = (size + page - 1) / page * page;
+    o.segment = t->nextSegment++;
+    const std::string segment = SegmentName(me, o.segment);
+    const int fd = shm_open(segment.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) return Fail(Win32FromErrno(errno));
+    if (ftruncate(fd, static_cast<off_t>(rounded)) != 0) {
+      const int e = errno;
+      close(fd);
+      shm_unlink(segment.c_str());
+      return Fail(e == EINVAL || e == EFBIG ? win32::kNotEnoughMemory : Win32FromErrno(e));
+    }
+    close(fd);
+    o.size = size;
+    o.writable = writable;
+    return true;
+  });
+}
+
+Handle OpenMapping(std::u16string_view name, bool writable) {
+  return CreateOrOpen(name, kMapping, false, writable, kNothingToSetUp);
+}
+
+void* MapView(Handle mapping, bool writable, size_t size) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  Table* t = Acquire(me);
+  if (!t) return nullptr;
+  LocalHandle* local = nullptr;
+  Object* o = Resolve(me, t, mapping, kMapping, &local);
+  if (!o) {
+    Release(me, t);
+    SetLastError(win32::kInvalidHandle);
+    return nullptr;
+  }
+  if ((writable && (!o->writable || !local->writable)) || size > o->size) {
+    Release(me, t);
+    SetLastError(win32::kAccessDenied);
+    return nullptr;
+  }
+  const size_t length = size ? size : static_cast<size_t>(o->size);
+  const int fd = shm_open(SegmentName(me, o->segment).c_str(), writable ? O_RDWR : O_RDONLY, 0600);
+  if (fd < 0) {
+    const uint32_t code = Win32FromErrno(errno);
+    Release(me, t);
+    SetLastError(code);
+    return nullptr;
+  }
+  void* view = mmap(nullptr, length, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd, 0);
+  const int e = errno;
+  close(fd);
+  if (view == MAP_FAILED) {
+    Release(me, t);
+    SetLastError(e == ENOMEM ? win32::kNotEnoughMemory : Win32FromErrno(e));
+    return nullptr;
+  }
+  if (!AddHolder(me, *o)) {
+    const uint32_t code = LastError();
+    munmap(view, length);
+    Release(me, t);
+    SetLastError(code);
+    return nullptr;
+  }
+  me.views[view] = View{length, IndexOf(t, *o)};
+  Unlock(t);
+  SetLastError(win32::kSuccess);
+  return view;
+}
+
+bool UnmapView(void* view) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  RefreshProcess(me);
+  auto it = me.views.find(view);
+  if (it == me.views.end()) return Fail(win32::kInvalidParameter);
+  const View v = it->second;
+  me.views.erase(it);
+  munmap(view, v.length);
+  Table* t = Acquire(me);
+  if (!t) return false;
+  DropHolder(me, t, t->objects[v.index]);
+  Reclaim(me, t);
+  Release(me, t);
+  return true;
+}
+
+size_t ViewRegionSize(const void* view) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  RefreshProcess(me);
+  auto it = me.views.find(view);
+  if (it == me.views.end()) {
+    SetLastError(win32::kInvalidParameter);
+    return 0;
+  }
+  const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  return (it->second.length + page - 1) / page * page;
+}
+
+// --- mutexes ----------------------------------------------------------------
+
+Handle CreateMutex(std::u16string_view name, bool initialOwner) {
+  return CreateOrOpen(name, kMutex, true, true, [&](Local& me, Table*, Object& o) {
+    if (initialOwner) {
+      o.ownerPid = me.pid;
+      o.ownerStamp = me.stamp;
+      o.ownerThread = ThreadId();
+      o.recursion = 1;
+    }
+    return true;
+  });
+}
+
+Handle OpenMutex(std::u16string_view name) { return CreateOrOpen(name, kMutex, false, true, kNothingToSetUp); }
+
+bool ReleaseMutex(Handle mutex) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  Table* t = Acquire(me);
+  if (!t) return false;
+  Object* o = Resolve(me, t, mutex, kMutex);
+  if (!o || !OwnedByMe(me, *o) || o->recursion == 0) {
+    const uint32_t code = o ? kErrorNotOwner : win32::kInvalidHandle;
+    Release(me, t);
+    return Fail(code);
+  }
+  if (--o->recursion == 0) {
+    o->ownerPid = 0;
+    o->ownerStamp = 0;
+    o->ownerThread = 0;
+    BumpAndWake(t);
+  }
+  Unlock(t);
+  return true;
+}
+
+// --- semaphores -------------------------------------------------------------
+
+Handle CreateSemaphore(std::u16string_view name, int32_t initial, int32_t maximum) {
+  if (maximum <= 0 || initial < 0 || initial > maximum) {
+    SetLastError(win32::kInvalidParameter);
+    return kNoHandle;
+  }
+  return CreateOrOpen(name, kSemaphore, true, true, [&](Local&, Table*, Object& o) {
+    o.count = initial;
+    o.maximum = maximum;
+    return true;
+  });
+}
+
+Handle OpenSemaphore(std::u16string_view name) {
+  return CreateOrOpen(name, kSemaphore, false, true, kNothingToSetUp);
+}
+
+bool ReleaseSemaphore(Handle semaphore, int32_t count, int32_t* previous) {
+  if (count <= 0) return Fail(win32::kInvalidParameter);
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  Table* t = Acquire(me);
+  if (!t) return false;
+  Object* o = Resolve(me, t, semaphore, kSemaphore);
+  if (!o) {
+    Release(me, t);
+    return Fail(win32::kInvalidHandle);
+  }
+  if (count > o->maximum - o->count) {
+    Release(me, t);
+    return Fail(kErrorTooManyPosts);
+  }
+  if (previous) *previous = o->count;
+  o->count += count;
+  BumpAndWake(t);
+  Unlock(t);
+  return true;
+}
+
+// --- events -----------------------------------------------------------------
+
+Handle CreateEvent(std::u16string_view name, bool manualReset, bool initialState) {
+  return CreateOrOpen(name, kEvent, true, true, [&](Local&, Table*, Object& o) {
+    o.manualReset = manualReset;
+    o.signalled = initialState;
+    return true;
+  });
+}
+
+Handle OpenEvent(std::u16string_view name) { return CreateOrOpen(name, kEvent, false, true, kNothingToSetUp); }
+
+namespace {
+bool SetEventState(Handle event, bool state) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  Table* t = Acquire(me);
+  if (!t) return false;
+  Object* o = Resolve(me, t, event, kEvent);
+  if (!o) {
+    Release(me, t);
+    return Fail(win32::kInvalidHandle);
+  }
+  o->signalled = state;
+  if (state) BumpAndWake(t);
+  Unlock(t);
+  return true;
+}
+}  // namespace
+
+bool SetEvent(Handle event) { return SetEventState(event, true); }
+bool ResetEvent(Handle event) { return SetEventState(event, false); }
+
+// --- waiting ----------------------------------------------------------------
+
+uint32_t WaitForObject(Handle object, uint32_t timeoutMs) { return WaitForObjects({&object, 1}, false, timeoutMs); }
+
+uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t timeoutMs) {
+  if (objects.empty() || objects.size() > kMaximumWaitObjects) {
+    SetLastError(win32::kInvalidParameter);
+    return kWaitFailed;
+  }
+  Local& me = Me();
+  const uint64_t start = NowMs();
+  uint64_t lastCheck = start;
+  while (true) {
+    std::unique_lock guard(me.mutex);
+    Table* t = Acquire(me);
+    if (!t) return kWaitFailed;
+    std::vector<Object*> set;
+    set.reserve(objects.size());
+    for (Handle h : objects) {
+      Object* o = Resolve(me, t, h, kFree);
+      if (!o || o->kind == kMapping) {
+        Release(me, t);
+        SetLastError(win32::kInvalidHandle);
+        return kWaitFailed;
+      }
+      set.push_back(o);
+    }
+    if (all) {
+      // The same mutex twice is fine; the same semaphore twice needs two counts: Windows refuses both.
+      for (size_t i = 0; i < set.size(); ++i) {
+        for (size_t j = 0; j < i; ++j) {
+          if (set[j] == set[i]) {
+            Release(me, t);
+            SetLastError(win32::kInvalidParameter);
+            return kWaitFailed;
+          }
+        }
+      }
+      bool ready = true;
+      for (size_t i = 0; i < set.size() && ready; ++i) ready = Signalled(me, *set[i]);
+      if (ready) {
+        uint32_t result = kWaitObject0;
+        for (size_t i = 0; i < set.size(); ++i) {
+          if (Take(me, *set[i]) && result == kWaitObject0) result = kWaitAbandoned0 + static_cast<uint32_t>(i);
+        }
+        Unlock(t);
+        return result;
+      }
+    } else {
+      for (size_t i = 0; i < set.size(); ++i) {
+        if (!Signalled(me, *set[i])) continue;
+        const bool abandoned = Take(me, *set[i]);
+        Unlock(t);
+        return (abandoned ? kWaitAbandoned0 : kWaitObject0) + static_cast<uint32_t>(i);
+      }
+    }
+    const uint64_t now = NowMs();
+    const uint64_t elapsed = now - start;
+    if (timeoutMs != kInfinite && elapsed >= timeoutMs) {
+      Unlock(t);
+      return kWaitTimeout;
+    }
+    // A mutex held by another process: that process may have died, and the
+    // dead wake nobody, so look again now and then.
+    bool ownedElsewhere = false;
+    for (Object* o : set) ownedElsewhere |= o->kind == kMutex && o->ownerPid != 0 && !OwnedByMe(me, *o);
+    if (ownedElsewhere && now - lastCheck >= kOwnerCheckMs) {
+      lastCheck = now;
+      bool changed = false;
+      for (Object* o : set) {
+        if (o->kind == kMutex && !OwnedByMe(me, *o) && OwnerGone(me, *o)) {
+          Abandon(t, *o);
+          changed = true;
+        }
+      }
+      if (changed) {
+        Unlock(t);
+        continue;
+      }
+    }
+    uint32_t sleep = timeoutMs == kInfinite ? 1000 : static_cast<uint32_t>(timeoutMs - elapsed);
+    if (ownedElsewhere) sleep = std::min(sleep, kOwnerCheckMs);
+    const uint32_t seen = t->sequence.load(std::memory_order_acquire);
+    Unlock(t);
+    guard.unlock();
+    SleepOn(t, seen, std::max<uint32_t>(sleep, 1));
+  }
+}
+
+bool CloseHandle(Handle object) {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  RefreshProcess(me);
+  auto it = me.handles.find(object);
+  if (it == me.handles.end()) return Fail(win32::kInvalidHandle);
+  const uint32_t index = it->second.index;
+  me.handles.erase(it);
+  Table* t = Acquire(me);
+  if (!t) return false;
+  DropHolder(me, t, t->objects[index]);
+  Reclaim(me, t);
+  Release(me, t);
+  return true;
+}
+
+uint32_t CurrentProcessId() { return static_cast<uint32_t>(getpid()); }
+
+std::string SharedMemoryStem() {
+  Local& me = Me();
+  std::lock_guard guard(me.mutex);
+  RefreshProcess(me);
+  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) NameTable(me);
+  return me.stem;
+}
+
+}  // namespace kp::platform::named
