@@ -7,6 +7,7 @@
 #include "platform/codepage.h"
 #include "platform/http.h"
 #include "platform/platform.h"
+#include "platform/process.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 #include "registry/ini.h"
@@ -99,6 +100,8 @@ bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view appl
 }
 
 }  // namespace
+
+std::u16string OwnApplication() { return platform::proc::OwnModuleFile(); }
 
 std::u16string SettingsKey(std::u16string_view application) {
   return std::u16string(kKeyPrefix) + std::u16string(ApplicationName(application));

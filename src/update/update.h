@@ -35,6 +35,9 @@ constexpr int32_t kOptionalUpdate = 1;
 constexpr int32_t kMandatoryUpdate = 2;  // never given by the check, on purpose
 constexpr int32_t kNoUpdate = 3;
 
+// The application of the syntaxes without one: the running program's file.
+std::u16string OwnApplication();
+
 // The registry key of an application file's settings (under HKEY_LOCAL_MACHINE).
 std::u16string SettingsKey(std::u16string_view application);
 

@@ -12,17 +12,20 @@ namespace kp::syn {
 
 // AppliMAJDisponible/AppliUPDAvailable
 inline constexpr KLSyntax kAppliUPDAvailable[] = {
-    Unavailable<KL_T_INT>(),
+    Syntax<[](ExecContext* c) { return update::Available(c, update::OwnApplication()); }, KL_T_INT>(),
     Syntax<update::Available, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // AppliParamètre/AppliParameter
 inline constexpr KLSyntax kAppliParameter[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
+    Syntax<[](ExecContext* c, int32_t p) { return update::Parameter(c, p, update::OwnApplication()); }, KL_T_TEXT,
+           KL_T_INT>(),
     Syntax<update::Parameter, KL_T_TEXT, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // AppliChangeParamètre/AppliChangeParameter
 inline constexpr KLSyntax kAppliChangeParameter[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, int32_t p, std::u16string_view v) {
+      return update::ChangeParameter(c, p, v, update::OwnApplication());
+    }, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
     Syntax<update::ChangeParameter, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
 
 // AppliDéclencheMAJ/AppliInstallUPD
