@@ -20,6 +20,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "abi/error_ids.h"
 #include "kp160std/abi.h"
 
 namespace kp {
@@ -102,7 +103,7 @@ void RaiseInternal(ExecContext* context);
 void RaiseInternal(CXError* record, std::u16string_view className, std::u16string_view text, Inserts inserts = {});
 
 // Error numbers the record itself uses.
-constexpr int32_t kInternalErrorId = 80003;
+constexpr int32_t kInternalErrorId = kErrInternal;
 constexpr uint32_t kOutOfMemorySystemError = 14;
 
 }  // namespace kp

@@ -6,6 +6,7 @@
 // "HHMMSSCC" (hundredths), both together "AAAAMMJJHHMMSSCC". A name that is
 // not absolute raises 80600; a file that cannot be read records the system
 // error; the failure value is "" or false.
+#include "abi/error_ids.h"
 #include "abi/error.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
@@ -167,7 +168,7 @@ bool SetReadOnlyAttribute(ExecContext* context, std::u16string_view name, bool r
 std::u16string DirAttribute(ExecContext* context, std::u16string_view path) {
   if (!CheckLength(context, path)) return {};
   if (path.empty() || !layer::IsDirectory(layer::Attributes(path))) {
-    Raise(context, 80062, {path});
+    Raise(context, kErrDirectoryNotFound, {path});
     return {};
   }
   return Attribute(context, path);
@@ -176,7 +177,7 @@ std::u16string DirAttribute(ExecContext* context, std::u16string_view path) {
 std::u16string SetDirAttribute(ExecContext* context, std::u16string_view path, std::u16string_view letters) {
   if (!CheckLength(context, path)) return {};
   if (path.empty() || !layer::IsDirectory(layer::Attributes(path))) {
-    Raise(context, 80062, {path});
+    Raise(context, kErrDirectoryNotFound, {path});
     return {};
   }
   if (!SetAttribute(context, path, letters)) return {};

@@ -1,4 +1,5 @@
 // kp160std — the file-handle functions.
+#include "abi/error_ids.h"
 #include "files/file_io.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ constexpr uint8_t kMark[2] = {0xFF, 0xFE};
 
 HandleEntry* Valid(ExecContext* context, int32_t handle) {
   HandleEntry* entry = Handles().Get(handle);
-  if (!entry) Raise(context, 80022, {handle});
+  if (!entry) Raise(context, kErrBadFileHandle, {handle});
   return entry;
 }
 
@@ -88,7 +89,7 @@ int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
   try {
     stream = std::make_unique<project::IXStream>();
   } catch (const std::bad_alloc&) {
-    Raise(context, 80041);
+    Raise(context, kErrNoMemoryForFile);
     return -1;
   }
   uint32_t access;
@@ -109,7 +110,7 @@ int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
   bool created = false;
   bool opened = stream->Open(name, access, share, disposition, fs::kFlagRandomAccess, &created);
   if (!opened && tracing)
-    Trace(context, FormatText(ErrorMessageText(81701), {name, platform::TickCount() - before}));
+    Trace(context, FormatText(ErrorMessageText(kErrWarningSlowOpen), {name, platform::TickCount() - before}));
   // Kept on purpose: a file that refuses reading and writing may still take writing alone.
   if (!opened && (mode & foWrite))
     opened = stream->Open(name, fs::kGenericWrite, share, disposition, fs::kFlagRandomAccess, &created);
@@ -126,7 +127,7 @@ int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode) {
   HandleEntry* raw = entry.get();
   const int32_t handle = Handles().Add(std::move(entry));
   if (handle < 0) {
-    Raise(context, 80021);
+    Raise(context, kErrOpenFileTableFull);
     return -1;
   }
   if (!(mode & foUnicode)) return handle;
@@ -151,7 +152,7 @@ int32_t Create(ExecContext* context, std::u16string_view name, int32_t mode) {
 int32_t Close(ExecContext* context, int32_t handle) {
   std::unique_ptr<HandleEntry> entry = Handles().Release(handle);
   if (!entry) {
-    Raise(context, 80022, {handle});
+    Raise(context, kErrBadFileHandle, {handle});
     return -1;
   }
   CloseEntry(*entry);
@@ -368,7 +369,7 @@ Value Read(ExecContext* context, int32_t handle, int32_t count) {
   try {
     bytes.assign(static_cast<size_t>(wanted) + 1, 0);
   } catch (const std::bad_alloc&) {
-    Raise(context, 80041);
+    Raise(context, kErrNoMemoryForFile);
     return Value{std::u16string()};
   }
   uint32_t got = 0;
@@ -383,7 +384,7 @@ Value Read(ExecContext* context, int32_t handle, int32_t count) {
 int32_t ReadToAddress(ExecContext* context, int32_t handle, int32_t count, uintptr_t address) {
   void* memory = reinterpret_cast<void*>(address);
   if (count < 0 || !fs::MemoryWritable(memory, static_cast<size_t>(count))) {
-    Raise(context, 81812);
+    Raise(context, kErrMemoryAreaNotAccessible);
     return 0;
   }
   if (HandleEntry* block = Block(handle)) return MemReadTo(context, *block, memory, count);
@@ -415,7 +416,7 @@ bool WriteLineFromAddress(ExecContext* context, int32_t handle, uintptr_t addres
   if (!stream && !block) return false;
   const void* memory = reinterpret_cast<const void*>(address);
   if (count > 0 && !fs::MemoryReadable(memory, static_cast<size_t>(count))) {
-    Raise(context, 81812);
+    Raise(context, kErrMemoryAreaNotAccessible);
     return true;
   }
   if (block) return MemWriteLineFrom(context, *block, memory, count);
@@ -444,7 +445,7 @@ int32_t Write(ExecContext* context, int32_t handle, std::span<const uint8_t> byt
 int32_t WriteFromAddress(ExecContext* context, int32_t handle, uintptr_t address, int32_t count) {
   const void* memory = reinterpret_cast<const void*>(address);
   if (count < 0 || !fs::MemoryReadable(memory, static_cast<size_t>(count))) {
-    Raise(context, 81812);
+    Raise(context, kErrMemoryAreaNotAccessible);
     return -1;
   }
   if (HandleEntry* block = Block(handle)) return MemWrite(context, *block, memory, static_cast<size_t>(count));
@@ -463,7 +464,7 @@ int64_t Seek(ExecContext* context, int32_t handle, int64_t position, int32_t ori
   project::IXStream* stream = block ? nullptr : DiskStream(Valid(context, handle));
   if (!stream && !block) return -1;
   if (origin < 0 || origin > 2) {
-    Raise(context, 80023, {origin});
+    Raise(context, kErrBadSeekOrigin, {origin});
     return -1;
   }
   if (block) return MemSeek(context, *block, position, origin);
@@ -479,7 +480,7 @@ bool ChangeSize(ExecContext* context, int32_t handle, int64_t size) {
   if (!entry) return false;
   project::IXStream* stream = DiskStream(entry);
   if (!stream) {
-    Raise(context, 80406);
+    Raise(context, kErrChangeSizeNeedsDiskFile);
     return false;
   }
   const int64_t old = stream->Position();

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "abi/error_ids.h"
 #include "abi/error.h"
 #include "abi/vm.h"
 #include "files/fs_layer.h"
@@ -148,7 +149,7 @@ struct Walk {
 
 bool StartWalk(ExecContext* context, std::u16string_view pattern, Walk* walk, std::u16string_view* namePattern) {
   if (pattern.size() > kMaxPath) {
-    Raise(context, 80058, {pattern});
+    Raise(context, kErrPathTooLong, {pattern});
     return false;
   }
   if (!CheckAbsolute(context, pattern)) return false;
@@ -210,7 +211,7 @@ int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
     // again until the name passes 260 characters: it ends the same way now,
     // without taking every path of a loop with several links first.
     if (dir.size() + d.name.size() + 1 > kMaxPath || OnWalk(*inside, d)) {
-      Raise(context, 81512, {d.name});
+      Raise(context, kErrPathTooLongWhileWalking, {d.name});
       return -1;
     }
     const bool known = d.device != 0 || d.inode != 0;
@@ -234,7 +235,7 @@ int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
 std::u16string Dir(ExecContext* context, std::u16string_view pattern, int32_t attributes) {
   if (attributes != fPathUnicode && attributes != frFile && attributes != frDirectoryAttr &&
       attributes != fPathUnicode + frFile && attributes != fPathUnicode + frDirectoryAttr) {
-    Raise(context, 80053, {attributes});
+    Raise(context, kErrDirAttributesUnsupported, {attributes});
     return {};
   }
   DirEnumeration& e = Enumeration();
@@ -247,7 +248,7 @@ std::u16string Dir(ExecContext* context, std::u16string_view pattern, int32_t at
     if (e.find == fs::kInvalidFind) return {};
     if (Wanted(d, e.directories)) return d.name;
   } else if (e.find == fs::kInvalidFind) {
-    Raise(context, 80054);
+    Raise(context, kErrDirNoSearchInProgress);
     return {};
   }
   while (fs::FindNextFile(e.find, &d)) {
@@ -276,11 +277,11 @@ int32_t ListDirectoriesWith(ExecContext* context, std::u16string_view pattern, s
 
 int64_t DirSize(ExecContext* context, std::u16string_view path, int32_t options) {
   if (path.empty()) {
-    Raise(context, 80059);
+    Raise(context, kErrEmptyName);
     return -1;
   }
   if (path.size() >= kMaxPath) {
-    Raise(context, 81506, {path});
+    Raise(context, kErrDirSizePathTooLong, {path});
     return -1;
   }
   if (!CheckAbsolute(context, path)) return -1;

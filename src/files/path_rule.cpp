@@ -1,4 +1,5 @@
 // kp160std — the path rule.
+#include "abi/error_ids.h"
 #include "files/path_rule.h"
 
 #include "abi/error.h"
@@ -9,7 +10,7 @@ namespace kp::files {
 
 bool CheckAbsolute(ExecContext* context, std::u16string_view name) {
   if (IsAbsolute(name)) return true;
-  Raise(context, 80600, {name});
+  Raise(context, kErrPathNotAbsolute, {name});
   return false;
 }
 

@@ -2,6 +2,7 @@
 // made and removed; the parent directory.
 #include <vector>
 
+#include "abi/error_ids.h"
 #include "abi/error.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
@@ -151,11 +152,11 @@ std::vector<std::u16string> Components(std::u16string_view path) {
 
 std::u16string ExtractPath(ExecContext* context, std::u16string_view path, int32_t parts) {
   if (parts & ~(fDrive | fDirectory | fFileName | fExtension)) {
-    Raise(context, 80042, {parts});
+    Raise(context, kErrUnknownPathPart, {parts});
     return {};
   }
   if (path.size() > kMaxPath) {
-    Raise(context, 80058, {path});
+    Raise(context, kErrPathTooLong, {path});
     return {};
   }
   const Split s = SplitPath(path);
@@ -182,7 +183,7 @@ int64_t FileSize(ExecContext* context, std::u16string_view name) {
   if (name.empty() || !CheckName(context, name)) return -1;
   if (!layer::IsFile(layer::Attributes(name))) {
     const uint32_t code = platform::LastError();
-    Raise(context, 80067, {name});
+    Raise(context, kErrFileNotFound, {name});
     SetSystemError(context, code);
     return -1;
   }
@@ -198,22 +199,22 @@ int64_t FileSize(ExecContext* context, std::u16string_view name) {
 
 bool CopyFile(ExecContext* context, std::u16string_view source, std::u16string_view destination, int32_t options) {
   if (source.empty() || destination.empty()) {
-    Raise(context, 80059);
+    Raise(context, kErrEmptyName);
     return false;
   }
   if (HasWildcards(destination)) {
-    Raise(context, 80066, {destination});
+    Raise(context, kErrWildcardInCopyDestination, {destination});
     return false;
   }
   if (!CheckName(context, source) || !CheckLength(context, destination)) return false;
   const bool wild = HasWildcards(source);
   const uint32_t a = wild ? fs::kInvalidAttributes : layer::Attributes(source);
   if (!wild && a == fs::kInvalidAttributes) {
-    Raise(context, 80067, {source});
+    Raise(context, kErrFileNotFound, {source});
     return false;
   }
   if (wild || layer::IsDirectory(a)) {
-    Raise(context, 80065, {source, destination});
+    Raise(context, kErrCopyFailed, {source, destination});
     return false;
   }
   std::u16string target;
@@ -234,14 +235,14 @@ bool CopyFile(ExecContext* context, std::u16string_view source, std::u16string_v
     if (fs::CopyFile(source, target, false)) return true;
     code = platform::LastError();
   }
-  Raise(context, 80065, {target, source});
+  Raise(context, kErrCopyFailed, {target, source});
   SetSystemError(context, code);
   return false;
 }
 
 bool Rename(ExecContext* context, std::u16string_view from, std::u16string_view to) {
   if (from.empty() || to.empty()) {
-    Raise(context, 80059);
+    Raise(context, kErrEmptyName);
     return false;
   }
   if (!CheckName(context, from) || !CheckName(context, to)) return false;
@@ -250,7 +251,7 @@ bool Rename(ExecContext* context, std::u16string_view from, std::u16string_view 
 
 bool Delete(ExecContext* context, std::u16string_view name, int32_t options) {
   if (name.empty()) {
-    Raise(context, 80059);
+    Raise(context, kErrEmptyName);
     return false;
   }
   if (!CheckName(context, name)) return false;
@@ -288,19 +289,19 @@ int32_t MakeDir55(ExecContext* context, std::u16string_view path) { return MakeD
 
 bool RemoveDir(ExecContext* context, std::u16string_view path, int32_t options) {
   if (options & ~(frRecursive | frReadOnly)) {
-    Raise(context, 80404, {options});
+    Raise(context, kErrRemoveDirBadOption, {options});
     return false;
   }
   std::u16string dir(path.substr(0, path.find(u'*')));
   if (!CheckLength(context, dir)) return false;
   if (dir.empty() || !layer::IsDirectory(layer::Attributes(dir))) {
-    Raise(context, 80062, {dir});
+    Raise(context, kErrDirectoryNotFound, {dir});
     return false;
   }
   while (dir.size() > 1 && IsSeparator(dir.back())) dir.pop_back();
   if (!RemoveTree(context, dir, options & frRecursive, options & frReadOnly)) {
     const uint32_t code = platform::LastError();
-    Raise(context, 80063, {dir});
+    Raise(context, kErrCannotRemoveDirectory, {dir});
     SetSystemError(context, code);
     return false;
   }

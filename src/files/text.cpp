@@ -1,4 +1,5 @@
 // kp160std — whole-file text and temporary files.
+#include "abi/error_ids.h"
 #include "files/text.h"
 
 #include <cstring>
@@ -48,13 +49,13 @@ bool ReadWhole(ExecContext* context, std::u16string_view name, std::string* byte
     return false;
   }
   if (size >= 0xFFFFFFFFLL) {
-    Raise(context, 80041);
+    Raise(context, kErrNoMemoryForFile);
     return false;
   }
   try {
     bytes->assign(static_cast<size_t>(size), '\0');
   } catch (const std::bad_alloc&) {
-    Raise(context, 80041);
+    Raise(context, kErrNoMemoryForFile);
     return false;
   }
   uint32_t got = 0;

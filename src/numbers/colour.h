@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "abi/error_ids.h"
 #include "kp160std/abi.h"
 
 namespace kp::numbers {
@@ -32,8 +33,8 @@ struct HslValue {
 // The shared conversion behind the three Couleur… functions.
 HslValue ToHsl(uint32_t colour);
 
-constexpr int32_t kErrorHue = 80202;
-constexpr int32_t kErrorLightness = 80203;
-constexpr int32_t kErrorSaturation = 80204;
+constexpr int32_t kErrorHue = kErrBadHue;
+constexpr int32_t kErrorLightness = kErrBadLightness;
+constexpr int32_t kErrorSaturation = kErrBadSaturation;
 
 }  // namespace kp::numbers

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "abi/error_ids.h"
 #include "abi/value.h"
 #include "kp160std/abi.h"
 
@@ -27,7 +28,7 @@ void InitRandomSeed(ExecContext* context, int32_t seed);
 // The scaling of one generator value r (0..32767) to [0, n - 1], n >= 1.
 int32_t ScaledDraw(int32_t r, int32_t n);
 
-constexpr int32_t kErrorRandomBound = 80260;
-constexpr int32_t kErrorRandomBounds = 80210;
+constexpr int32_t kErrorRandomBound = kErrRandomBelowOne;
+constexpr int32_t kErrorRandomBounds = kErrBoundsReversed;
 
 }  // namespace kp::numbers

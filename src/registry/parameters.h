@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 
+#include "abi/error_ids.h"
 #include "abi/value.h"
 #include "abi/vm.h"
 #include "kp160std/abi.h"
@@ -30,9 +31,9 @@ namespace kp::registry {
 
 constexpr int32_t kParamRegistry = 0;
 constexpr int32_t kParamIni = 3;
-constexpr int32_t kErrUnknownMode = 80700;
-constexpr int32_t kErrEmptyParameterName = 80800;
-constexpr int32_t kWarnLargeIniFile = 81702;
+constexpr int32_t kErrUnknownMode = kErrUnknownParameterMode;
+constexpr int32_t kErrEmptyParameterName = kErrDeleteEmptyParameterName;
+constexpr int32_t kWarnLargeIniFile = kErrWarningLargeIni;
 
 // The INI forms of values and section names.
 std::u16string EncodeIniValue(std::u16string_view value);

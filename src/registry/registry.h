@@ -17,6 +17,7 @@
 #include <string>
 #include <string_view>
 
+#include "abi/error_ids.h"
 #include "abi/value.h"
 #include "kp160std/abi.h"
 #include "platform/registry.h"
@@ -24,10 +25,10 @@
 namespace kp::registry {
 
 // Error identifiers of the family.
-constexpr int32_t kErrCannotCreate = 80291;  // key cannot be created, value cannot be deleted
-constexpr int32_t kErrEmptyKey = 80292;      // empty key path to RegistreSupprimeClé
-constexpr int32_t kErrCannotWrite = 80293;   // key cannot be opened, value cannot be written
-constexpr int32_t kErrUnknownType = 80295;   // unknown type name of a typed write
+constexpr int32_t kErrCannotCreate = kErrRegistryCannotCreate;  // key cannot be created, value cannot be deleted
+constexpr int32_t kErrEmptyKey = kErrRegistryEmptyKeyPath;      // empty key path to RegistreSupprimeClé
+constexpr int32_t kErrCannotWrite = kErrRegistryCannotWrite;   // key cannot be opened, value cannot be written
+constexpr int32_t kErrUnknownType = kErrRegistryUnknownValueType;   // unknown type name of a typed write
 
 // The type's name ("REG_SZ", ...); empty for the codes that have none.
 std::u16string_view TypeName(uint32_t type);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "abi/error.h"
+#include "abi/error_ids.h"
 #include "abi/state.h"
 #include "platform/platform.h"
 #include "platform/process.h"
@@ -114,18 +115,18 @@ int32_t Run(ExecContext* context, std::u16string_view commandLine, int32_t windo
   // The window mode is accepted and ignored: no start-up information.
   const CommandLineParts parts = SplitCommandLine(commandLine);
   if (commandLine.size() > kMaxCommandLine || parts.program.size() > kMaxProgramPath) {
-    RaiseSystem(context, kErrCannotStart, win32::kFilenameExcedRange,
+    RaiseSystem(context, kErrCannotStartProgram, win32::kFilenameExcedRange,
                 {parts.program.substr(0, kMaxProgramPath), SystemText(win32::kFilenameExcedRange)});
     return 0;
   }
   if (!IsAbsolute(parts.program)) {
-    Raise(context, kErrNotAbsolute, {parts.program});
+    Raise(context, kErrPathNotAbsolute, {parts.program});
     return 0;
   }
   proc::Started started;
   if (!proc::CreateProcess(parts.program, parts.parameters, SplitWindowsArguments(parts.parameters), &started)) {
     const uint32_t code = platform::LastError();
-    RaiseSystem(context, kErrCannotStart, code, {parts.program, SystemText(code)});
+    RaiseSystem(context, kErrCannotStartProgram, code, {parts.program, SystemText(code)});
     return 0;
   }
   uint32_t exitCode = proc::kStillActive;
@@ -147,16 +148,16 @@ int32_t ShellErrorOf(uint32_t code) {
   switch (code) {
     case 2:
     case 3:
-    case 32: return kErrShellFileNotFound;
-    case 5: return kErrShellAccessDenied;
-    case 8: return kErrShellOutOfMemory;
-    case 11: return kErrShellBadFormat;
-    case 26: return kErrProcessQuery;
+    case 32: return kErrExecutableNotFound;
+    case 5: return kErrExecutableAccessDenied;
+    case 8: return kErrNoMemoryToStart;
+    case 11: return kErrNotExecutable;
+    case 26: return kErrStartSharingViolation;
     case 27:
-    case 31: return kErrShellNoAssociation;
+    case 31: return kErrNoAssociation;
     case 28:
     case 29:
-    case 30: return kErrShellDde;
+    case 30: return kErrDdeFailed;
     default: return 0;
   }
 }
@@ -193,7 +194,7 @@ bool IsRunning(ExecContext* context, int32_t processId) {
       proc::OpenProcess(proc::kProcessQueryInformation, static_cast<uint32_t>(processId));
   if (process == proc::kNoProcess) {
     const uint32_t code = platform::LastError();
-    if (code != win32::kInvalidParameter) RaiseSystem(context, kErrProcessQuery, code);
+    if (code != win32::kInvalidParameter) RaiseSystem(context, kErrStartSharingViolation, code);
     return false;
   }
   uint32_t exitCode = 0;
@@ -206,7 +207,7 @@ bool Terminate(ExecContext* context, int32_t processId) {
   const proc::ProcessHandle process =
       proc::OpenProcess(proc::kProcessTerminate | proc::kProcessQueryInformation, static_cast<uint32_t>(processId));
   if (process == proc::kNoProcess) {
-    RaiseSystem(context, kErrProcessCannotOpen, platform::LastError());
+    RaiseSystem(context, kErrCannotOpenProcess, platform::LastError());
     return false;
   }
   const bool ended = EndOpened(context, process);
@@ -286,7 +287,7 @@ std::u16string ListModules(ExecContext* context, int32_t processId, bool byEnume
     const proc::ProcessHandle process =
         proc::OpenProcess(proc::kProcessQueryInformation | proc::kProcessVmRead, static_cast<uint32_t>(processId));
     if (process == proc::kNoProcess) {
-      RaiseSystem(context, kErrProcessCannotOpen, platform::LastError());
+      RaiseSystem(context, kErrCannotOpenProcess, platform::LastError());
       return {};
     }
     std::vector<std::u16string> paths;
@@ -310,7 +311,7 @@ int32_t GetPID(ExecContext* context, int32_t kind) {
     case exePID: return static_cast<int32_t>(proc::CurrentProcessId());
     case exeParentPID: return static_cast<int32_t>(proc::ParentProcessId());
     case exeTID: return static_cast<int32_t>(proc::CurrentThreadId());
-    default: Raise(context, kErrUnknownIdKind, {kind}); return 0;
+    default: Raise(context, kErrUnknownIdentifierKind, {kind}); return 0;
   }
 }
 

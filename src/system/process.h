@@ -26,19 +26,6 @@ constexpr int32_t exeDontWait = 0, exeWait = 1, exeReturnValue = 2, exePID = 3;
 constexpr int32_t exeShortName = 0, exeLongName = 1, exeMemory = 4, exeMaxMemory = 5, exeParentPID = 6;
 constexpr int32_t exeTID = 7;
 
-constexpr int32_t kErrProcessListUnavailable = 80100;
-constexpr int32_t kErrProcessCannotOpen = 80101;
-constexpr int32_t kErrShellFileNotFound = 80102;
-constexpr int32_t kErrShellBadFormat = 80103;
-constexpr int32_t kErrShellAccessDenied = 80104;
-constexpr int32_t kErrShellNoAssociation = 80105;
-constexpr int32_t kErrShellDde = 80106;
-constexpr int32_t kErrShellOutOfMemory = 80107;
-constexpr int32_t kErrProcessQuery = 80108;  // also the shell's sharing violation
-constexpr int32_t kErrUnknownIdKind = 80110;
-constexpr int32_t kErrCannotStart = 80400;
-constexpr int32_t kErrNotAbsolute = 80600;
-
 // The longest command line LanceAppli takes, in characters: Windows's own
 // limit for a process's command line. A longer one starts nothing (80400
 // with system error 206), as does a program path beyond 260 characters.

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "abi/error.h"
+#include "abi/error_ids.h"
 #include "platform/codepage.h"
 #include "platform/http.h"
 #include "platform/platform.h"
@@ -36,7 +37,7 @@ std::u16string_view ApplicationName(std::u16string_view path) {
 }
 
 void ReportRead(ExecContext* context, std::u16string_view what, uint32_t code) {
-  Raise(context, kErrCannotRead, {what});
+  Raise(context, kErrCannotReadUpdateSettings, {what});
   SetSystemError(context, code);
 }
 
@@ -144,7 +145,7 @@ int32_t Available(ExecContext* context, std::u16string_view application) {
 std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string_view application) {
   if (parameter == kProtocol) return u"HTTP";
   if (parameter != kNetwork && parameter != kServer && parameter != kLocalVersion && parameter != kReferenceVersion) {
-    Raise(context, kErrUnknownParameter, {parameter});
+    Raise(context, kErrUnknownUpdateSetting, {parameter});
     return {};
   }
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
@@ -180,7 +181,7 @@ bool ChangeParameter(ExecContext* context, int32_t parameter, std::u16string_vie
                          : parameter == kLocalVersion ? u"VERSION"
                                                       : nullptr;
   if (!name) {
-    Raise(context, kErrUnchangeable, {parameter});
+    Raise(context, kErrUpdateSettingReadOnly, {parameter});
     return false;
   }
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
@@ -198,7 +199,7 @@ bool ChangeParameter(ExecContext* context, int32_t parameter, std::u16string_vie
   const uint32_t rc = reg::SetValue(key.get(), name, reg::kSz, reinterpret_cast<const uint8_t*>(value.data()),
                                     static_cast<uint32_t>(value.size()));
   if (rc) {
-    Raise(context, kErrCannotWrite, {SettingsKey(application)});
+    Raise(context, kErrCannotWriteUpdateSettings, {SettingsKey(application)});
     SetSystemError(context, rc);
     return false;
   }

@@ -18,11 +18,6 @@
 
 namespace kp::update {
 
-constexpr int32_t kErrUnknownParameter = 81631;  // AppliParamètre: no such parameter number
-constexpr int32_t kErrUnchangeable = 81632;      // AppliChangeParamètre: no such parameter number
-constexpr int32_t kErrCannotRead = 81633;        // a key, a value or the server's file cannot be read
-constexpr int32_t kErrCannotWrite = 81634;       // a value cannot be written
-
 // Parameter numbers.
 constexpr int32_t kNetwork = 1;           // "UPDATE_HTTP"
 constexpr int32_t kProtocol = 2;          // always "HTTP"

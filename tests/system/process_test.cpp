@@ -18,6 +18,7 @@
 #include <sstream>
 #include <thread>
 
+#include "abi/error_ids.h"
 #include "files/files_fixture.h"
 #include "platform/process.h"
 #include "support/deadline.h"
@@ -140,11 +141,11 @@ TEST_F(ProcessTest, RelativeOrOverlongProgramStartsNothing) {
   const std::u16string helper = Helper("bin/" + tag_);
   // Named without its directory it would be found by a search path: there is none.
   EXPECT_EQ(system::Run(ctx_, U(tag_) + u" exit 0", exeActive, exeReturnValue), 0);
-  EXPECT_EQ(ctx_.errorId(), kErrNotAbsolute);
+  EXPECT_EQ(ctx_.errorId(), kErrPathNotAbsolute);
   EXPECT_EQ(CountRunning(ctx_, helper), 0);
   ctx_.clearError();
   EXPECT_EQ(system::Run(ctx_, u"", exeActive, exeDontWait), 0);
-  EXPECT_EQ(ctx_.errorId(), kErrNotAbsolute);
+  EXPECT_EQ(ctx_.errorId(), kErrPathNotAbsolute);
   ctx_.clearError();
 
   // The bound: 32767 characters start, one more does not.
@@ -154,11 +155,11 @@ TEST_F(ProcessTest, RelativeOrOverlongProgramStartsNothing) {
   EXPECT_FALSE(ctx_.hasError());
   line.push_back(u'a');
   EXPECT_EQ(system::Run(ctx_, line, exeActive, exeReturnValue), 0);
-  EXPECT_EQ(ctx_.errorId(), kErrCannotStart);
+  EXPECT_EQ(ctx_.errorId(), kErrCannotStartProgram);
   EXPECT_EQ(ctx_.systemError(), 206u);
   ctx_.clearError();
   EXPECT_EQ(system::Run(ctx_, u"\\" + std::u16string(kMaxProgramPath, u'p') + u" x", exeActive, exeReturnValue), 0);
-  EXPECT_EQ(ctx_.errorId(), kErrCannotStart);
+  EXPECT_EQ(ctx_.errorId(), kErrCannotStartProgram);
   EXPECT_EQ(ctx_.systemError(), 206u);
 }
 
@@ -178,7 +179,7 @@ TEST_F(ProcessTest, ProgramsThatCannotStart) {
     }
     ctx_.clearError();
     EXPECT_EQ(system::Run(ctx_, u"\\" + U(relative) + u" a", exeActive, exeReturnValue), 0) << c.setup;
-    EXPECT_EQ(ctx_.errorId(), kErrCannotStart) << c.setup;
+    EXPECT_EQ(ctx_.errorId(), kErrCannotStartProgram) << c.setup;
     EXPECT_EQ(ctx_.systemError(), c.system) << c.setup;
     EXPECT_NE(Utf8(ctx_.message()).find(relative.substr(4)), std::string::npos) << Utf8(ctx_.message());
   }
@@ -346,7 +347,7 @@ TEST_F(ProcessTest, IdentifiersOutsideWhatTheCallerStarted) {
     EXPECT_FALSE(IsRunning(ctx_, id)) << id;
     EXPECT_FALSE(ctx_.hasError()) << id;
     EXPECT_FALSE(Terminate(ctx_, id)) << id;
-    EXPECT_EQ(ctx_.errorId(), kErrProcessCannotOpen) << id;
+    EXPECT_EQ(ctx_.errorId(), kErrCannotOpenProcess) << id;
     EXPECT_EQ(ctx_.systemError(), 87u) << id;
   }
   // The system's first process and this one run, and are never ended from here.
@@ -372,9 +373,9 @@ TEST_F(ProcessTest, AnotherUsersProcesses) {
       test::FakeContext ctx;
       int bits = 0;
       bits |= !IsRunning(ctx, owner) || ctx.hasError();
-      bits |= (Terminate(ctx, owner) || ctx.errorId() != kErrProcessCannotOpen || ctx.systemError() != 5) << 1;
+      bits |= (Terminate(ctx, owner) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 1;
       ctx.clearError();
-      bits |= (Terminate(ctx, 1) || ctx.errorId() != kErrProcessCannotOpen || ctx.systemError() != 5) << 2;
+      bits |= (Terminate(ctx, 1) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 2;
       const std::u16string ids = u"\r\n" + ListProcesses(ctx, std::vector<int32_t>{exePID}) + u"\r\n";
       bits |= (ids.find(u"\r\n" + U(std::to_string(owner)) + u"\r\n") != std::u16string::npos) << 3;
       bits |= (ids.find(u"\r\n" + U(std::to_string(getpid())) + u"\r\n") == std::u16string::npos) << 4;
@@ -484,7 +485,7 @@ TEST_F(ProcessTest, ModuleLists) {
 
   // No such process: the desktop way raises 80101, the device way gives an empty list.
   EXPECT_EQ(ListModules(ctx_, 0), u"");
-  EXPECT_EQ(ctx_.errorId(), kErrProcessCannotOpen);
+  EXPECT_EQ(ctx_.errorId(), kErrCannotOpenProcess);
   ctx_.clearError();
   EXPECT_EQ(ListModules(ctx_, -1, false), u"");
   EXPECT_FALSE(ctx_.hasError());
@@ -499,7 +500,7 @@ TEST(ProcessIds, OwnIdentifiers) {
   for (int32_t kind : {5, 0, -1, 4}) {
     ctx.clearError();
     EXPECT_EQ(GetPID(ctx, kind), 0);
-    EXPECT_EQ(ctx.errorId(), kErrUnknownIdKind);
+    EXPECT_EQ(ctx.errorId(), kErrUnknownIdentifierKind);
     EXPECT_NE(Utf8(ctx.message()).find("<" + std::to_string(kind) + ">"), std::string::npos);
   }
 }
@@ -507,19 +508,19 @@ TEST(ProcessIds, OwnIdentifiers) {
 TEST(ShellCodes, EachCodeItsError) {
   const std::pair<uint32_t, int32_t> table[] = {{0, 0},
                                                 {1, 0},
-                                                {2, kErrShellFileNotFound},
-                                                {3, kErrShellFileNotFound},
+                                                {2, kErrExecutableNotFound},
+                                                {3, kErrExecutableNotFound},
                                                 {4, 0},
-                                                {5, kErrShellAccessDenied},
-                                                {8, kErrShellOutOfMemory},
-                                                {11, kErrShellBadFormat},
-                                                {26, kErrProcessQuery},
-                                                {27, kErrShellNoAssociation},
-                                                {31, kErrShellNoAssociation},
-                                                {28, kErrShellDde},
-                                                {29, kErrShellDde},
-                                                {30, kErrShellDde},
-                                                {32, kErrShellFileNotFound},
+                                                {5, kErrExecutableAccessDenied},
+                                                {8, kErrNoMemoryToStart},
+                                                {11, kErrNotExecutable},
+                                                {26, kErrStartSharingViolation},
+                                                {27, kErrNoAssociation},
+                                                {31, kErrNoAssociation},
+                                                {28, kErrDdeFailed},
+                                                {29, kErrDdeFailed},
+                                                {30, kErrDdeFailed},
+                                                {32, kErrExecutableNotFound},
                                                 {12, 0}};
   for (const auto& [code, error] : table) EXPECT_EQ(ShellErrorOf(code), error) << code;
 }
@@ -532,13 +533,13 @@ TEST_F(ProcessTest, ShellExecution) {
   EXPECT_FALSE(ctx_.hasError());
   PutFile("docs/" + tag_ + ".txt", "text");
   EXPECT_FALSE(ShellExecute(ctx_, u"\\docs\\" + U(tag_) + u".txt", {}));
-  EXPECT_EQ(ctx_.errorId(), kErrShellNoAssociation);
+  EXPECT_EQ(ctx_.errorId(), kErrNoAssociation);
   ctx_.clearError();
   EXPECT_FALSE(ShellExecute(ctx_, u"\\docs\\missing.txt", u"open"));
-  EXPECT_EQ(ctx_.errorId(), kErrShellFileNotFound);
+  EXPECT_EQ(ctx_.errorId(), kErrExecutableNotFound);
   ctx_.clearError();
   EXPECT_FALSE(ShellExecute(ctx_, helper, u"print"));
-  EXPECT_EQ(ctx_.errorId(), kErrShellNoAssociation);
+  EXPECT_EQ(ctx_.errorId(), kErrNoAssociation);
 }
 
 TEST_F(ProcessTest, HostProgramsWithTheNativeRoot) {

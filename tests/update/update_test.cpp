@@ -15,6 +15,7 @@
 #include <regex>
 #include <sstream>
 
+#include "abi/error_ids.h"
 #include "platform/registry.h"
 #include "support/loopback_server.h"
 #include "registry/registry_fixture.h"
@@ -105,7 +106,7 @@ TEST_F(Update, EveryWayTheServerCanAnswer) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(update::Available(ctx_, kApp), 0);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5)) << "past the time limit";
-    EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);
+    EXPECT_EQ(ctx_.errorId(), kErrCannotReadUpdateSettings);
     if (f.system) EXPECT_EQ(ctx_.systemError(), f.system);
     EXPECT_NE(ctx_.systemError(), 0u);
     EXPECT_NE(ctx_.message().find(u"VERSION.KX"), std::u16string::npos) << "the location is named";
@@ -137,7 +138,7 @@ TEST_F(Update, BadLocationsFailClearly) {
     Settings(1, url, u"1");
     ctx_.clearError();
     EXPECT_EQ(update::Available(ctx_, kApp), 0);
-    EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);
+    EXPECT_EQ(ctx_.errorId(), kErrCannotReadUpdateSettings);
     EXPECT_NE(ctx_.systemError(), 0u);
   }
 }
@@ -146,14 +147,14 @@ TEST_F(Update, ParametersReadAndChanged) {
   EXPECT_EQ(update::Parameter(ctx_, update::kProtocol, kApp), u"HTTP");  // no key needed
   EXPECT_FALSE(ctx_.hasError());
   EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), u"");
-  EXPECT_EQ(ctx_.errorId(), update::kErrCannotRead);  // no settings key
+  EXPECT_EQ(ctx_.errorId(), kErrCannotReadUpdateSettings);  // no settings key
   EXPECT_NE(ctx_.message().find(u"APPLI\\App"), std::u16string::npos);
   ctx_.clearError();
   EXPECT_EQ(update::Parameter(ctx_, 4, kApp), u"");
-  EXPECT_EQ(ctx_.errorId(), update::kErrUnknownParameter);
+  EXPECT_EQ(ctx_.errorId(), kErrUnknownUpdateSetting);
   ctx_.clearError();
   EXPECT_FALSE(update::ChangeParameter(ctx_, 2, u"x", kApp));
-  EXPECT_EQ(ctx_.errorId(), update::kErrUnchangeable);
+  EXPECT_EQ(ctx_.errorId(), kErrUpdateSettingReadOnly);
   // Kept on purpose: half of the text's bytes are stored.
   ASSERT_TRUE(update::ChangeParameter(ctx_, update::kServer, u"abcd", kApp));
   EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), u"ab");
