@@ -92,13 +92,12 @@ std::optional<DateParts> DateFromDayNumber(int64_t n) {
   return DateParts{static_cast<int32_t>(year), month, static_cast<int32_t>(offset + 1)};
 }
 
-int32_t RawWeekdayIndex(int32_t n) {
-  // 32-bit wrap-around, as the device computed it.
-  const auto shifted = static_cast<int32_t>(static_cast<uint32_t>(n) + static_cast<uint32_t>(kOrigin));
-  return shifted % 7;
+int32_t RawWeekdayIndex(int64_t n) {
+  // Each term reduced first: the sum cannot overflow, whatever n is.
+  return static_cast<int32_t>(((n % 7) + kOrigin % 7 + 7) % 7);
 }
 
-int32_t DayOfWeek(int32_t n) {
+int32_t DayOfWeek(int64_t n) {
   const int32_t r = RawWeekdayIndex(n);
   return r == 0 ? 7 : r;
 }

@@ -165,8 +165,10 @@ TEST(DateNames, SourcesAndRawIndex) {
   EXPECT_EQ(IntegerToMonthInAlpha(c, 1), u"janvier");
   EXPECT_EQ(DateToMonthInAlpha(c, u"20240815"), u"août");
   EXPECT_EQ(DateToDayInAlpha(c, u"20240315"), u"vendredi");
-  // Below the origin the raw index is negative: no name.
-  EXPECT_EQ(IntegerToDayInAlpha(c, -657072), u"");
+  // Any integer gives a name, below the origin and at both ends too.
+  EXPECT_EQ(IntegerToDayInAlpha(c, -657072), u"samedi");
+  EXPECT_EQ(IntegerToDayInAlpha(c, INT32_MIN), u"dimanche");
+  EXPECT_EQ(IntegerToDayInAlpha(c, INT32_MAX), u"mercredi");
   English(c);
   EXPECT_EQ(IntegerToDayInAlpha(c, 1), u"Wednesday");
   // Without lists: the VM's messages, else the library's table.
