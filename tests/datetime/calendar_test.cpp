@@ -5,7 +5,9 @@
 #include <chrono>
 #include <cstdint>
 
+#include "datetime/arithmetic.h"
 #include "datetime/calendar.h"
+#include "datetime/names.h"
 #include "datetime/values.h"
 #include "support/fake_context.h"
 
@@ -153,6 +155,34 @@ TEST(DateValues, DayOfYearAndParts) {
   EXPECT_EQ(IntegerToDate(c, 31, u"day"), u"31");
   EXPECT_EQ(IntegerToDate(c, 1, u"x"), u"18000101");
   EXPECT_EQ(DateToDay(c, u"20240315"), 5);  // a Friday
+}
+
+// The functions built on DateVersEntier give their own failure value on an
+// invalid date, with the date's error; day -1 itself is a date.
+TEST(DateValues, CompositionsFailOnAnInvalidDate) {
+  struct Case {
+    const char* what;
+    int32_t error;
+    bool (*failed)(ExecContext*);
+  } cases[] = {
+      {"week of \"\"", 80121, [](ExecContext* c) { return DateToWeekNumber(c, u"") == -1; }},
+      {"day of \"2024\"", 80121, [](ExecContext* c) { return DateToDay(c, u"2024") == -1; }},
+      {"day name of \"2024\"", 80121, [](ExecContext* c) { return DateToDayInAlpha(c, u"2024").empty(); }},
+      {"month name of \"x\"", 80121, [](ExecContext* c) { return DateToMonthInAlpha(c, u"x").empty(); }},
+      {"week of 29 February 1900", 80127, [](ExecContext* c) { return DateToWeekNumber(c, u"19000229") == -1; }},
+      {"day of 30 February", 80126, [](ExecContext* c) { return DateToDay(c, u"20240230") == -1; }},
+  };
+  for (const auto& k : cases) {
+    FakeContext c;
+    EXPECT_TRUE(k.failed(c)) << k.what;
+    EXPECT_EQ(c.errorId(), k.error) << k.what;
+  }
+  FakeContext c;
+  EXPECT_EQ(DateToDay(c, u"17991230"), 1);  // day -1, a Monday
+  EXPECT_EQ(DateToDayInAlpha(c, u"17991230"), u"lundi");
+  EXPECT_EQ(DateToMonthInAlpha(c, u"17991230"), u"décembre");
+  EXPECT_EQ(DateToWeekNumber(c, u"17991230"), 53);
+  EXPECT_FALSE(c.hasError());
 }
 
 TEST(TimeValues, ParsingRules) {
