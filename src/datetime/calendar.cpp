@@ -79,6 +79,9 @@ std::optional<DateParts> DateFromDayNumber(int64_t n) {
     if (first <= n) break;
     --year;
   }
+  // A year beyond four digits has no date string ("%04d" would give 9 or
+  // more characters): unconvertible, like a negative year.
+  if (year > 9999) return std::nullopt;
   // The Julian correction entered only through 1 January: the month walk
   // below ignores it, so early dates need not round-trip. The walk also
   // stops at December, so an estimate one year short (it happens in the

@@ -46,7 +46,8 @@ int32_t MonthLength(int64_t year, int32_t month);
 bool ParseDate(std::u16string_view text, DateParts& out, ExecContext* report);
 // Day number; nullopt when y < 0 or the day does not exist in the month.
 std::optional<int64_t> DayNumber(int32_t day, int32_t month, int64_t year);
-// The inverse; nullopt when the walk back reaches a negative year.
+// The inverse; nullopt when the walk back reaches a negative year or the
+// year is above 9999.
 std::optional<DateParts> DateFromDayNumber(int64_t n);
 // 1 = Monday .. 7 = Sunday, for any integer.
 int32_t DayOfWeek(int64_t n);

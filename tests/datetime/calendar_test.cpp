@@ -185,6 +185,29 @@ TEST(DateValues, CompositionsFailOnAnInvalidDate) {
   EXPECT_FALSE(c.hasError());
 }
 
+// The last day with a four-digit year is 31 December 9999; past it a day
+// number is unconvertible for every function that needs its date.
+TEST(DateValues, YearsBeyondFourDigitsAreUnconvertible) {
+  FakeContext c;
+  EXPECT_EQ(IntegerToDate(c, 2994988, {}), u"99991231");
+  EXPECT_EQ(IntegerToDate(c, 2994988, u"A"), u"9999");
+  EXPECT_EQ(IntegerToWeekNumber(c, 2994988), 52);
+  EXPECT_FALSE(c.hasError());
+  for (const int32_t n : {2994989, 3000000, 365 * 100000, INT32_MAX}) {
+    FakeContext e;
+    EXPECT_EQ(IntegerToDate(e, n, {}), u"") << n;
+    EXPECT_EQ(e.errorId(), 80132) << n;
+    FakeContext part;
+    EXPECT_EQ(IntegerToDate(part, n, u"j"), u"") << n;
+    EXPECT_EQ(part.errorId(), 80132) << n;
+    FakeContext week;
+    EXPECT_EQ(IntegerToWeekNumber(week, n), -1) << n;
+    EXPECT_EQ(week.errorId(), 80132) << n;
+    EXPECT_EQ(IntegerToMonthInAlpha(c, n), u"") << n;
+  }
+  EXPECT_FALSE(c.hasError());
+}
+
 TEST(TimeValues, ParsingRules) {
   FakeContext c;
   EXPECT_EQ(TimeToInteger(c, u""), 0);
