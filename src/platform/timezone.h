@@ -44,9 +44,9 @@ struct ZoneTransition {
 // Biases in minutes with Win32's sign: universal = local + bias.
 struct ZoneRecord {
   int32_t bias = 0;
-  int32_t standardBias = 0;  // added to `bias` in standard time
-  int32_t daylightBias = 0;  // added to `bias` in daylight time
-  bool daylight = false;     // false: the zone has no daylight rule
+  int32_t standardBias = 0;      // added to `bias` in standard time
+  int32_t daylightBias = 0;      // added to `bias` in daylight time
+  bool daylight = false;         // false: the zone has no daylight rule
   ZoneTransition daylightStart;  // judged in standard time
   ZoneTransition standardStart;  // judged in daylight time
 };

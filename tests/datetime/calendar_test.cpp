@@ -51,9 +51,9 @@ TEST(DateCore, GregorianRangeAgreesWithChronoEveryDay) {
 // The weekday of any integer, even far below the origin and at the ends of
 // both integer widths, against the floor remainder computed in 128 bits.
 TEST(DateCore, WeekdayOfAnyInteger) {
-  const int64_t samples[] = {INT64_MIN,     INT64_MIN + 1, INT32_MIN, INT32_MIN + 1, -657078, -657072, -657071,
-                             -657070,       -1,            0,         1,             2,       INT32_MAX - 1,
-                             INT32_MAX,     INT64_MAX - 6, INT64_MAX};
+  const int64_t samples[] = {
+      INT64_MIN, INT64_MIN + 1, INT32_MIN, INT32_MIN + 1, -657078,  -657072, -657071, -657070, -1, 0, 1,
+      2,         INT32_MAX - 1, INT32_MAX, INT64_MAX - 6, INT64_MAX};
   for (const int64_t n : samples) {
     const auto r = static_cast<int32_t>((((static_cast<__int128>(n) + 657071) % 7) + 7) % 7);
     EXPECT_EQ(RawWeekdayIndex(n), r) << n;

@@ -32,8 +32,10 @@ class Zone : public ::testing::Test {
     saved_ = tz ? std::optional<std::string>(tz) : std::nullopt;
   }
   void TearDown() override {
-    if (saved_) setenv("TZ", saved_->c_str(), 1);
-    else unsetenv("TZ");
+    if (saved_)
+      setenv("TZ", saved_->c_str(), 1);
+    else
+      unsetenv("TZ");
     tzset();
     if (!dir_.empty()) std::filesystem::remove_all(dir_);
   }
@@ -99,8 +101,8 @@ TEST(ZoneRule, FormsOfThePosixRule) {
   EXPECT_EQ(bare->standardStart.month, 11);
 
   for (const char* bad : {"", "E5", "EST", "EST5EDT,M3.2.0", "EST5EDT,M13.1.0,M11.1.0", "EST5EDT,M3.6.0,M11.1.0",
-                          "EST5EDT,M3.2.7,M11.1.0", "EST5EDT,J0,J365", "EST5EDT,0,366", "EST25", "<AB>5",
-                          "<ABC5", "EST5EDT,M3.2.0,M11.1.0x", "EST5EDT,M3.2.0/168,M11.1.0", "EST5:60"})
+                          "EST5EDT,M3.2.7,M11.1.0", "EST5EDT,J0,J365", "EST5EDT,0,366", "EST25", "<AB>5", "<ABC5",
+                          "EST5EDT,M3.2.0,M11.1.0x", "EST5EDT,M3.2.0/168,M11.1.0", "EST5:60"})
     EXPECT_FALSE(ParsePosixZoneRule(bad)) << bad;
 }
 
@@ -113,8 +115,7 @@ std::string Tzif(char version, int32_t lastOffset, const std::string& footer) {
   };
   auto header = [&](char v) {
     // isut, isstd, leap, transitions, types, chars
-    return std::string("TZif") + v + std::string(15, '\0') + be32(0) + be32(0) + be32(0) + be32(1) + be32(2) +
-           be32(4);
+    return std::string("TZif") + v + std::string(15, '\0') + be32(0) + be32(0) + be32(0) + be32(1) + be32(2) + be32(4);
   };
   const std::string types = be32(static_cast<uint32_t>(-18000)) + std::string{0, 0} +
                             be32(static_cast<uint32_t>(lastOffset)) + std::string{0, 0} + std::string("LMT", 4);
@@ -213,8 +214,8 @@ TEST_F(Zone, AgreesWithPythonZoneinfo) {
   EXPECT_FALSE(c.hasError());
 }
 
-// Every 97 hours (and 17 minutes: every hour of the day comes round) from 1700 to 2100 in real zones, both ways, against the C
-// library 400 years later.
+// Every 97 hours and 17 minutes (so every hour of the day comes round) from
+// 1700 to 2100 in real zones, both ways, against the C library 400 years on.
 TEST_F(Zone, EveryYearLikeTheRuleOfTheFooter) {
   constexpr int64_t k400Years = int64_t{146097} * 86400;
   int compared = 0;
@@ -246,8 +247,8 @@ TEST_F(Zone, EveryYearLikeTheRuleOfTheFooter) {
       localtime_r(&early, &before);
       localtime_r(&late, &after);
       if (before.tm_gmtoff != local.tm_gmtoff || after.tm_gmtoff != local.tm_gmtoff) continue;
-      const int64_t back = At(local.tm_year + 1900 - 400, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                              local.tm_min, local.tm_sec);
+      const int64_t back =
+          At(local.tm_year + 1900 - 400, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
       char universal[80];
       std::snprintf(universal, sizeof universal, "%04d%02d%02d%02d%02d%02d000", utc.tm_year + 1900 - 400,
                     utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);

@@ -44,8 +44,7 @@ int64_t TransitionDay(const ZoneTransition& t, int64_t y) {
       if (Leap(y) && n >= 60) ++n;  // 29 February is not counted
       return CivilDays(y, 1, 1) + n - 1;
     }
-    case ZoneTransition::Form::kDayOfYear:
-      return CivilDays(y, 1, 1) + (t.day < 0 ? 0 : t.day > 365 ? 365 : t.day);
+    case ZoneTransition::Form::kDayOfYear: return CivilDays(y, 1, 1) + (t.day < 0 ? 0 : t.day > 365 ? 365 : t.day);
     case ZoneTransition::Form::kDate: {
       const int32_t length = MonthDays(y, month);
       return CivilDays(y, month, t.day < 1 ? 1 : t.day > length ? length : t.day);
@@ -78,8 +77,8 @@ int32_t ZoneBiasAt(const ZoneRecord& zone, const SystemTime& t, bool asUniversal
 }
 
 std::optional<int32_t> ZoneBias(const SystemTime& t, bool asUniversal) {
-  if (t.year < 1601 || t.month < 1 || t.month > 12 || t.day < 1 || t.day > MonthDays(t.year, t.month) ||
-      t.hour > 23 || t.minute > 59 || t.second > 59 || t.milliseconds > 999) {
+  if (t.year < 1601 || t.month < 1 || t.month > 12 || t.day < 1 || t.day > MonthDays(t.year, t.month) || t.hour > 23 ||
+      t.minute > 59 || t.second > 59 || t.milliseconds > 999) {
     SetLastError(win32::kInvalidParameter);
     return std::nullopt;
   }

@@ -17,8 +17,8 @@
 
 #include "platform/platform.h"
 #include "platform/posix/broken_down_time.h"
-#include "platform/timezone.h"
 #include "platform/posix/device.h"
+#include "platform/timezone.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform {

@@ -95,8 +95,10 @@ class RuleReader {
   // [+-]hh[:mm[:ss]] in seconds, hours at most `maxHours`.
   bool Duration(int32_t maxHours, int32_t& seconds) {
     bool negative = false;
-    if (Next('-')) negative = true;
-    else Next('+');
+    if (Next('-'))
+      negative = true;
+    else
+      Next('+');
     int32_t h = 0, m = 0, s = 0;
     if (!Number(3, maxHours, h)) return false;
     if (Next(':')) {
@@ -116,8 +118,8 @@ class RuleReader {
       if (!Number(3, 365, t.day) || t.day < 1) return false;
     } else if (Next('M')) {
       t.form = Form::kWeekOfMonth;
-      if (!Number(2, 12, t.month) || t.month < 1 || !Next('.') || !Number(1, 5, t.week) || t.week < 1 ||
-          !Next('.') || !Number(1, 6, t.weekday))
+      if (!Number(2, 12, t.month) || t.month < 1 || !Next('.') || !Number(1, 5, t.week) || t.week < 1 || !Next('.') ||
+          !Number(1, 6, t.weekday))
         return false;
     } else {
       t.form = Form::kDayOfYear;
