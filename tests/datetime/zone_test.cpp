@@ -4,6 +4,7 @@
 // library's own answer for Y + 400 (same calendar, beyond the zone's
 // history, where it applies the rule of the file's footer too).
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -15,6 +16,7 @@
 
 #include "datetime/arithmetic.h"
 #include "platform/timezone.h"
+#include "support/deadline.h"
 #include "support/fake_context.h"
 
 namespace kp::datetime {
@@ -165,6 +167,20 @@ TEST_F(Zone, CurrentRuleAppliesToPastYears) {
     Use("America/New_York");
     EXPECT_EQ(DateTimeUTCToLocal(c, At(2006, 3, 20, 12, 0)), u"20060320080000000");
   }
+}
+
+// A $TZ naming a FIFO is no zone file: universal time, without waiting for
+// a writer.
+TEST_F(Zone, FifoIsNoZoneFile) {
+  const std::string fifo = Write("fifo-base", "") + "-fifo";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  // Not Use(): the C library's tzset() itself would wait on the FIFO.
+  setenv("TZ", (":" + fifo).c_str(), 1);
+  FakeContext c;
+  const auto local = test::WithinSeconds(5, "reading a FIFO as a zone", [&] {
+    return DateTimeUTCToLocal(c, At(2024, 7, 1, 12, 0));
+  });
+  EXPECT_EQ(local, u"20240701120000000");
 }
 
 TEST_F(Zone, DaylightAllYearAndAcrossTheNewYear) {

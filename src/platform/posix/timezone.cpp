@@ -158,7 +158,8 @@ constexpr off_t kMaxZoneFile = 1 << 20;
 
 // The whole of a regular file of at most 1 MiB; nullopt otherwise.
 std::optional<std::string> ReadZoneFile(const std::string& path) {
-  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Not blocking: $TZ may name a FIFO, which is then refused as no regular file.
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
   struct stat st {};
   std::optional<std::string> out;
