@@ -1,13 +1,17 @@
 // The date conversions beside anchors in the same run: std::chrono's civil
-// calendar for day numbers, snprintf for masked formatting. The library's
-// figures include its validity checks and UTF-16 results.
+// calendar for day numbers, snprintf for masked formatting, the C library's
+// localtime_r for universal to local time. The library's figures include its
+// validity checks and UTF-16 results.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
+#include "datetime/arithmetic.h"
 #include "datetime/calendar.h"
 #include "datetime/format.h"
 #include "datetime/values.h"
@@ -123,5 +127,39 @@ void DateToStringMaskNames(benchmark::State& state) {
   }
 }
 BENCHMARK(DateToStringMaskNames);
+
+// Universal to local time in a zone with daylight saving, instants spread
+// over 2024 (the zone record is read once and cached).
+void UTCToLocal(benchmark::State& state) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  std::vector<int64_t> moments;
+  for (int i = 0; i < kCount; ++i) {
+    const auto d = year_month_day{sys_days{year{2024} / January / 1} + days{i * 367 % 366}};
+    moments.push_back(kp::datetime::Pack({static_cast<uint8_t>(static_cast<unsigned>(d.day())),
+                                          static_cast<uint8_t>(static_cast<unsigned>(d.month())), 2024,
+                                          static_cast<uint32_t>(i * 84331 % 86400000)}));
+  }
+  size_t i = 0;
+  for (auto _ : state) benchmark::DoNotOptimize(kp::datetime::DateTimeUTCToLocal(nullptr, moments[i++ & (kCount - 1)]));
+}
+BENCHMARK(UTCToLocal);
+
+void UTCToLocal_AnchorLocaltime(benchmark::State& state) {
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  std::vector<time_t> moments;
+  for (int i = 0; i < kCount; ++i) moments.push_back(1704067200 + static_cast<time_t>(i) * 30817);
+  size_t i = 0;
+  for (auto _ : state) {
+    tm local{};
+    localtime_r(&moments[i++ & (kCount - 1)], &local);
+    char text[40];
+    const int n = std::snprintf(text, sizeof text, "%04d%02d%02d%02d%02d%02d%03d", local.tm_year + 1900,
+                                local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, 0);
+    benchmark::DoNotOptimize(Widen(text, n));
+  }
+}
+BENCHMARK(UTCToLocal_AnchorLocaltime);
 
 }  // namespace

@@ -60,7 +60,8 @@ struct ErrorState {
   uint32_t systemError = 0;
   std::u16string systemText;
   std::u16string module;
-  bool present() const { return level != 1 || id != 0 || !message.empty(); }
+  // A system error alone (a failed clock change) is an error too.
+  bool present() const { return level != 1 || id != 0 || !message.empty() || systemError != 0; }
 };
 
 struct SyntaxInfo {

@@ -169,9 +169,9 @@ int32_t IntegerToWeekNumber(ExecContext* context, int32_t n) {
   return Week(n, d->year);
 }
 
-// A plain composition: an invalid date reports its error, then day -1 counts.
 int32_t DateToWeekNumber(ExecContext* context, std::u16string_view date) {
-  return IntegerToWeekNumber(context, DateToInteger(context, date, 0));
+  const auto n = DateDayNumber(context, date);
+  return n ? IntegerToWeekNumber(context, *n) : -1;
 }
 
 std::u16string Easter(ExecContext*, int32_t year) {

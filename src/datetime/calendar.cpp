@@ -79,6 +79,9 @@ std::optional<DateParts> DateFromDayNumber(int64_t n) {
     if (first <= n) break;
     --year;
   }
+  // A year beyond four digits has no date string ("%04d" would give 9 or
+  // more characters): unconvertible, like a negative year.
+  if (year > 9999) return std::nullopt;
   // The Julian correction entered only through 1 January: the month walk
   // below ignores it, so early dates need not round-trip. The walk also
   // stops at December, so an estimate one year short (it happens in the
@@ -92,13 +95,12 @@ std::optional<DateParts> DateFromDayNumber(int64_t n) {
   return DateParts{static_cast<int32_t>(year), month, static_cast<int32_t>(offset + 1)};
 }
 
-int32_t RawWeekdayIndex(int32_t n) {
-  // 32-bit wrap-around, as the device computed it.
-  const auto shifted = static_cast<int32_t>(static_cast<uint32_t>(n) + static_cast<uint32_t>(kOrigin));
-  return shifted % 7;
+int32_t RawWeekdayIndex(int64_t n) {
+  // Each term reduced first: the sum cannot overflow, whatever n is.
+  return static_cast<int32_t>(((n % 7) + kOrigin % 7 + 7) % 7);
 }
 
-int32_t DayOfWeek(int32_t n) {
+int32_t DayOfWeek(int64_t n) {
   const int32_t r = RawWeekdayIndex(n);
   return r == 0 ? 7 : r;
 }

@@ -46,13 +46,14 @@ int32_t MonthLength(int64_t year, int32_t month);
 bool ParseDate(std::u16string_view text, DateParts& out, ExecContext* report);
 // Day number; nullopt when y < 0 or the day does not exist in the month.
 std::optional<int64_t> DayNumber(int32_t day, int32_t month, int64_t year);
-// The inverse; nullopt when the walk back reaches a negative year.
+// The inverse; nullopt when the walk back reaches a negative year or the
+// year is above 9999.
 std::optional<DateParts> DateFromDayNumber(int64_t n);
-// 1 = Monday .. 7 = Sunday, computed with 32-bit wrap-around as the device did.
-int32_t DayOfWeek(int32_t n);
-// (n + origin) mod 7 with C's remainder: 0 = Sunday .. 6 = Saturday, negative
-// below the origin.
-int32_t RawWeekdayIndex(int32_t n);
+// 1 = Monday .. 7 = Sunday, for any integer.
+int32_t DayOfWeek(int64_t n);
+// (n + origin) mod 7, the remainder taken non-negative: 0 = Sunday ..
+// 6 = Saturday, for any integer.
+int32_t RawWeekdayIndex(int64_t n);
 
 // --- the second core (difference functions only) --------------------------
 bool ParseDateForDifference(std::u16string_view text, DateParts& out);

@@ -49,7 +49,7 @@ std::u16string DateToString(ExecContext* context, std::u16string_view date, std:
     if (!ParseDate(date, d, nullptr)) return {};
     std::u16string system = platform::SystemDateMask();
     if (system.empty()) system = u"JJ/MM/AAAA";
-    return FormatDateMask(context, d, system);
+    return FormatDateMask(context, d, system, true);
   }
   if (date.empty()) return {};
   if (!ParseDate(date, d, context)) return {};

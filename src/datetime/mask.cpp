@@ -43,7 +43,11 @@ size_t Quoted(std::u16string_view mask, size_t i, std::vector<Token>& out) {
   return stop + (close == std::u16string_view::npos ? 0 : 1);
 }
 
-std::vector<Token> DateTokens(std::u16string_view mask) {
+// `singleLetters`: "J", "D" and "M" alone are one-or-two-digit fields, as in
+// the device's own date formats. In a program's mask they are plain text, as
+// any letter outside a token is ("Date: JJ/MM/AAAA"): a lone letter cannot
+// be told from ordinary words.
+std::vector<Token> DateTokens(std::u16string_view mask, bool singleLetters) {
   std::vector<Token> out;
   for (size_t i = 0; i < mask.size();) {
     const char16_t c = mask[i];
@@ -62,6 +66,11 @@ std::vector<Token> DateTokens(std::u16string_view mask) {
       }
       const size_t run = Run(mask, i, 4);
       const int width = run >= 4 ? 4 : static_cast<int>(run);
+      if (width == 1 && !singleLetters) {
+        out.push_back({Kind::Literal, 0, Case::AsGiven, mask.substr(i, 1)});
+        ++i;
+        continue;
+      }
       if (width >= 3)
         out.push_back({month ? Kind::MonthName : Kind::DayName, width, Case::AsGiven, {}});
       else
@@ -189,10 +198,11 @@ bool Numeric(Kind k) { return k != Kind::Literal && k != Kind::DayName && k != K
 
 }  // namespace
 
-std::u16string FormatDateMask(ExecContext* context, const DateParts& date, std::u16string_view mask) {
+std::u16string FormatDateMask(ExecContext* context, const DateParts& date, std::u16string_view mask,
+                              bool deviceFormat) {
   std::u16string out;
   out.reserve(mask.size() + 8);
-  for (const Token& t : DateTokens(mask)) {
+  for (const Token& t : DateTokens(mask, deviceFormat)) {
     switch (t.kind) {
       case Kind::Literal: out += t.text; break;
       case Kind::Day: AppendNumber(out, static_cast<uint64_t>(date.day), t.width); break;
@@ -218,8 +228,9 @@ std::u16string FormatDateMask(ExecContext* context, const DateParts& date, std::
   return out;
 }
 
-std::optional<DateParts> ParseDateMask(ExecContext* context, std::u16string_view text, std::u16string_view mask) {
-  const auto tokens = DateTokens(mask);
+std::optional<DateParts> ParseDateMask(ExecContext* context, std::u16string_view text, std::u16string_view mask,
+                                       bool deviceFormat) {
+  const auto tokens = DateTokens(mask, deviceFormat);
   DateParts d{-1, -1, -1};
   std::vector<std::u16string> days, months;
   size_t pos = 0;

@@ -2,8 +2,10 @@
 //
 // A mask is literal text with tokens (upper-case letters; see
 // docs/datetime.md for the full list):
-//   dates      J/D  JJ/DD  JJJ/DDD  JJJJ/DDDD  (Jjj, Jjjj: capitalised name)
-//              M  MM  MMM  MMMM  (Mmm, Mmmm)   AA/YY  AAAA/YYYY
+//   dates      JJ/DD  JJJ/DDD  JJJJ/DDDD  (Jjj, Jjjj: capitalised name)
+//              MM  MMM  MMMM  (Mmm, Mmmm)   AA/YY  AAAA/YYYY
+//              and, in the device's own formats only, J/D and M (one or
+//              two digits); elsewhere a lone letter is text
 //   durations  J.. D.. (days)  H.. (hours)  M.. (minutes)  S.. (seconds)
 //              CC (hundredths)  LLL (milliseconds)
 // Text between single quotes is literal. Names come from the language object
@@ -21,10 +23,14 @@
 
 namespace kp::datetime {
 
-std::u16string FormatDateMask(ExecContext* context, const DateParts& date, std::u16string_view mask);
+// `deviceFormat`: the mask is the device's date format (SystemDateMask),
+// whose single letters are fields too.
+std::u16string FormatDateMask(ExecContext* context, const DateParts& date, std::u16string_view mask,
+                              bool deviceFormat = false);
 // The date read from `text`; nullopt when the text does not follow the mask
 // or the date it gives does not exist.
-std::optional<DateParts> ParseDateMask(ExecContext* context, std::u16string_view text, std::u16string_view mask);
+std::optional<DateParts> ParseDateMask(ExecContext* context, std::u16string_view text, std::u16string_view mask,
+                                       bool deviceFormat = false);
 
 std::u16string FormatDurationMask(int64_t milliseconds, std::u16string_view mask);
 std::optional<int64_t> ParseDurationMask(std::u16string_view text, std::u16string_view mask);

@@ -88,10 +88,9 @@ std::u16string ShortMonthName(ExecContext* context, int32_t month) {
 
 std::u16string IntegerToDayInAlpha(ExecContext* context, int32_t n) { return DayName(context, RawWeekdayIndex(n)); }
 
-// Kept as plain compositions: an invalid date reports its error and then
-// names day -1 (Monday 30 December 1799).
 std::u16string DateToDayInAlpha(ExecContext* context, std::u16string_view date) {
-  return IntegerToDayInAlpha(context, DateToInteger(context, date, 0));
+  const auto n = DateDayNumber(context, date);
+  return n ? IntegerToDayInAlpha(context, *n) : std::u16string();
 }
 
 std::u16string IntegerToMonthInAlpha(ExecContext* context, int32_t n) {
@@ -101,7 +100,8 @@ std::u16string IntegerToMonthInAlpha(ExecContext* context, int32_t n) {
 }
 
 std::u16string DateToMonthInAlpha(ExecContext* context, std::u16string_view date) {
-  return IntegerToMonthInAlpha(context, DateToInteger(context, date, 0));
+  const auto n = DateDayNumber(context, date);
+  return n ? IntegerToMonthInAlpha(context, *n) : std::u16string();
 }
 
 }  // namespace kp::datetime

@@ -8,6 +8,12 @@
 
 namespace kp::datetime {
 
+std::optional<int32_t> DateDayNumber(ExecContext* context, std::u16string_view date) {
+  DateParts d;
+  if (!ParseDate(date, d, context)) return std::nullopt;
+  return static_cast<int32_t>(*DayNumber(d.day, d.month, d.year));
+}
+
 int32_t DateToInteger(ExecContext* context, std::u16string_view date, int32_t dayOfYear) {
   DateParts d;
   if (!ParseDate(date, d, context)) return -1;
@@ -42,10 +48,9 @@ std::u16string IntegerToDate(ExecContext* context, int32_t n, std::u16string_vie
 
 int32_t IntegerToDay(ExecContext*, int32_t n) { return DayOfWeek(n); }
 
-// Kept as a plain composition: an invalid date reports its error and then
-// gives the weekday of day -1.
 int32_t DateToDay(ExecContext* context, std::u16string_view date) {
-  return IntegerToDay(context, DateToInteger(context, date, 0));
+  const auto n = DateDayNumber(context, date);
+  return n ? IntegerToDay(context, *n) : -1;
 }
 
 std::u16string IntegerToTime(ExecContext* context, int32_t n) {

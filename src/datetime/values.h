@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,11 @@
 namespace kp::datetime {
 
 int32_t DateToInteger(ExecContext* context, std::u16string_view date, int32_t dayOfYear);
+// The day number of a date string; nullopt, with the date's error reported,
+// when it is not a valid date. The DateVers... functions built on
+// DateVersEntier start here, so that an invalid date gives their own failure
+// value (day -1 is a date, 30 December 1799).
+std::optional<int32_t> DateDayNumber(ExecContext* context, std::u16string_view date);
 std::u16string IntegerToDate(ExecContext* context, int32_t n, std::u16string_view part);
 int32_t IntegerToDay(ExecContext* context, int32_t n);
 int32_t DateToDay(ExecContext* context, std::u16string_view date);

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 
+#include "datetime/arithmetic.h"
 #include "datetime/calendar.h"
+#include "datetime/names.h"
 #include "datetime/values.h"
 #include "support/fake_context.h"
 
@@ -43,6 +46,25 @@ TEST(DateCore, GregorianRangeAgreesWithChronoEveryDay) {
     }
   }
   EXPECT_EQ(failures, 0);
+}
+
+// The weekday of any integer, even far below the origin and at the ends of
+// both integer widths, against the floor remainder computed in 128 bits.
+TEST(DateCore, WeekdayOfAnyInteger) {
+  const int64_t samples[] = {
+      INT64_MIN, INT64_MIN + 1, INT32_MIN, INT32_MIN + 1, -657078,  -657072, -657071, -657070, -1, 0, 1,
+      2,         INT32_MAX - 1, INT32_MAX, INT64_MAX - 6, INT64_MAX};
+  for (const int64_t n : samples) {
+    const auto r = static_cast<int32_t>((((static_cast<__int128>(n) + 657071) % 7) + 7) % 7);
+    EXPECT_EQ(RawWeekdayIndex(n), r) << n;
+    EXPECT_EQ(DayOfWeek(n), r == 0 ? 7 : r) << n;
+  }
+  // Through the KL functions, whose integer is 32 bits wide.
+  FakeContext c;
+  EXPECT_EQ(IntegerToDay(c, INT32_MIN), 7);
+  EXPECT_EQ(IntegerToDay(c, INT32_MAX), 3);
+  EXPECT_EQ(IntegerToDay(c, -657072), 6);
+  EXPECT_FALSE(c.hasError());
 }
 
 TEST(DateCore, OriginAndNegativeDayNumbers) {
@@ -133,6 +155,57 @@ TEST(DateValues, DayOfYearAndParts) {
   EXPECT_EQ(IntegerToDate(c, 31, u"day"), u"31");
   EXPECT_EQ(IntegerToDate(c, 1, u"x"), u"18000101");
   EXPECT_EQ(DateToDay(c, u"20240315"), 5);  // a Friday
+}
+
+// The functions built on DateVersEntier give their own failure value on an
+// invalid date, with the date's error; day -1 itself is a date.
+TEST(DateValues, CompositionsFailOnAnInvalidDate) {
+  struct Case {
+    const char* what;
+    int32_t error;
+    bool (*failed)(ExecContext*);
+  } cases[] = {
+      {"week of \"\"", 80121, [](ExecContext* c) { return DateToWeekNumber(c, u"") == -1; }},
+      {"day of \"2024\"", 80121, [](ExecContext* c) { return DateToDay(c, u"2024") == -1; }},
+      {"day name of \"2024\"", 80121, [](ExecContext* c) { return DateToDayInAlpha(c, u"2024").empty(); }},
+      {"month name of \"x\"", 80121, [](ExecContext* c) { return DateToMonthInAlpha(c, u"x").empty(); }},
+      {"week of 29 February 1900", 80127, [](ExecContext* c) { return DateToWeekNumber(c, u"19000229") == -1; }},
+      {"day of 30 February", 80126, [](ExecContext* c) { return DateToDay(c, u"20240230") == -1; }},
+  };
+  for (const auto& k : cases) {
+    FakeContext c;
+    EXPECT_TRUE(k.failed(c)) << k.what;
+    EXPECT_EQ(c.errorId(), k.error) << k.what;
+  }
+  FakeContext c;
+  EXPECT_EQ(DateToDay(c, u"17991230"), 1);  // day -1, a Monday
+  EXPECT_EQ(DateToDayInAlpha(c, u"17991230"), u"lundi");
+  EXPECT_EQ(DateToMonthInAlpha(c, u"17991230"), u"décembre");
+  EXPECT_EQ(DateToWeekNumber(c, u"17991230"), 53);
+  EXPECT_FALSE(c.hasError());
+}
+
+// The last day with a four-digit year is 31 December 9999; past it a day
+// number is unconvertible for every function that needs its date.
+TEST(DateValues, YearsBeyondFourDigitsAreUnconvertible) {
+  FakeContext c;
+  EXPECT_EQ(IntegerToDate(c, 2994988, {}), u"99991231");
+  EXPECT_EQ(IntegerToDate(c, 2994988, u"A"), u"9999");
+  EXPECT_EQ(IntegerToWeekNumber(c, 2994988), 52);
+  EXPECT_FALSE(c.hasError());
+  for (const int32_t n : {2994989, 3000000, 365 * 100000, INT32_MAX}) {
+    FakeContext e;
+    EXPECT_EQ(IntegerToDate(e, n, {}), u"") << n;
+    EXPECT_EQ(e.errorId(), 80132) << n;
+    FakeContext part;
+    EXPECT_EQ(IntegerToDate(part, n, u"j"), u"") << n;
+    EXPECT_EQ(part.errorId(), 80132) << n;
+    FakeContext week;
+    EXPECT_EQ(IntegerToWeekNumber(week, n), -1) << n;
+    EXPECT_EQ(week.errorId(), 80132) << n;
+    EXPECT_EQ(IntegerToMonthInAlpha(c, n), u"") << n;
+  }
+  EXPECT_FALSE(c.hasError());
 }
 
 TEST(TimeValues, ParsingRules) {

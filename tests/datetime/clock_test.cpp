@@ -65,6 +65,24 @@ TEST_F(DateClock, SetAndReadTheDate) {
   EXPECT_EQ(SystemDate(c), u"20000229");
 }
 
+// A date the device's clock cannot hold (before 1601, or past 30827) is
+// refused with the platform's 87, and the clock stays as it was.
+TEST_F(DateClock, DatesBeforeTheClockBeginsAreRefused) {
+  FakeContext c;
+  ASSERT_TRUE(SetSystemDate(c, u"20300615"));
+  for (const char16_t* date : {u"15000229", u"16001231", u"00010101"}) {
+    c.clearError();
+    EXPECT_FALSE(SetSystemDate(c, date)) << test::Utf8(date);
+    EXPECT_EQ(c.systemError(), 87u) << test::Utf8(date);
+    EXPECT_EQ(c.errorId(), 0);
+    EXPECT_EQ(SystemDate(c), u"20300615");
+  }
+  c.clearError();
+  EXPECT_TRUE(SetSystemDate(c, u"16010101"));
+  EXPECT_EQ(SystemDate(c), u"16010101");
+  EXPECT_EQ(c.systemError(), 0u);
+}
+
 TEST_F(DateClock, SetAndReadTheTime) {
   FakeContext c;
   ASSERT_TRUE(SetSystemTime(c, u"10300000"));

@@ -35,15 +35,31 @@ TEST(MaskEngine, FormatsDates) {
   FakeContext c;
   const DateParts d{2024, 3, 5};
   EXPECT_EQ(FormatDateMask(c, d, u"JJ/MM/AAAA"), u"05/03/2024");
-  EXPECT_EQ(FormatDateMask(c, d, u"J/M/YY"), u"5/3/24");
-  EXPECT_EQ(FormatDateMask(c, d, u"JJJJ J MMMM AAAA"), u"mardi 5 mars 2024");
-  EXPECT_EQ(FormatDateMask(c, d, u"Jjjj J Mmmm"), u"Mardi 5 Mars");
+  EXPECT_EQ(FormatDateMask(c, d, u"JJJJ JJ MMMM AAAA"), u"mardi 05 mars 2024");
+  EXPECT_EQ(FormatDateMask(c, d, u"Jjjj JJ Mmmm"), u"Mardi 05 Mars");
   EXPECT_EQ(FormatDateMask(c, {2024, 7, 14}, u"JJJ JJ MMM"), u"dim. 14 juil.");
   EXPECT_EQ(FormatDateMask(c, d, u"'Le' JJ 'de' MMMM"), u"Le 05 de mars");
   EXPECT_EQ(FormatDateMask(c, d, u"AAAAMMJJ"), u"20240305");
   English(c);
-  EXPECT_EQ(FormatDateMask(c, d, u"DDDD, MMMM D, YYYY"), u"Tuesday, March 5, 2024");
+  EXPECT_EQ(FormatDateMask(c, d, u"DDDD, MMMM DD, YYYY"), u"Tuesday, March 05, 2024");
   EXPECT_EQ(FormatDateMask(c, d, u"DDD MMM"), u"Tue Mar");  // library's table: no short list given
+}
+
+// Only the tokens are tokens: a lone J, D or M (or A, Y) is text, so words
+// in a mask stay as they are.
+TEST(MaskEngine, LettersOutsideTokensAreText) {
+  FakeContext c;
+  EXPECT_EQ(DateToString(c, u"20240305", u"Date: JJ/MM/AAAA"), u"Date: 05/03/2024");
+  EXPECT_EQ(DateToString(c, u"20240305", u"Jour J du Mois M, JJ/MM"), u"Jour J du Mois M, 05/03");
+  EXPECT_EQ(DateToString(c, u"20240305", u"MMMM: Mars, Day DD"), u"mars: Mars, Day 05");
+  const auto d = ParseDateMask(c, u"Date: 05/03/2024", u"Date: JJ/MM/AAAA");
+  ASSERT_TRUE(d);
+  EXPECT_EQ(FormatDate(*d), u"20240305");
+  EXPECT_FALSE(ParseDateMask(c, u"Date: 5/3/2024", u"Date: J/M/AAAA"));
+  // The device's own formats keep their single letters.
+  EXPECT_EQ(FormatDateMask(c, {2024, 3, 5}, u"J/M/YY", true), u"5/3/24");
+  EXPECT_EQ(FormatDateMask(c, {2024, 3, 5}, u"J/M/YY"), u"J/M/24");
+  EXPECT_FALSE(c.hasError());
 }
 
 TEST(MaskEngine, ParsesDates) {
@@ -53,26 +69,34 @@ TEST(MaskEngine, ParsesDates) {
     return d ? FormatDate(*d) : std::u16string(u"-");
   };
   EXPECT_EQ(parse(u"05/03/2024", u"JJ/MM/AAAA"), u"20240305");
-  EXPECT_EQ(parse(u"5-3-2024", u"J/M/AAAA"), u"20240305");  // any separator for any other
+  EXPECT_EQ(parse(u"05-03-2024", u"JJ/MM/AAAA"), u"20240305");  // any separator for any other
   EXPECT_EQ(parse(u"05032024", u"JJMMAAAA"), u"20240305");
-  EXPECT_EQ(parse(u"05032024", u"JMAAAA"), u"20240305");  // packed: a single letter reads two digits
-  EXPECT_EQ(parse(u"1/3/50", u"J/M/AA"), u"20500301");
-  EXPECT_EQ(parse(u"1/3/51", u"J/M/AA"), u"19510301");
-  EXPECT_EQ(parse(u"Mardi 5 MARS 2024", u"JJJJ J MMMM AAAA"), u"20240305");
-  EXPECT_EQ(parse(u"14 juil. 2024", u"J MMM AAAA"), u"20240714");
-  EXPECT_EQ(parse(u"14 juin 2024", u"J MMM AAAA"), u"20240614");
-  EXPECT_EQ(parse(u"14 juillet 2024", u"J MMMM AAAA"), u"20240714");
+  EXPECT_EQ(parse(u"01/03/50", u"JJ/MM/AA"), u"20500301");
+  EXPECT_EQ(parse(u"01/03/51", u"JJ/MM/AA"), u"19510301");
+  EXPECT_EQ(parse(u"Mardi 05 MARS 2024", u"JJJJ JJ MMMM AAAA"), u"20240305");
+  EXPECT_EQ(parse(u"14 juil. 2024", u"JJ MMM AAAA"), u"20240714");
+  EXPECT_EQ(parse(u"14 juin 2024", u"JJ MMM AAAA"), u"20240614");
+  EXPECT_EQ(parse(u"14 juillet 2024", u"JJ MMMM AAAA"), u"20240714");
+  // The device's formats: a single letter is one or two digits, two when
+  // another number follows at once.
+  auto device = [&](std::u16string_view text, std::u16string_view mask) {
+    const auto d = ParseDateMask(c, text, mask, true);
+    return d ? FormatDate(*d) : std::u16string(u"-");
+  };
+  EXPECT_EQ(device(u"5-3-2024", u"J/M/AAAA"), u"20240305");
+  EXPECT_EQ(device(u"05032024", u"JMAAAA"), u"20240305");
+  EXPECT_EQ(device(u"1/3/51", u"J/M/AA"), u"19510301");
   // Refusals: a date that does not exist, text that does not follow.
   EXPECT_EQ(parse(u"31/02/2024", u"JJ/MM/AAAA"), u"-");
   EXPECT_EQ(parse(u"05/03", u"JJ/MM/AAAA"), u"-");
   EXPECT_EQ(parse(u"05/03/2024x", u"JJ/MM/AAAA"), u"-");
-  EXPECT_EQ(parse(u"5 brumaire 2024", u"J MMMM AAAA"), u"-");
+  EXPECT_EQ(parse(u"05 brumaire 2024", u"JJ MMMM AAAA"), u"-");
   EXPECT_EQ(parse(u"05/03/2024", u"JJ/MM"), u"-");  // no year
 }
 
 TEST(MaskEngine, DateRoundTripsThroughEveryMask) {
   FakeContext c;
-  for (const char16_t* mask : {u"JJ/MM/AAAA", u"J M AA", u"JJJJ JJ MMMM AAAA", u"Jjj J Mmm YYYY", u"AAAA-MM-JJ"}) {
+  for (const char16_t* mask : {u"JJ/MM/AAAA", u"JJ MM AA", u"JJJJ JJ MMMM AAAA", u"Jjj JJ Mmm YYYY", u"AAAA-MM-JJ"}) {
     for (DateParts d : {DateParts{2024, 2, 29}, DateParts{1999, 12, 31}, DateParts{2030, 8, 1}}) {
       const auto text = FormatDateMask(c, d, mask);
       const auto back = ParseDateMask(c, text, mask);
@@ -165,8 +189,10 @@ TEST(DateNames, SourcesAndRawIndex) {
   EXPECT_EQ(IntegerToMonthInAlpha(c, 1), u"janvier");
   EXPECT_EQ(DateToMonthInAlpha(c, u"20240815"), u"août");
   EXPECT_EQ(DateToDayInAlpha(c, u"20240315"), u"vendredi");
-  // Below the origin the raw index is negative: no name.
-  EXPECT_EQ(IntegerToDayInAlpha(c, -657072), u"");
+  // Any integer gives a name, below the origin and at both ends too.
+  EXPECT_EQ(IntegerToDayInAlpha(c, -657072), u"samedi");
+  EXPECT_EQ(IntegerToDayInAlpha(c, INT32_MIN), u"dimanche");
+  EXPECT_EQ(IntegerToDayInAlpha(c, INT32_MAX), u"mercredi");
   English(c);
   EXPECT_EQ(IntegerToDayInAlpha(c, 1), u"Wednesday");
   // Without lists: the VM's messages, else the library's table.

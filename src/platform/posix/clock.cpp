@@ -3,7 +3,8 @@
 // The device clock is the host's clock plus an offset in milliseconds, kept
 // in the device prefix, so that a KL program may set the date and time
 // without privileges and every process on the same device sees the change.
-// The time zone is the host's.
+// Local time is universal time less the bias of the device's zone record
+// (timezone.h), as the universal/local conversions compute it.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -17,6 +18,7 @@
 #include "platform/platform.h"
 #include "platform/posix/broken_down_time.h"
 #include "platform/posix/device.h"
+#include "platform/timezone.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform {
@@ -56,40 +58,31 @@ int64_t HostMilliseconds() {
 
 SystemTime GetLocalTime() {
   const int64_t ms = HostMilliseconds() + ReadOffset();
-  time_t seconds = static_cast<time_t>(ms / 1000);
+  int64_t seconds = ms / 1000;
   int64_t rest = ms % 1000;
   if (rest < 0) {
     rest += 1000;
     --seconds;
   }
-  tm local{};
-  localtime_r(&seconds, &local);
-  SystemTime t;
-  t.year = static_cast<uint16_t>(local.tm_year + 1900);
-  t.month = static_cast<uint16_t>(local.tm_mon + 1);
-  t.dayOfWeek = static_cast<uint16_t>(local.tm_wday);
-  t.day = static_cast<uint16_t>(local.tm_mday);
-  t.hour = static_cast<uint16_t>(local.tm_hour);
-  t.minute = static_cast<uint16_t>(local.tm_min);
-  t.second = static_cast<uint16_t>(local.tm_sec);
+  SystemTime utc = FromSeconds(seconds);
+  if (const auto bias = ZoneBias(utc, true)) seconds -= int64_t{*bias} * 60;
+  SystemTime t = FromSeconds(seconds);
   t.milliseconds = static_cast<uint16_t>(rest);
   return t;
 }
 
 bool SetLocalTime(const SystemTime& t) {
-  if (t.month < 1 || t.month > 12 || t.day < 1 || t.day > 31 || t.hour > 23 || t.minute > 59 || t.second > 59 ||
-      t.milliseconds > 999) {
+  // As SetLocalTime refuses what a file time cannot hold: a date before 1601
+  // or after 30827, or no date at all. The clock is left as it was.
+  if (t.year < 1601 || t.year > 30827 || t.month < 1 || t.month > 12 || t.day < 1 ||
+      t.day > MonthLength(t.year, t.month) || t.hour > 23 || t.minute > 59 || t.second > 59 || t.milliseconds > 999) {
     SetLastError(win32::kInvalidParameter);
     return false;
   }
-  tm local = ToLocalTm(t);
-  errno = 0;
-  const time_t wanted = mktime(&local);
-  if (wanted == static_cast<time_t>(-1) && errno != 0) {
-    SetLastError(win32::kInvalidParameter);
-    return false;
-  }
-  const int64_t target = static_cast<int64_t>(wanted) * 1000 + t.milliseconds;
+  const auto bias = ZoneBias(t, false);
+  if (!bias) return false;
+  const int64_t wanted = ToSeconds(t) + int64_t{*bias} * 60;
+  const int64_t target = wanted * 1000 + t.milliseconds;
   if (!EnsureDeviceDirectory() || !WriteOffset(target - HostMilliseconds())) {
     SetLastError(win32::kAccessDenied);
     return false;

@@ -1,15 +1,26 @@
-// kp160std — time zone and locale on POSIX: the C library with the host's TZ
-// and the locale named by the environment (LC_ALL, LC_TIME, LANG).
+// kp160std — time zone and locale on POSIX.
+//
+// The zone record comes from the zone's POSIX TZ rule: the footer that ends
+// every TZif file (version 2 on), read from the file $TZ names (":name",
+// "/path", or a name under $TZDIR or /usr/share/zoneinfo) or /etc/localtime
+// when TZ is unset; a $TZ that names no file is read as a rule itself. What
+// cannot be read at all is universal time, as the C library takes it. The
+// names and the date format come from the locale named by the environment
+// (LC_ALL, LC_TIME, LANG).
 #include "platform/timezone.h"
 
+#include <fcntl.h>
 #include <langinfo.h>
 #include <locale.h>
+#include <sys/stat.h>
 #include <time.h>
+#include <unistd.h>
 
-#include <chrono>
+#include <cstdlib>
+#include <mutex>
+#include <string>
 #include <string_view>
 
-#include "platform/posix/broken_down_time.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform {
@@ -51,39 +62,278 @@ std::u16string Decode(const char* text) {
   return out;
 }
 
-bool ValidMoment(const SystemTime& t) {
-  using namespace std::chrono;
-  const year_month_day ymd{year{t.year}, month{t.month}, day{t.day}};
-  return t.year >= 1601 && ymd.ok() && t.hour < 24 && t.minute < 60 && t.second < 60 && t.milliseconds < 1000;
+// A cursor over a POSIX TZ rule.
+class RuleReader {
+ public:
+  explicit RuleReader(std::string_view text) : text_(text) {}
+
+  bool AtEnd() const { return pos_ == text_.size(); }
+  bool Next(char c) {
+    if (pos_ < text_.size() && text_[pos_] == c) return ++pos_, true;
+    return false;
+  }
+  bool NextIsOffset() const {
+    return pos_ < text_.size() && (IsDigit(text_[pos_]) || text_[pos_] == '+' || text_[pos_] == '-');
+  }
+
+  // A zone abbreviation: three letters or more, or "<...>" of letters,
+  // digits and signs.
+  bool Name() {
+    size_t n = 0;
+    if (Next('<')) {
+      while (pos_ + n < text_.size() && (IsAlnum(text_[pos_ + n]) || text_[pos_ + n] == '+' || text_[pos_ + n] == '-'))
+        ++n;
+      if (n < 3 || pos_ + n >= text_.size() || text_[pos_ + n] != '>') return false;
+      pos_ += n + 1;
+      return true;
+    }
+    while (pos_ + n < text_.size() && IsAlpha(text_[pos_ + n])) ++n;
+    pos_ += n;
+    return n >= 3;
+  }
+
+  // [+-]hh[:mm[:ss]] in seconds, hours at most `maxHours`.
+  bool Duration(int32_t maxHours, int32_t& seconds) {
+    bool negative = false;
+    if (Next('-'))
+      negative = true;
+    else
+      Next('+');
+    int32_t h = 0, m = 0, s = 0;
+    if (!Number(3, maxHours, h)) return false;
+    if (Next(':')) {
+      if (!Number(2, 59, m)) return false;
+      if (Next(':') && !Number(2, 59, s)) return false;
+    }
+    seconds = (h * 60 + m) * 60 + s;
+    if (negative) seconds = -seconds;
+    return true;
+  }
+
+  // "Jn", "n" or "Mm.w.d", then an optional "/time".
+  bool Transition(ZoneTransition& t) {
+    using Form = ZoneTransition::Form;
+    if (Next('J')) {
+      t.form = Form::kJulianNoLeap;
+      if (!Number(3, 365, t.day) || t.day < 1) return false;
+    } else if (Next('M')) {
+      t.form = Form::kWeekOfMonth;
+      if (!Number(2, 12, t.month) || t.month < 1 || !Next('.') || !Number(1, 5, t.week) || t.week < 1 || !Next('.') ||
+          !Number(1, 6, t.weekday))
+        return false;
+    } else {
+      t.form = Form::kDayOfYear;
+      if (!Number(3, 365, t.day)) return false;
+    }
+    t.seconds = 7200;
+    return !Next('/') || Duration(167, t.seconds);
+  }
+
+ private:
+  static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+  static bool IsAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+  static bool IsAlnum(char c) { return IsDigit(c) || IsAlpha(c); }
+
+  // One to `digits` digits, at most `max`.
+  bool Number(size_t digits, int32_t max, int32_t& value) {
+    size_t n = 0;
+    value = 0;
+    while (n < digits && pos_ < text_.size() && IsDigit(text_[pos_])) value = value * 10 + (text_[pos_++] - '0'), ++n;
+    return n > 0 && value <= max;
+  }
+
+  std::string_view text_;
+  size_t pos_ = 0;
+};
+
+uint32_t Big32(std::string_view s, size_t at) {
+  uint32_t v = 0;
+  for (size_t i = 0; i < 4; ++i) v = v << 8 | static_cast<unsigned char>(s[at + i]);
+  return v;
 }
 
-}  // namespace
+ZoneRecord Universal() { return ZoneRecord{}; }
 
-std::optional<int32_t> ZoneBias(const SystemTime& t, bool asUniversal) {
-  if (!ValidMoment(t)) {
-    SetLastError(win32::kInvalidParameter);
-    return std::nullopt;
+constexpr off_t kMaxZoneFile = 1 << 20;
+
+// The whole of a regular file of at most 1 MiB; nullopt otherwise.
+std::optional<std::string> ReadZoneFile(const std::string& path) {
+  // Not blocking: $TZ may name a FIFO, which is then refused as no regular file.
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return std::nullopt;
+  struct stat st {};
+  std::optional<std::string> out;
+  if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size <= kMaxZoneFile) {
+    std::string data(static_cast<size_t>(st.st_size), '\0');
+    size_t got = 0;
+    while (got < data.size()) {
+      const ssize_t n = read(fd, data.data() + got, data.size() - got);
+      if (n <= 0) break;
+      got += static_cast<size_t>(n);
+    }
+    if (got == data.size()) out = std::move(data);
   }
-  tzset();
-  time_t when = 0;
-  if (asUniversal) {
-    using namespace std::chrono;
-    const sys_days days{year_month_day{year{t.year}, month{t.month}, day{t.day}}};
-    when = static_cast<time_t>(days.time_since_epoch().count()) * 86400 + t.hour * 3600 + t.minute * 60 + t.second;
+  close(fd);
+  return out;
+}
+
+// Where $TZ (or its absence) sends us: a file to read, and the text to read
+// as a rule when no zone file is there.
+struct ZoneSource {
+  bool unset = true;  // no $TZ: /etc/localtime
+  std::string tz;
+  std::string path;  // empty: no file
+  std::string rule;  // empty: no rule
+};
+
+ZoneSource Source(const char* tz) {
+  if (!tz) return {true, {}, "/etc/localtime", {}};
+  std::string_view name(tz);
+  ZoneSource source{false, std::string(name), {}, {}};
+  if (name.empty()) return source;  // universal time
+  const bool fileOnly = name.front() == ':';
+  if (fileOnly) name.remove_prefix(1);
+  if (name.empty()) {
+    source.path = "/etc/localtime";
+  } else if (name.front() == '/') {
+    source.path = std::string(name);
   } else {
-    tm local = ToLocalTm(t);
-    when = mktime(&local);
-    if (when == static_cast<time_t>(-1) && !(local.tm_year == 69 && local.tm_mon == 11 && local.tm_mday == 31)) {
-      SetLastError(win32::kInvalidParameter);
-      return std::nullopt;
+    const char* dir = std::getenv("TZDIR");
+    source.path = std::string(dir && *dir ? dir : "/usr/share/zoneinfo") + "/" + std::string(name);
+  }
+  if (!fileOnly) source.rule = std::string(name);
+  return source;
+}
+
+// The identity of a zone file, so that a cached record follows a change.
+struct FileId {
+  bool exists = false;
+  dev_t device = 0;
+  ino_t inode = 0;
+  off_t size = 0;
+  timespec modified{};
+
+  bool operator==(const FileId& o) const {
+    return exists == o.exists && device == o.device && inode == o.inode && size == o.size &&
+           modified.tv_sec == o.modified.tv_sec && modified.tv_nsec == o.modified.tv_nsec;
+  }
+};
+
+FileId Identify(const std::string& path) {
+  struct stat st {};
+  if (path.empty() || stat(path.c_str(), &st) != 0) return {};
+  return {true, st.st_dev, st.st_ino, st.st_size, st.st_mtim};
+}
+
+ZoneRecord Load(const ZoneSource& source) {
+  if (!source.path.empty()) {
+    if (const auto file = ReadZoneFile(source.path)) {
+      if (const auto zone = ParseTzif(*file)) return *zone;
     }
   }
-  tm local{};
-  if (!localtime_r(&when, &local)) {
-    SetLastError(win32::kInvalidParameter);
-    return std::nullopt;
+  if (!source.rule.empty()) {
+    if (const auto zone = ParsePosixZoneRule(source.rule)) return *zone;
   }
-  return static_cast<int32_t>(-local.tm_gmtoff / 60);
+  return Universal();
+}
+}  // namespace
+
+std::optional<ZoneRecord> ParsePosixZoneRule(std::string_view text) {
+  RuleReader r(text);
+  int32_t standard = 0;
+  if (!r.Name() || !r.Duration(24, standard)) return std::nullopt;
+  ZoneRecord zone;
+  // POSIX offsets count west of Greenwich: the same sign as the bias.
+  zone.bias = standard / 60;
+  if (r.AtEnd()) return zone;
+  if (!r.Name()) return std::nullopt;
+  int32_t daylight = standard - 3600;
+  if (r.NextIsOffset() && !r.Duration(24, daylight)) return std::nullopt;
+  zone.daylight = true;
+  zone.daylightBias = daylight / 60 - zone.bias;
+  if (r.AtEnd()) {
+    // A daylight name without rules: the rules the C library assumes.
+    zone.daylightStart = {ZoneTransition::Form::kWeekOfMonth, 3, 2, 0, 1, 7200};
+    zone.standardStart = {ZoneTransition::Form::kWeekOfMonth, 11, 1, 0, 1, 7200};
+    return zone;
+  }
+  if (!r.Next(',') || !r.Transition(zone.daylightStart) || !r.Next(',') || !r.Transition(zone.standardStart) ||
+      !r.AtEnd())
+    return std::nullopt;
+  return zone;
+}
+
+std::optional<ZoneRecord> ParseTzif(std::string_view file) {
+  constexpr size_t kHeader = 44;
+  if (file.size() < kHeader || file.substr(0, 4) != "TZif") return std::nullopt;
+  // The counts: UT/local indicators, standard/wall indicators, leap
+  // seconds, transitions, types, abbreviation characters.
+  auto blockSize = [&](size_t at, uint64_t timeSize, uint64_t& transitions, uint64_t& types) {
+    const uint64_t isut = Big32(file, at + 20), isstd = Big32(file, at + 24), leap = Big32(file, at + 28);
+    transitions = Big32(file, at + 32);
+    types = Big32(file, at + 36);
+    const uint64_t chars = Big32(file, at + 40);
+    return transitions * (timeSize + 1) + types * 6 + chars + leap * (timeSize + 4) + isstd + isut;
+  };
+  uint64_t transitions = 0, types = 0;
+  uint64_t at = 0;
+  uint64_t timeSize = 4;
+  uint64_t block = blockSize(0, 4, transitions, types);
+  if (file[4] != '\0') {
+    // Version 2 on: a second header and block with 8-byte times, then the
+    // footer "\n<rule>\n".
+    at = kHeader + block;
+    if (at > file.size() || file.size() - at < kHeader || file.substr(at, 4) != "TZif") return std::nullopt;
+    timeSize = 8;
+    block = blockSize(at, 8, transitions, types);
+  }
+  const uint64_t data = at + kHeader;
+  if (block > file.size() - data || types == 0) return std::nullopt;
+  if (file[4] != '\0') {
+    const uint64_t footer = data + block;
+    if (footer >= file.size() || file[footer] != '\n') return std::nullopt;
+    const size_t close = file.find('\n', footer + 1);
+    if (close == std::string_view::npos) return std::nullopt;
+    const std::string_view rule = file.substr(footer + 1, close - footer - 1);
+    if (!rule.empty()) return ParsePosixZoneRule(rule);
+  }
+  // No rule: the offset of the last transition stays, with no daylight rule.
+  uint64_t type = 0;
+  if (transitions > 0) type = static_cast<unsigned char>(file[data + transitions * timeSize + transitions - 1]);
+  if (type >= types) return std::nullopt;
+  const auto offset = static_cast<int32_t>(Big32(file, data + transitions * (timeSize + 1) + type * 6));
+  if (offset < -89999 || offset > 93599) return std::nullopt;  // the format's own limits
+  ZoneRecord zone;
+  zone.bias = -offset / 60;
+  return zone;
+}
+
+std::optional<ZoneRecord> CurrentZone() {
+  // Read once per zone: again when $TZ changed, or when the zone file did
+  // (looked at no more than once a second: a stat costs more than the rest).
+  static std::mutex mutex;
+  static bool loaded = false;
+  static int64_t checked = 0;
+  static ZoneSource source;
+  static FileId file;
+  static ZoneRecord zone;
+  const char* tz = std::getenv("TZ");
+  std::lock_guard lock(mutex);
+  if (!loaded || source.unset != (tz == nullptr) || (tz && source.tz != tz)) {
+    source = Source(tz);
+    loaded = false;
+  }
+  timespec clock{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &clock);
+  if (loaded && clock.tv_sec == checked) return zone;
+  checked = clock.tv_sec;
+  const FileId now = Identify(source.path);
+  if (!loaded || !(now == file)) {
+    zone = Load(source);
+    file = now;
+    loaded = true;
+  }
+  return zone;
 }
 
 std::u16string LocaleDayName(int32_t weekday) {

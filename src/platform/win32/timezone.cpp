@@ -1,5 +1,6 @@
-// kp160std — time zone and locale on Windows: GetTimeZoneInformation with the
-// zone's own transition rules, GetDateFormatW and GetLocaleInfoW.
+// kp160std — time zone and locale on Windows: the zone record from
+// GetTimeZoneInformation (its bias decision is common/zone_record.cpp),
+// GetDateFormatW and GetLocaleInfoW.
 #include <windows.h>
 
 #include <string>
@@ -9,38 +10,17 @@
 namespace kp::platform {
 namespace {
 
-bool Leap(int y) { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
-
-int MonthDays(int y, int m) {
-  static const int kLength[13] = {0, 31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return m == 2 && Leap(y) ? 29 : kLength[m];
-}
-
-// Day of week (0 = Sunday) by Sakamoto's method.
-int Weekday(int y, int m, int d) {
-  static const int t[12] = {0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4};
-  if (m < 3) y -= 1;
-  return (y + y / 4 - y / 100 + y / 400 + t[m - 1] + d) % 7;
-}
-
-// Minutes from the start of the year.
-long long MinuteOfYear(int y, int m, int d, int h, int mi) {
-  long long days = d - 1;
-  for (int k = 1; k < m; ++k) days += MonthDays(y, k);
-  return (days * 24 + h) * 60 + mi;
-}
-
-// A transition of the zone in year y, in the zone's wall clock of the moment
-// before it: "day-in-month" form (wYear 0: occurrence wDay of wDayOfWeek,
-// 5 = the last) or an absolute date.
-long long Transition(const SYSTEMTIME& rule, int y) {
-  int day = rule.wDay;
-  if (rule.wYear == 0) {
-    const int first = Weekday(y, rule.wMonth, 1);
-    day = 1 + (rule.wDayOfWeek - first + 7) % 7 + 7 * (rule.wDay - 1);
-    while (day > MonthDays(y, rule.wMonth)) day -= 7;
-  }
-  return MinuteOfYear(y, rule.wMonth, day, rule.wHour, rule.wMinute);
+// A transition of GetTimeZoneInformation: "day-in-month" form (wYear 0:
+// occurrence wDay, 5 = the last, of wDayOfWeek) or an absolute date.
+ZoneTransition FromSystemTime(const SYSTEMTIME& rule) {
+  ZoneTransition t;
+  t.form = rule.wYear == 0 ? ZoneTransition::Form::kWeekOfMonth : ZoneTransition::Form::kDate;
+  t.month = rule.wMonth;
+  t.week = rule.wDay;
+  t.weekday = rule.wDayOfWeek;
+  t.day = rule.wDay;
+  t.seconds = (rule.wHour * 60 + rule.wMinute) * 60 + rule.wSecond;
+  return t;
 }
 
 std::u16string DateFormat(const wchar_t* picture, int y, int m, int d) {
@@ -56,27 +36,19 @@ std::u16string DateFormat(const wchar_t* picture, int y, int m, int d) {
 
 }  // namespace
 
-std::optional<int32_t> ZoneBias(const SystemTime& t, bool asUniversal) {
-  if (t.month < 1 || t.month > 12 || t.day < 1 || t.day > MonthDays(t.year, t.month)) {
-    ::SetLastError(ERROR_INVALID_PARAMETER);
-    return std::nullopt;
+std::optional<ZoneRecord> CurrentZone() {
+  TIME_ZONE_INFORMATION info{};
+  if (GetTimeZoneInformation(&info) == TIME_ZONE_ID_INVALID) return std::nullopt;
+  ZoneRecord zone;
+  zone.bias = info.Bias;
+  zone.standardBias = info.StandardBias;
+  zone.daylightBias = info.DaylightBias;
+  zone.daylight = info.DaylightDate.wMonth != 0 && info.StandardDate.wMonth != 0;
+  if (zone.daylight) {
+    zone.daylightStart = FromSystemTime(info.DaylightDate);
+    zone.standardStart = FromSystemTime(info.StandardDate);
   }
-  TIME_ZONE_INFORMATION zone{};
-  if (GetTimeZoneInformation(&zone) == TIME_ZONE_ID_INVALID) return std::nullopt;
-  if (zone.DaylightDate.wMonth == 0 || zone.StandardDate.wMonth == 0) return static_cast<int32_t>(zone.Bias);
-  const int y = t.year;
-  // Daylight time starts at a standard-time wall clock and ends at a
-  // daylight-time one; judged in universal time both are shifted by the bias
-  // in force just before them.
-  long long start = Transition(zone.DaylightDate, y);
-  long long end = Transition(zone.StandardDate, y);
-  if (asUniversal) {
-    start += zone.Bias + zone.StandardBias;
-    end += zone.Bias + zone.DaylightBias;
-  }
-  const long long now = MinuteOfYear(y, t.month, t.day, t.hour, t.minute);
-  const bool daylight = start < end ? (now >= start && now < end) : (now >= start || now < end);
-  return static_cast<int32_t>(zone.Bias + (daylight ? zone.DaylightBias : zone.StandardBias));
+  return zone;
 }
 
 std::u16string LocaleDayName(int32_t weekday) {
