@@ -1,4 +1,5 @@
 // kp160std — computing with dates.
+#include "abi/error_ids.h"
 #include "datetime/arithmetic.h"
 
 #include <cmath>
@@ -107,7 +108,7 @@ std::u16string Convert(ExecContext* context, int64_t packed, bool toLocal) {
       }
     }
   }
-  if (result.empty()) Raise(context, 80051);
+  if (result.empty()) Raise(context, kErrUtcConversion);
   return result;
 }
 
@@ -116,7 +117,7 @@ std::u16string Convert(ExecContext* context, int64_t packed, bool toLocal) {
 int32_t DateDifference(ExecContext* context, std::u16string_view date1, std::u16string_view date2) {
   DateParts a, b;
   if (!ParseDateForDifference(date1, a) || !ParseDateForDifference(date2, b)) {
-    Raise(context, 80134);
+    Raise(context, kErrDifferenceBadDate);
     return -1;
   }
   return static_cast<int32_t>(DifferenceDayNumber(b) - DifferenceDayNumber(a));
@@ -125,7 +126,7 @@ int32_t DateDifference(ExecContext* context, std::u16string_view date1, std::u16
 int32_t TimeDifference(ExecContext* context, std::u16string_view time1, std::u16string_view time2) {
   int32_t a = 0, b = 0;
   if (!ParseTimeForDifference(time1, a) || !ParseTimeForDifference(time2, b)) {
-    Raise(context, 80135);
+    Raise(context, kErrDifferenceBadTime);
     return -1;
   }
   return b - a;
@@ -134,7 +135,7 @@ int32_t TimeDifference(ExecContext* context, std::u16string_view time1, std::u16
 std::u16string DateTimeDifference(ExecContext* context, std::u16string_view first, std::u16string_view second) {
   double a = 0, b = 0;
   if (!ParseDateTime(first, a) || !ParseDateTime(second, b)) {
-    Raise(context, 80134);
+    Raise(context, kErrDifferenceBadDate);
     return {};
   }
   const double delta = b - a;
@@ -163,7 +164,7 @@ int32_t WeekNumber(ExecContext* context, std::u16string_view date) {
 int32_t IntegerToWeekNumber(ExecContext* context, int32_t n) {
   const auto d = DateFromDayNumber(n);
   if (!d) {
-    Raise(context, 80132, {n});
+    Raise(context, kErrIntegerNotDate, {n});
     return -1;
   }
   return Week(n, d->year);

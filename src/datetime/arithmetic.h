@@ -10,12 +10,13 @@
 #include <string>
 #include <string_view>
 
+#include "abi/error_ids.h"
 #include "kp160std/abi.h"
 
 namespace kp::datetime {
 
 // Error number of Age for an invalid birth date, raised after the date's own.
-constexpr int32_t kAgeInvalidParameter = 80133;
+constexpr int32_t kAgeInvalidParameter = kErrBadBirthDate;
 
 int32_t DateDifference(ExecContext* context, std::u16string_view date1, std::u16string_view date2);
 int32_t TimeDifference(ExecContext* context, std::u16string_view time1, std::u16string_view time2);

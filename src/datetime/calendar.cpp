@@ -1,4 +1,5 @@
 // kp160std — the calendar cores.
+#include "abi/error_ids.h"
 #include "datetime/calendar.h"
 
 #include <cstdio>
@@ -41,18 +42,18 @@ bool ParseDate(std::u16string_view text, DateParts& out, ExecContext* report) {
     if (report) Raise(report, id, inserts);
     return false;
   };
-  if (text.size() != 8) return fail(80121);
+  if (text.size() != 8) return fail(kErrDateLength);
   for (char16_t c : text)
-    if (!IsDigit(c)) return fail(80122);
+    if (!IsDigit(c)) return fail(kErrDateNotDigits);
   const DateParts d{static_cast<int32_t>(Digits(text.substr(0, 4))), static_cast<int32_t>(Digits(text.substr(4, 2))),
                     static_cast<int32_t>(Digits(text.substr(6, 2)))};
-  if (d.year == 0) return fail(80123);
+  if (d.year == 0) return fail(kErrYearZero);
   // Kept on purpose: the gap is checked in August, not in October.
-  if (d.year == 1582 && d.month == 8 && d.day >= 5 && d.day <= 14) return fail(80124);
-  if (d.month < 1 || d.month > 12) return fail(80125);
+  if (d.year == 1582 && d.month == 8 && d.day >= 5 && d.day <= 14) return fail(kErrGregorianGap);
+  if (d.month < 1 || d.month > 12) return fail(kErrMonthOutOfRange);
   const int32_t max = d.month == 2 ? 29 : MonthLength(2000, d.month);
-  if (d.day < 1 || d.day > max) return fail(80126, {max});
-  if (d.month == 2 && d.day == 29 && !IsLeap(d.year)) return fail(80127, {d.year});
+  if (d.day < 1 || d.day > max) return fail(kErrDayOutOfRange, {max});
+  if (d.month == 2 && d.day == 29 && !IsLeap(d.year)) return fail(kErrNotLeapYear, {d.year});
   out = d;
   return true;
 }
@@ -132,7 +133,7 @@ bool ParseTime(std::u16string_view text, TimeParts& out, ExecContext* report) {
     return false;
   };
   for (char16_t c : text)
-    if (!IsDigit(c)) return fail(80128);
+    if (!IsDigit(c)) return fail(kErrTimeNotDigits);
   std::u16string padded(text.substr(0, 9));
   padded.resize(9, u'0');
   TimeParts t;
@@ -142,9 +143,9 @@ bool ParseTime(std::u16string_view text, TimeParts& out, ExecContext* report) {
   t.milliseconds = static_cast<int32_t>(Digits(std::u16string_view(padded).substr(6, 3)));
   t.hundredths = t.milliseconds / 10;
   // Seconds are checked first, then minutes, then hours.
-  if (t.seconds >= 60) return fail(80129, {t.seconds});
-  if (t.minutes >= 60) return fail(80130, {t.minutes});
-  if (t.hours >= 24) return fail(80131, {t.hours});
+  if (t.seconds >= 60) return fail(kErrSecondsOutOfRange, {t.seconds});
+  if (t.minutes >= 60) return fail(kErrMinutesOutOfRange, {t.minutes});
+  if (t.hours >= 24) return fail(kErrHoursOutOfRange, {t.hours});
   out = t;
   return true;
 }

@@ -1,4 +1,5 @@
 // kp160std — date strings, day numbers, time strings and time integers.
+#include "abi/error_ids.h"
 #include "datetime/values.h"
 
 #include <cstdio>
@@ -25,7 +26,7 @@ int32_t DateToInteger(ExecContext* context, std::u16string_view date, int32_t da
 std::u16string IntegerToDate(ExecContext* context, int32_t n, std::u16string_view part) {
   const auto d = DateFromDayNumber(n);
   if (!d) {
-    Raise(context, 80132, {n});
+    Raise(context, kErrIntegerNotDate, {n});
     return {};
   }
   char text[48];
@@ -55,7 +56,7 @@ int32_t DateToDay(ExecContext* context, std::u16string_view date) {
 
 std::u16string IntegerToTime(ExecContext* context, int32_t n) {
   if (n < 0) {
-    Raise(context, 80120, {n});
+    Raise(context, kErrNegativeTime, {n});
     return {};
   }
   // Kept on purpose: the hours are not reduced modulo 24.
