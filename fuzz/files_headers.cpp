@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/filesystem.h"
+#include "temp_root.h"
 #include "project/kvfile.h"
 #include "project/stream.h"
 
@@ -16,10 +17,8 @@ std::string gRoot;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kp-fuzz-headers-XXXXXX";
-  if (!mkdtemp(pattern)) abort();
-  setenv("KP_PREFIX", pattern, 1);
-  gRoot = std::string(pattern) + "/fs/";
+  const std::string root = kp::fuzz::MakeTempRoot("headers");
+  gRoot = root + "/fs/";
   kp::platform::fs::CreateDirectory(u"\\x");
   return 0;
 }
