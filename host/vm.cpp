@@ -411,7 +411,6 @@ bool Library::Start(std::string& error, int32_t language, uintptr_t hookModule) 
   exports_.queryProxy = reinterpret_cast<decltype(exports_.queryProxy)>(find("pQueryProxy"));
   exports_.initConversion = reinterpret_cast<decltype(exports_.initConversion)>(find("bInitKLConvFromVM"));
   exports_.compact = reinterpret_cast<decltype(exports_.compact)>(find("nfCompacte"));
-  exports_.infoEx = reinterpret_cast<decltype(exports_.infoEx)>(find("InfoComposanteEx"));
   if (!exports_.info || !exports_.command || !exports_.execution || !exports_.general || !exports_.declareProxy ||
       !exports_.queryProxy || !exports_.initConversion || !exports_.compact) {
     error = "the library lacks one of the eight exports";

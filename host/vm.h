@@ -193,7 +193,6 @@ class Library {
     decltype(&pQueryProxy) queryProxy = nullptr;
     decltype(&bInitKLConvFromVM) initConversion = nullptr;
     decltype(&nfCompacte) compact = nullptr;
-    decltype(&InfoComposanteEx) infoEx = nullptr;
   };
   const Exports& exports() const { return exports_; }
   void* handle() const { return handle_; }

@@ -365,8 +365,8 @@ KL_EXPORT void KL_CALL DeclareProxy(uintptr_t* out1, uint16_t* out2, uintptr_t* 
 KL_EXPORT uintptr_t KL_CALL pQueryProxy(uint32_t code);
 KL_EXPORT int32_t KL_CALL bInitKLConvFromVM(uintptr_t module, uint32_t low, uint32_t high, uintptr_t reserved);
 KL_EXPORT int16_t KL_CALL nfCompacte(const kl_char* first, const kl_char* second);
-/* The internal forwarding entry: ignores its first argument. */
-KL_EXPORT uintptr_t KL_CALL InfoComposanteEx(uintptr_t ignored, uint32_t selector, uint32_t index);
+/* These eight are the library's only exported symbols (a version script on
+ * ELF, a .def file for the DLL); nothing else can be looked up by name. */
 
 /* Messages and codes of the exports. */
 #define KL_EXEC_START 3985

@@ -108,7 +108,8 @@ KL_EXPORT uintptr_t KL_CALL InfoComposante(uint32_t selector, uint32_t index) {
   }
 }
 
-KL_EXPORT uintptr_t KL_CALL InfoComposanteEx(uintptr_t, uint32_t selector, uint32_t index) {
+// Internal: not exported, the VM reaches it by address only.
+uintptr_t KL_CALL InfoComposanteEx(uintptr_t, uint32_t selector, uint32_t index) {
   return InfoComposante(selector, index);
 }
 
