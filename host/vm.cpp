@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 #include <iconv.h>
 #include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -174,21 +176,54 @@ void KL_CALL SetResult(IVMServices*, uint32_t handle, const void* cell, uint32_t
   gPending.set = true;
 }
 
-KLVariant* KL_CALL NewVariant(IVMServices*) { return &NewHostVariant()->base; }
+// The IVMServices table is exactly as long as the library may rely on: 150
+// operations, SetResult last. It ends at a page boundary and the next page is
+// inaccessible, so a library that reads any slot after SetResult faults at
+// once instead of calling whatever happens to follow.
+const IVMServicesOps* GuardedServicesOps() {
+  static const IVMServicesOps* table = [] {
+    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t bytes = (sizeof(IVMServicesOps) + page - 1) / page * page;
+    void* base = mmap(nullptr, bytes + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) std::abort();
+    auto* ops = reinterpret_cast<IVMServicesOps*>(static_cast<char*>(base) + bytes - sizeof(IVMServicesOps));
+    *ops = IVMServicesOps{};
+    ops->SetResult = &SetResult;
+    if (mprotect(base, bytes, PROT_READ) != 0 || mprotect(static_cast<char*>(base) + bytes, page, PROT_NONE) != 0)
+      std::abort();
+    return ops;
+  }();
+  return table;
+}
+IVMServices gServices{GuardedServicesOps()};
 
-int32_t KL_CALL ObjectValue(IVMServices*, const KLVariant* object, KLValue* out) {
+// --- the VM services object (the ExecContext's second field) ---------------
+std::atomic<int64_t> gServiceCalls{0};
+
+KLVariant* KL_CALL NewVariant(KLVMServices*) {
+  ++gServiceCalls;
+  return &NewHostVariant()->base;
+}
+
+int32_t KL_CALL ObjectValue(KLVMServices*, const KLVariant* object, KLValue* out) {
+  ++gServiceCalls;
   if (!object) return 0;
   return object->ops->Get(object, out);
 }
 
-const IVMServicesOps kServicesOps = [] {
-  IVMServicesOps ops{};
-  ops.SetResult = &SetResult;
-  ops.NewVariant = &NewVariant;
-  ops.ObjectValue = &ObjectValue;
-  return ops;
-}();
-IVMServices gServices{&kServicesOps};
+uint32_t KL_CALL Information(KLVMServices*, int32_t number, kl_char* buffer, uint32_t capacity) {
+  ++gServiceCalls;
+  const auto& answers = Library::VMInformation();
+  auto it = answers.find(number);
+  if (it == answers.end() || !buffer || capacity == 0) return 0;
+  const uint32_t n = std::min<uint32_t>(static_cast<uint32_t>(it->second.size()), capacity - 1);
+  std::memcpy(buffer, it->second.data(), n * sizeof(kl_char));
+  buffer[n] = 0;
+  return n;
+}
+
+const KLVMServicesOps kVMServicesOps{&NewVariant, &ObjectValue, &Information};
+KLVMServices gVMServices{&kVMServicesOps};
 
 // --- message texts (CommandeComposante 2) ---------------------------------
 uint32_t KL_CALL MessageCallback(uint32_t number, kl_char* buffer, uint32_t capacity) {
@@ -307,7 +342,7 @@ const ExecContextOps kProgramOps = [] {
 // --- Program ----------------------------------------------------------------
 Program::Program() {
   wrapped_.base.ops = &kProgramOps;
-  wrapped_.base.services = &gServices;
+  wrapped_.base.services = &gVMServices;
   wrapped_.self = this;
   InitErrorRecord(error_);
   SetLanguage(KL_LANGUAGE_FRENCH);
@@ -383,6 +418,12 @@ bool FunctionInfo::available() const {
 
 int64_t Library::LiveBlocks() { return gLiveBlocks; }
 int64_t Library::LiveVariants() { return gLiveVariants; }
+int64_t Library::ServiceCalls() { return gServiceCalls; }
+const IVMServices* Library::Services() { return &gServices; }
+std::map<int32_t, std::u16string>& Library::VMInformation() {
+  static std::map<int32_t, std::u16string> answers;
+  return answers;
+}
 std::map<uint32_t, std::u16string>& Library::VMMessages() {
   static std::map<uint32_t, std::u16string> messages;
   return messages;

@@ -203,6 +203,14 @@ class Library {
   // still alive: both are 0 between calls when nothing leaks.
   static int64_t LiveBlocks();
   static int64_t LiveVariants();
+  // Calls the library made to the VM services object (variants, objects,
+  // information), counted for tests.
+  static int64_t ServiceCalls();
+  // The IVMServices object of every call: its table has exactly 150
+  // operations and an inaccessible page right after it.
+  static const IVMServices* Services();
+  // Answers of the VM services object's information question, by number.
+  static std::map<int32_t, std::u16string>& VMInformation();
 
   // Message texts the VM's callback answers (CommandeComposante 2); empty
   // map: the library's own block answers.
