@@ -21,6 +21,10 @@ namespace {
 
 std::atomic<int64_t> gLiveBlocks{0};
 std::atomic<int64_t> gLiveVariants{0};
+// Calls of the conversion services (nConversionDepassement and its Ex form)
+// and of FinConversion.
+std::atomic<int64_t> gConversions{0};
+std::atomic<int64_t> gConversionEnds{0};
 
 // --- string blocks --------------------------------------------------------
 void* KL_CALL ManagerAlloc(KLStringManager*, uint32_t bytes) {
@@ -37,7 +41,23 @@ void KL_CALL ManagerRelease(KLStringManager*, int32_t, uintptr_t) {}
 const KLStringManagerOps kManagerOps{&ManagerAlloc, &ManagerFree, &ManagerRelease};
 KLStringManager gManager{&kManagerOps};
 
-void KL_CALL ServiceFree(KLStringService*, void* block) { ManagerFree(&gManager, block); }
+// The per-thread manager the VM keeps under its thread-local index
+// (GeneralParam 2005): the loading thread's slot holds it. Its frees are
+// counted apart from the string service's, so tests see which path the
+// library took.
+std::atomic<int64_t> gThreadManagerFrees{0};
+std::atomic<int64_t> gServiceFrees{0};
+void KL_CALL ThreadManagerFree(KLStringManager* self, void* block) {
+  ++gThreadManagerFrees;
+  ManagerFree(self, block);
+}
+const KLStringManagerOps kThreadManagerOps{&ManagerAlloc, &ThreadManagerFree, &ManagerRelease};
+KLStringManager gThreadManager{&kThreadManagerOps};
+
+void KL_CALL ServiceFree(KLStringService*, void* block) {
+  ++gServiceFrees;
+  ManagerFree(&gManager, block);
+}
 const KLStringServiceOps kServiceOps{&ServiceFree};
 KLStringService gService{&kServiceOps};
 
@@ -419,6 +439,9 @@ bool FunctionInfo::available() const {
 int64_t Library::LiveBlocks() { return gLiveBlocks; }
 int64_t Library::LiveVariants() { return gLiveVariants; }
 int64_t Library::ServiceCalls() { return gServiceCalls; }
+Library::Counts Library::Counters() {
+  return {gThreadManagerFrees, gServiceFrees, gConversions, gConversionEnds};
+}
 const IVMServices* Library::Services() { return &gServices; }
 std::map<int32_t, std::u16string>& Library::VMInformation() {
   static std::map<int32_t, std::u16string> answers;
@@ -467,7 +490,7 @@ bool Library::Start(std::string& error, int32_t language, uintptr_t hookModule) 
   conversionBound_ = exports_.initConversion(reinterpret_cast<uintptr_t>(self), 2, 2, 0);
   static pthread_key_t key;
   static const bool keyMade = pthread_key_create(&key, nullptr) == 0;
-  pthread_setspecific(key, &gManager);
+  pthread_setspecific(key, &gThreadManager);
   exports_.general(KL_PARAM_TLS_INDEX, keyMade ? key : 0, 0);
   exports_.general(KL_PARAM_STRING_SERVICE, reinterpret_cast<uintptr_t>(&gService), 0);
   exports_.general(KL_PARAM_STRING_MANAGER, reinterpret_cast<uintptr_t>(&gManager), 0);
@@ -740,7 +763,8 @@ std::string TypeName(uint32_t code) {
 }  // namespace kphost
 
 // --- the VM's conversion services, found by name in this program -------------
-// 8-bit text is the ANSI code page, Windows-1252.
+// 8-bit text is Windows-1252, the ANSI code page, unless the extended form
+// names another code page. Every call is counted.
 namespace {
 
 int32_t Convert(const char* from, const char* to, const void* source, size_t inBytes, size_t unit, void** result) {
@@ -777,24 +801,41 @@ int32_t Convert(const char* from, const char* to, const void* source, size_t inB
   return static_cast<int32_t>((o - out) / unit);
 }
 
+// The iconv name of a Windows code page; 0 is the ANSI code page.
+std::string IconvName(uint32_t codePage) {
+  if (codePage == 0 || codePage == 1252) return "WINDOWS-1252";
+  if (codePage == 65001) return "UTF-8";
+  if (codePage == 20127) return "ASCII";
+  if (codePage >= 28591 && codePage <= 28606) return "ISO-8859-" + std::to_string(codePage - 28590);
+  return "CP" + std::to_string(codePage);
+}
+
+int32_t ConvertIn(int32_t direction, uint32_t codePage, const void* source, int32_t length, void** result) {
+  ++kphost::gConversions;
+  if (!result || length < 0 || (!source && length)) return -1;
+  const std::string name = IconvName(codePage);
+  if (direction == KL_CONV_TO_UTF16) return Convert(name.c_str(), "UTF-16LE", source, length, 2, result);
+  if (direction == KL_CONV_FROM_UTF16) return Convert("UTF-16LE", name.c_str(), source, length * 2u, 1, result);
+  return -1;
+}
+
 }  // namespace
 
 extern "C" {
 
 KL_EXPORT int32_t KL_CALL nConversionDepassement(int32_t direction, const void* source, int32_t length,
                                                  void** result) {
-  if (!result || length < 0 || (!source && length)) return -1;
-  if (direction == KL_CONV_TO_UTF16) return Convert("WINDOWS-1252", "UTF-16LE", source, length, 2, result);
-  if (direction == KL_CONV_FROM_UTF16) return Convert("UTF-16LE", "WINDOWS-1252", source, length * 2u, 1, result);
-  return -1;
+  return ConvertIn(direction, 0, source, length, result);
 }
 
 KL_EXPORT int32_t KL_CALL nConversionDepassementEx(int32_t direction, uint32_t codePage, const void* source,
                                                    int32_t length, void** result) {
-  if (codePage != 0 && codePage != 1252) return -1;
-  return nConversionDepassement(direction, source, length, result);
+  return ConvertIn(direction, codePage, source, length, result);
 }
 
-KL_EXPORT void KL_CALL FinConversion(void* result) { std::free(result); }
+KL_EXPORT void KL_CALL FinConversion(void* result) {
+  ++kphost::gConversionEnds;
+  std::free(result);
+}
 
 }  // extern "C"

@@ -206,6 +206,14 @@ class Library {
   // Calls the library made to the VM services object (variants, objects,
   // information), counted for tests.
   static int64_t ServiceCalls();
+  // How the library released string blocks and converted 8-bit text.
+  struct Counts {
+    int64_t threadManagerFrees = 0;  // through the per-thread manager (TLS index)
+    int64_t serviceFrees = 0;        // through the string service (2006)
+    int64_t conversions = 0;         // nConversionDepassement and its Ex form
+    int64_t conversionEnds = 0;      // FinConversion
+  };
+  static Counts Counters();
   // The IVMServices object of every call: its table has exactly 150
   // operations and an inaccessible page right after it.
   static const IVMServices* Services();

@@ -6,6 +6,7 @@
 // ending the whole run.
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include "abi_support.h"
 #include "eval.h"
@@ -64,6 +65,31 @@ TEST(VMServices, NoServicesObjectIsAnErrorNotACrash) {
   EXPECT_TRUE(lib->program().ReadError().present());
   EXPECT_EQ(Library::LiveVariants(), 0);
   lib->program().ClearError();
+}
+
+// A text result's block is freed through the per-thread string manager the
+// VM keeps under its thread-local index; on a thread whose slot is empty,
+// through the string service.
+TEST(StringBlocks, ReleasedThroughTheThreadManagerOfTheVM) {
+  auto lib = kp::abi::Load();
+  const auto* f = lib->FindFunction("DateSys");
+  ASSERT_NE(f, nullptr);
+  auto call = [&] {
+    Value result;
+    std::string why;
+    EXPECT_EQ(lib->Call(*f, {}, result, why), Library::CallStatus::Ok) << why;
+    EXPECT_EQ(result.text.size(), 8u);
+  };
+  const auto before = Library::Counters();
+  call();
+  const auto loader = Library::Counters();
+  EXPECT_EQ(loader.threadManagerFrees - before.threadManagerFrees, 1);
+  EXPECT_EQ(loader.serviceFrees, before.serviceFrees);
+  std::thread(call).join();  // the host filled the slot of its loading thread only
+  const auto other = Library::Counters();
+  EXPECT_EQ(other.threadManagerFrees, loader.threadManagerFrees);
+  EXPECT_EQ(other.serviceFrees - loader.serviceFrees, 1);
+  EXPECT_EQ(Library::LiveBlocks(), 0);
 }
 
 }  // namespace
