@@ -438,6 +438,14 @@ bool FunctionInfo::available() const {
 
 int64_t Library::LiveBlocks() { return gLiveBlocks; }
 int64_t Library::LiveVariants() { return gLiveVariants; }
+KLStringHolder Library::MakeTextBlock(std::u16string_view text) {
+  KLStringHolder holder = MakeBlock(text.data(), static_cast<uint32_t>(text.size() * 2));
+  if (holder) {
+    auto* header = reinterpret_cast<KLStringHeader*>(static_cast<char*>(holder) - sizeof(KLStringHeader));
+    header->flags = KL_STRING_KIND_TEXT << KL_STRING_KIND_SHIFT;
+  }
+  return holder;
+}
 int64_t Library::ServiceCalls() { return gServiceCalls; }
 Library::Counts Library::Counters() {
   return {gThreadManagerFrees, gServiceFrees, gConversions, gConversionEnds};

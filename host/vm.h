@@ -202,6 +202,9 @@ class Library {
   // String blocks and variants the host made for the library and that are
   // still alive: both are 0 between calls when nothing leaks.
   static int64_t LiveBlocks();
+  // A text block from the VM's string manager, as the VM hands the library
+  // texts it is to own (type instances' members, for instance).
+  static KLStringHolder MakeTextBlock(std::u16string_view text);
   static int64_t LiveVariants();
   // Calls the library made to the VM services object (variants, objects,
   // information), counted for tests.

@@ -331,13 +331,31 @@ typedef struct KLVariableRow {
   uint32_t identifier; /* member type << 24 | 8 << 16 | row index */
 } KLVariableRow;
 
+/* The two operations of a component type. An instance is a block of
+ * KL_TYPE_CELL_BYTES-byte cells, one per member in member-list order (at
+ * least one cell): a text member's cell holds a KLStringHolder, an integer or
+ * boolean member's cell its 32-bit value in the first four bytes. Create
+ * gives a new instance with every member empty or 0 (null when memory runs
+ * out); Release with flags bit 1 releases the members' texts and the block. */
+#define KL_TYPE_CELL_BYTES 8
+typedef void* (KL_CALL* KLTypeCreateFn)(void);
+typedef void (KL_CALL* KLTypeReleaseFn)(void* instance, int32_t flags);
+
+#define KL_TYPE_FLAGS 0x10             /* a type with an implementation here */
+#define KL_TYPE_FLAGS_UNAVAILABLE 0x210 /* declared, not implemented here */
+#define KL_TYPE_OPERATION_COUNT 2
+
 typedef struct KLTypeDescriptor {
   const char* frenchNames;  /* singular,plural,gender */
   const char* englishNames; /* singular,plural, */
   const char* typeName;     /* "+:008:0:STD:Processus" */
-  uint32_t flags;
-  uint32_t count;
-  KLSlot operations[2];
+  uint32_t flags;           /* KL_TYPE_FLAGS or KL_TYPE_FLAGS_UNAVAILABLE */
+  uint32_t count;           /* the operations that follow: 2 */
+  KLTypeCreateFn create;
+  KLTypeReleaseFn release;
+  /* Member rows (French name, English name, flags, member type << 24 |
+   * 8 << 16 | member index); null with a count of 0 for a type whose members
+   * are not declared here. */
   const KLVariableRow* members;
   uint32_t memberCount;
 } KLTypeDescriptor;
@@ -425,6 +443,7 @@ KL_STATIC_ASSERT(sizeof(KLConstantRow) == 20, "constant row: five words");
 KL_STATIC_ASSERT(sizeof(KLVariableRow) == 16, "variable row: four words");
 KL_STATIC_ASSERT(sizeof(KLStringHeader) == 20, "string header: 20 bytes");
 KL_STATIC_ASSERT(sizeof(CallContext) == 20, "call context: resultHandle is the fifth word");
+KL_STATIC_ASSERT(sizeof(KLTypeDescriptor) == 36, "type descriptor: nine words");
 KL_STATIC_ASSERT(offsetof(IVMServicesOps, SetResult) == 149 * 4, "SetResult at slot 149");
 KL_STATIC_ASSERT(offsetof(ExecContextOps, GetError) == 17 * 4, "error record at slot 17");
 #endif

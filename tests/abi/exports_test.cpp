@@ -108,13 +108,23 @@ TEST(Exports, InfoComposanteSelectors) {
   EXPECT_EQ(info(32, 0), 3u);
   EXPECT_EQ(info(34, 0), 445u);
   for (uint32_t unknown : {5u, 12u, 22u, 27u, 28u, 36u, 1000u, 0xFFFFFFFFu}) EXPECT_EQ(info(unknown, 0), 0u) << unknown;
-  // Selector 4: two empty texts; beyond them nothing.
-  for (uint32_t i : {0u, 1u}) {
-    auto* text = reinterpret_cast<const kl_char*>(info(4, i));
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(text[0], 0);
+  // Selector 4: the language code chooses between two texts, both empty
+  // at load: 12 the first, any other code the second; the index plays no part.
+  lib->SetLanguage(KL_LANGUAGE_FRENCH);
+  const uintptr_t first = info(4, 0);
+  EXPECT_EQ(info(4, 1), first);
+  lib->SetLanguage(9);
+  const uintptr_t second = info(4, 0);
+  EXPECT_EQ(info(4, 1), second);
+  lib->SetLanguage(7);
+  EXPECT_EQ(info(4, 0), second) << "any code other than 12 chooses the second";
+  EXPECT_NE(first, second);
+  for (uintptr_t text : {first, second}) {
+    ASSERT_NE(text, 0u);
+    EXPECT_EQ(reinterpret_cast<const kl_char*>(text)[0], 0);
   }
-  EXPECT_EQ(info(4, 2), 0u);
+  lib->SetLanguage(KL_LANGUAGE_FRENCH);
+  EXPECT_EQ(info(4, 1), first);
   // Selector 29 is one indirection more than the other tables.
   auto* descriptors = *reinterpret_cast<const KLTypeDescriptor* const*>(info(29, 0));
   EXPECT_STREQ(descriptors[0].frenchNames, "Processus,Processus,m");
