@@ -8,9 +8,9 @@
 #include <string>
 
 #include "platform/filesystem.h"
-#include "temp_root.h"
 #include "project/kvfile.h"
 #include "project/stream.h"
+#include "temp_root.h"
 
 namespace {
 std::string gRoot;

@@ -9,8 +9,8 @@
 
 #include "files/file_io.h"
 #include "platform/filesystem.h"
-#include "temp_root.h"
 #include "project/stream.h"
+#include "temp_root.h"
 
 namespace {
 

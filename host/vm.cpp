@@ -447,9 +447,7 @@ KLStringHolder Library::MakeTextBlock(std::u16string_view text) {
   return holder;
 }
 int64_t Library::ServiceCalls() { return gServiceCalls; }
-Library::Counts Library::Counters() {
-  return {gThreadManagerFrees, gServiceFrees, gConversions, gConversionEnds};
-}
+Library::Counts Library::Counters() { return {gThreadManagerFrees, gServiceFrees, gConversions, gConversionEnds}; }
 const IVMServices* Library::Services() { return &gServices; }
 std::map<int32_t, std::u16string>& Library::VMInformation() {
   static std::map<int32_t, std::u16string> answers;

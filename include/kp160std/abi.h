@@ -341,7 +341,7 @@ typedef struct KLVariableRow {
 typedef void* (KL_CALL* KLTypeCreateFn)(void);
 typedef void (KL_CALL* KLTypeReleaseFn)(void* instance, int32_t flags);
 
-#define KL_TYPE_FLAGS 0x10             /* a type with an implementation here */
+#define KL_TYPE_FLAGS 0x10              /* a type with an implementation here */
 #define KL_TYPE_FLAGS_UNAVAILABLE 0x210 /* declared, not implemented here */
 #define KL_TYPE_OPERATION_COUNT 2
 

@@ -115,7 +115,9 @@ struct ScalarResult {
 };
 template <>
 struct Result<KL_T_BOOL> {
-  static void Hand(CallContext* call, ExecContext* context, bool value) { ScalarResult<KL_T_BOOL, int32_t>::Hand(call, context, value ? 1 : 0); }
+  static void Hand(CallContext* call, ExecContext* context, bool value) {
+    ScalarResult<KL_T_BOOL, int32_t>::Hand(call, context, value ? 1 : 0);
+  }
 };
 template <>
 struct Result<KL_T_INT> : ScalarResult<KL_T_INT, int32_t> {};
@@ -125,11 +127,15 @@ template <>
 struct Result<KL_T_REAL> : ScalarResult<KL_T_REAL, double> {};
 template <>
 struct Result<KL_T_INSTANCE> {
-  static void Hand(CallContext* call, ExecContext* context, Handle h) { ScalarResult<KL_T_INSTANCE, uint32_t>::Hand(call, context, h.value); }
+  static void Hand(CallContext* call, ExecContext* context, Handle h) {
+    ScalarResult<KL_T_INSTANCE, uint32_t>::Hand(call, context, h.value);
+  }
 };
 template <>
 struct Result<KL_T_WINDOW> {
-  static void Hand(CallContext* call, ExecContext* context, Handle h) { ScalarResult<KL_T_WINDOW, uint32_t>::Hand(call, context, h.value); }
+  static void Hand(CallContext* call, ExecContext* context, Handle h) {
+    ScalarResult<KL_T_WINDOW, uint32_t>::Hand(call, context, h.value);
+  }
 };
 template <>
 struct Result<KL_T_DURATION> {

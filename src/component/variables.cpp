@@ -105,8 +105,10 @@ constexpr const char* kTypeNames[KL_TYPE_COUNT] = {
 // executable's path and its identifier, as the process snapshot records it;
 // the version-information and certificate types belong to functions that are
 // declared without an implementation here, so they declare no members.
-#define KP_MEMBER(fr, en, type, index) \
-  KLVariableRow { KP_ANSI(fr), KP_ANSI(en), 0x10, (uint32_t{type} << 24) | (uint32_t{KL_COMPONENT_NUMBER} << 16) | (index) }
+#define KP_MEMBER(fr, en, type, index)                                                                       \
+  KLVariableRow {                                                                                            \
+    KP_ANSI(fr), KP_ANSI(en), 0x10, (uint32_t{type} << 24) | (uint32_t{KL_COMPONENT_NUMBER} << 16) | (index) \
+  }
 constexpr KLVariableRow kProcessMembers[] = {
     KP_MEMBER("Chemin", "Path", KL_T_TEXT, 0),
     KP_MEMBER("PID", "PID", KL_T_INT, 1),
@@ -118,9 +120,7 @@ constexpr KLVariableRow kProcessMembers[] = {
 template <const KLVariableRow* Members, std::size_t Count>
 struct TypeOperations {
   static constexpr std::size_t kCells = Count ? Count : 1;
-  static void* KL_CALL Create() {
-    return new (std::nothrow) std::array<unsigned char, kCells * KL_TYPE_CELL_BYTES>{};
-  }
+  static void* KL_CALL Create() { return new (std::nothrow) std::array<unsigned char, kCells * KL_TYPE_CELL_BYTES>{}; }
   static void KL_CALL Release(void* instance, int32_t flags) {
     if (!instance || !(flags & 1)) return;
     auto* cells = static_cast<std::array<unsigned char, kCells * KL_TYPE_CELL_BYTES>*>(instance);

@@ -17,9 +17,9 @@ namespace {
 
 using kphost::Library;
 
-const std::set<std::string> kEightExports = {"InfoComposante", "CommandeComposante", "Execution",
-                                              "GeneralParam",   "DeclareProxy",       "pQueryProxy",
-                                              "bInitKLConvFromVM", "nfCompacte"};
+const std::set<std::string> kEightExports = {"InfoComposante",    "CommandeComposante", "Execution",
+                                             "GeneralParam",      "DeclareProxy",       "pQueryProxy",
+                                             "bInitKLConvFromVM", "nfCompacte"};
 
 // Standard output of a command; nullopt when it cannot run or fails.
 std::optional<std::string> Output(const std::string& command) {
@@ -170,6 +170,7 @@ TEST(Exports, ConversionServicesVersionChecks) {
   EXPECT_EQ(lib->conversionBound(), 1) << "the host exports nConversionDepassement and FinConversion";
   auto init = lib->exports().initConversion;
   void* self = dlopen(nullptr, RTLD_NOW);
+  ASSERT_NE(self, nullptr) << dlerror();
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 1, 2, 0), 0);
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 2, 3, 0), 0);
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 2, 2, 0), 1);
@@ -278,6 +279,7 @@ TEST_F(Hook, EventsAreForwarded) {
 
 TEST_F(Hook, ModuleWithoutExecutionIsDropped) {
   void* self = dlopen(nullptr, RTLD_NOW);
+  ASSERT_NE(self, nullptr) << dlerror();
   uintptr_t block[4] = {0, reinterpret_cast<uintptr_t>(self), 0, 0};
   EXPECT_EQ(lib_->exports().execution(KL_EXEC_START, block), 0u);
   EXPECT_EQ(Send(KL_EXEC_FORWARD, {}), 0u) << "no hook was kept";
