@@ -10,16 +10,15 @@
 #include "platform/filesystem.h"
 #include "project/kvfile.h"
 #include "project/stream.h"
+#include "temp_root.h"
 
 namespace {
 std::string gRoot;
 }
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kp-fuzz-headers-XXXXXX";
-  if (!mkdtemp(pattern)) abort();
-  setenv("KP_PREFIX", pattern, 1);
-  gRoot = std::string(pattern) + "/fs/";
+  const std::string root = kp::fuzz::MakeTempRoot("headers");
+  gRoot = root + "/fs/";
   kp::platform::fs::CreateDirectory(u"\\x");
   return 0;
 }

@@ -10,6 +10,7 @@
 #include "files/file_io.h"
 #include "platform/filesystem.h"
 #include "project/stream.h"
+#include "temp_root.h"
 
 namespace {
 
@@ -18,11 +19,9 @@ std::string gRoot;
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kp-fuzz-lines-XXXXXX";
-  if (!mkdtemp(pattern)) abort();
-  setenv("KP_PREFIX", pattern, 1);
+  const std::string root = kp::fuzz::MakeTempRoot("lines");
   setenv("KP_CODEPAGE", "28591", 1);  // ISO-8859-1: every byte is one character
-  gRoot = std::string(pattern) + "/fs/";
+  gRoot = root + "/fs/";
   kp::platform::fs::CreateDirectory(u"\\x");  // makes the device root
   return 0;
 }

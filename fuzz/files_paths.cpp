@@ -8,11 +8,10 @@
 
 #include "files/paths.h"
 #include "platform/filesystem.h"
+#include "temp_root.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  char pattern[] = "/tmp/kp-fuzz-paths-XXXXXX";
-  if (!mkdtemp(pattern)) abort();
-  setenv("KP_PREFIX", pattern, 1);
+  kp::fuzz::MakeTempRoot("paths");
   kp::platform::fs::CreateDirectory(u"\\Dir");
   kp::platform::fs::CreateDirectory(u"\\Dir\\Sub");
   return 0;

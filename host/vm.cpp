@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 #include <iconv.h>
 #include <pthread.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -19,6 +21,10 @@ namespace {
 
 std::atomic<int64_t> gLiveBlocks{0};
 std::atomic<int64_t> gLiveVariants{0};
+// Calls of the conversion services (nConversionDepassement and its Ex form)
+// and of FinConversion.
+std::atomic<int64_t> gConversions{0};
+std::atomic<int64_t> gConversionEnds{0};
 
 // --- string blocks --------------------------------------------------------
 void* KL_CALL ManagerAlloc(KLStringManager*, uint32_t bytes) {
@@ -35,7 +41,23 @@ void KL_CALL ManagerRelease(KLStringManager*, int32_t, uintptr_t) {}
 const KLStringManagerOps kManagerOps{&ManagerAlloc, &ManagerFree, &ManagerRelease};
 KLStringManager gManager{&kManagerOps};
 
-void KL_CALL ServiceFree(KLStringService*, void* block) { ManagerFree(&gManager, block); }
+// The per-thread manager the VM keeps under its thread-local index
+// (GeneralParam 2005): the loading thread's slot holds it. Its frees are
+// counted apart from the string service's, so tests see which path the
+// library took.
+std::atomic<int64_t> gThreadManagerFrees{0};
+std::atomic<int64_t> gServiceFrees{0};
+void KL_CALL ThreadManagerFree(KLStringManager* self, void* block) {
+  ++gThreadManagerFrees;
+  ManagerFree(self, block);
+}
+const KLStringManagerOps kThreadManagerOps{&ManagerAlloc, &ThreadManagerFree, &ManagerRelease};
+KLStringManager gThreadManager{&kThreadManagerOps};
+
+void KL_CALL ServiceFree(KLStringService*, void* block) {
+  ++gServiceFrees;
+  ManagerFree(&gManager, block);
+}
 const KLStringServiceOps kServiceOps{&ServiceFree};
 KLStringService gService{&kServiceOps};
 
@@ -174,21 +196,54 @@ void KL_CALL SetResult(IVMServices*, uint32_t handle, const void* cell, uint32_t
   gPending.set = true;
 }
 
-KLVariant* KL_CALL NewVariant(IVMServices*) { return &NewHostVariant()->base; }
+// The IVMServices table is exactly as long as the library may rely on: 150
+// operations, SetResult last. It ends at a page boundary and the next page is
+// inaccessible, so a library that reads any slot after SetResult faults at
+// once instead of calling whatever happens to follow.
+const IVMServicesOps* GuardedServicesOps() {
+  static const IVMServicesOps* table = [] {
+    const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t bytes = (sizeof(IVMServicesOps) + page - 1) / page * page;
+    void* base = mmap(nullptr, bytes + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (base == MAP_FAILED) std::abort();
+    auto* ops = reinterpret_cast<IVMServicesOps*>(static_cast<char*>(base) + bytes - sizeof(IVMServicesOps));
+    *ops = IVMServicesOps{};
+    ops->SetResult = &SetResult;
+    if (mprotect(base, bytes, PROT_READ) != 0 || mprotect(static_cast<char*>(base) + bytes, page, PROT_NONE) != 0)
+      std::abort();
+    return ops;
+  }();
+  return table;
+}
+IVMServices gServices{GuardedServicesOps()};
 
-int32_t KL_CALL ObjectValue(IVMServices*, const KLVariant* object, KLValue* out) {
+// --- the VM services object (the ExecContext's second field) ---------------
+std::atomic<int64_t> gServiceCalls{0};
+
+KLVariant* KL_CALL NewVariant(KLVMServices*) {
+  ++gServiceCalls;
+  return &NewHostVariant()->base;
+}
+
+int32_t KL_CALL ObjectValue(KLVMServices*, const KLVariant* object, KLValue* out) {
+  ++gServiceCalls;
   if (!object) return 0;
   return object->ops->Get(object, out);
 }
 
-const IVMServicesOps kServicesOps = [] {
-  IVMServicesOps ops{};
-  ops.SetResult = &SetResult;
-  ops.NewVariant = &NewVariant;
-  ops.ObjectValue = &ObjectValue;
-  return ops;
-}();
-IVMServices gServices{&kServicesOps};
+uint32_t KL_CALL Information(KLVMServices*, int32_t number, kl_char* buffer, uint32_t capacity) {
+  ++gServiceCalls;
+  const auto& answers = Library::VMInformation();
+  auto it = answers.find(number);
+  if (it == answers.end() || !buffer || capacity == 0) return 0;
+  const uint32_t n = std::min<uint32_t>(static_cast<uint32_t>(it->second.size()), capacity - 1);
+  std::memcpy(buffer, it->second.data(), n * sizeof(kl_char));
+  buffer[n] = 0;
+  return n;
+}
+
+const KLVMServicesOps kVMServicesOps{&NewVariant, &ObjectValue, &Information};
+KLVMServices gVMServices{&kVMServicesOps};
 
 // --- message texts (CommandeComposante 2) ---------------------------------
 uint32_t KL_CALL MessageCallback(uint32_t number, kl_char* buffer, uint32_t capacity) {
@@ -307,7 +362,7 @@ const ExecContextOps kProgramOps = [] {
 // --- Program ----------------------------------------------------------------
 Program::Program() {
   wrapped_.base.ops = &kProgramOps;
-  wrapped_.base.services = &gServices;
+  wrapped_.base.services = &gVMServices;
   wrapped_.self = this;
   InitErrorRecord(error_);
   SetLanguage(KL_LANGUAGE_FRENCH);
@@ -383,6 +438,21 @@ bool FunctionInfo::available() const {
 
 int64_t Library::LiveBlocks() { return gLiveBlocks; }
 int64_t Library::LiveVariants() { return gLiveVariants; }
+KLStringHolder Library::MakeTextBlock(std::u16string_view text) {
+  KLStringHolder holder = MakeBlock(text.data(), static_cast<uint32_t>(text.size() * 2));
+  if (holder) {
+    auto* header = reinterpret_cast<KLStringHeader*>(static_cast<char*>(holder) - sizeof(KLStringHeader));
+    header->flags = KL_STRING_KIND_TEXT << KL_STRING_KIND_SHIFT;
+  }
+  return holder;
+}
+int64_t Library::ServiceCalls() { return gServiceCalls; }
+Library::Counts Library::Counters() { return {gThreadManagerFrees, gServiceFrees, gConversions, gConversionEnds}; }
+const IVMServices* Library::Services() { return &gServices; }
+std::map<int32_t, std::u16string>& Library::VMInformation() {
+  static std::map<int32_t, std::u16string> answers;
+  return answers;
+}
 std::map<uint32_t, std::u16string>& Library::VMMessages() {
   static std::map<uint32_t, std::u16string> messages;
   return messages;
@@ -411,7 +481,6 @@ bool Library::Start(std::string& error, int32_t language, uintptr_t hookModule) 
   exports_.queryProxy = reinterpret_cast<decltype(exports_.queryProxy)>(find("pQueryProxy"));
   exports_.initConversion = reinterpret_cast<decltype(exports_.initConversion)>(find("bInitKLConvFromVM"));
   exports_.compact = reinterpret_cast<decltype(exports_.compact)>(find("nfCompacte"));
-  exports_.infoEx = reinterpret_cast<decltype(exports_.infoEx)>(find("InfoComposanteEx"));
   if (!exports_.info || !exports_.command || !exports_.execution || !exports_.general || !exports_.declareProxy ||
       !exports_.queryProxy || !exports_.initConversion || !exports_.compact) {
     error = "the library lacks one of the eight exports";
@@ -427,7 +496,7 @@ bool Library::Start(std::string& error, int32_t language, uintptr_t hookModule) 
   conversionBound_ = exports_.initConversion(reinterpret_cast<uintptr_t>(self), 2, 2, 0);
   static pthread_key_t key;
   static const bool keyMade = pthread_key_create(&key, nullptr) == 0;
-  pthread_setspecific(key, &gManager);
+  pthread_setspecific(key, &gThreadManager);
   exports_.general(KL_PARAM_TLS_INDEX, keyMade ? key : 0, 0);
   exports_.general(KL_PARAM_STRING_SERVICE, reinterpret_cast<uintptr_t>(&gService), 0);
   exports_.general(KL_PARAM_STRING_MANAGER, reinterpret_cast<uintptr_t>(&gManager), 0);
@@ -700,7 +769,8 @@ std::string TypeName(uint32_t code) {
 }  // namespace kphost
 
 // --- the VM's conversion services, found by name in this program -------------
-// 8-bit text is the ANSI code page, Windows-1252.
+// 8-bit text is Windows-1252, the ANSI code page, unless the extended form
+// names another code page. Every call is counted.
 namespace {
 
 int32_t Convert(const char* from, const char* to, const void* source, size_t inBytes, size_t unit, void** result) {
@@ -737,24 +807,41 @@ int32_t Convert(const char* from, const char* to, const void* source, size_t inB
   return static_cast<int32_t>((o - out) / unit);
 }
 
+// The iconv name of a Windows code page; 0 is the ANSI code page.
+std::string IconvName(uint32_t codePage) {
+  if (codePage == 0 || codePage == 1252) return "WINDOWS-1252";
+  if (codePage == 65001) return "UTF-8";
+  if (codePage == 20127) return "ASCII";
+  if (codePage >= 28591 && codePage <= 28606) return "ISO-8859-" + std::to_string(codePage - 28590);
+  return "CP" + std::to_string(codePage);
+}
+
+int32_t ConvertIn(int32_t direction, uint32_t codePage, const void* source, int32_t length, void** result) {
+  ++kphost::gConversions;
+  if (!result || length < 0 || (!source && length)) return -1;
+  const std::string name = IconvName(codePage);
+  if (direction == KL_CONV_TO_UTF16) return Convert(name.c_str(), "UTF-16LE", source, length, 2, result);
+  if (direction == KL_CONV_FROM_UTF16) return Convert("UTF-16LE", name.c_str(), source, length * 2u, 1, result);
+  return -1;
+}
+
 }  // namespace
 
 extern "C" {
 
 KL_EXPORT int32_t KL_CALL nConversionDepassement(int32_t direction, const void* source, int32_t length,
                                                  void** result) {
-  if (!result || length < 0 || (!source && length)) return -1;
-  if (direction == KL_CONV_TO_UTF16) return Convert("WINDOWS-1252", "UTF-16LE", source, length, 2, result);
-  if (direction == KL_CONV_FROM_UTF16) return Convert("UTF-16LE", "WINDOWS-1252", source, length * 2u, 1, result);
-  return -1;
+  return ConvertIn(direction, 0, source, length, result);
 }
 
 KL_EXPORT int32_t KL_CALL nConversionDepassementEx(int32_t direction, uint32_t codePage, const void* source,
                                                    int32_t length, void** result) {
-  if (codePage != 0 && codePage != 1252) return -1;
-  return nConversionDepassement(direction, source, length, result);
+  return ConvertIn(direction, codePage, source, length, result);
 }
 
-KL_EXPORT void KL_CALL FinConversion(void* result) { std::free(result); }
+KL_EXPORT void KL_CALL FinConversion(void* result) {
+  ++kphost::gConversionEnds;
+  std::free(result);
+}
 
 }  // extern "C"

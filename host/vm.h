@@ -194,7 +194,6 @@ class Library {
     decltype(&pQueryProxy) queryProxy = nullptr;
     decltype(&bInitKLConvFromVM) initConversion = nullptr;
     decltype(&nfCompacte) compact = nullptr;
-    decltype(&InfoComposanteEx) infoEx = nullptr;
   };
   const Exports& exports() const { return exports_; }
   void* handle() const { return handle_; }
@@ -204,7 +203,26 @@ class Library {
   // String blocks and variants the host made for the library and that are
   // still alive: both are 0 between calls when nothing leaks.
   static int64_t LiveBlocks();
+  // A text block from the VM's string manager, as the VM hands the library
+  // texts it is to own (type instances' members, for instance).
+  static KLStringHolder MakeTextBlock(std::u16string_view text);
   static int64_t LiveVariants();
+  // Calls the library made to the VM services object (variants, objects,
+  // information), counted for tests.
+  static int64_t ServiceCalls();
+  // How the library released string blocks and converted 8-bit text.
+  struct Counts {
+    int64_t threadManagerFrees = 0;  // through the per-thread manager (TLS index)
+    int64_t serviceFrees = 0;        // through the string service (2006)
+    int64_t conversions = 0;         // nConversionDepassement and its Ex form
+    int64_t conversionEnds = 0;      // FinConversion
+  };
+  static Counts Counters();
+  // The IVMServices object of every call: its table has exactly 150
+  // operations and an inaccessible page right after it.
+  static const IVMServices* Services();
+  // Answers of the VM services object's information question, by number.
+  static std::map<int32_t, std::u16string>& VMInformation();
 
   // Message texts the VM's callback answers (CommandeComposante 2); empty
   // map: the library's own block answers.

@@ -141,30 +141,54 @@ typedef struct KLCurrency {
 } KLCurrency;
 
 /* ---------------------------------------------------------------------------
- * IVMServices: the VM's interface object. Entry functions call SetResult at
- * slot 149; the slots after it are the further operations the library uses.
- * Unused slots are null.
+ * IVMServices: the VM's interface object handed in every CallContext. Its
+ * table has at least 150 operations, and the library relies on exactly one
+ * position in it: SetResult at slot 149. Nothing at or after slot 150 is ever
+ * read, so a VM whose table ends right after SetResult is a complete one.
+ * Every other operation the library needs of the VM (variants, the VM's
+ * information) goes through the VM services object of the ExecContext below.
  * ------------------------------------------------------------------------- */
 typedef struct IVMServices IVMServices;
 typedef void (KL_CALL* KLSlot)(void);
 
+#define KL_VM_MIN_OPERATIONS 150
+
 typedef struct IVMServicesOps {
-  KLSlot reserved[149];
+  KLSlot reserved[149]; /* the VM's; never read by the library */
   /* 149: the VM copies the value (text and bytes too) before returning. */
   void (KL_CALL* SetResult)(IVMServices* vm, uint32_t resultHandle, const void* cell, uint32_t typeCode);
-  /* 150: a new empty variant, released through its own Release(1). */
-  KLVariant* (KL_CALL* NewVariant)(IVMServices* vm);
-  /* 151: the object service: the value of a VM object as a KLValue (its
-   * text types as 19); 0 when it has no such value. */
-  int32_t (KL_CALL* ObjectValue)(IVMServices* vm, const KLVariant* object, KLValue* out);
 } IVMServicesOps;
 struct IVMServices {
   const IVMServicesOps* ops;
 };
 
 #define KL_VM_SLOT_SETRESULT 149
-#define KL_VM_SLOT_NEWVARIANT 150
-#define KL_VM_SLOT_OBJECTVALUE 151
+
+/* ---------------------------------------------------------------------------
+ * KLVMServices: the VM services object that the second field of an
+ * ExecContext leads to. It is the VM's, lives as long as the program, and is
+ * what the library queries for everything beyond SetResult: it builds the
+ * variant objects of results of code 31, reads VM objects passed as
+ * variants, and answers numbered information questions (82: the location
+ * of application updates). A null object or a null operation means the VM
+ * does not offer that service; the library then fails the call cleanly.
+ * ------------------------------------------------------------------------- */
+typedef struct KLVMServices KLVMServices;
+typedef struct KLVMServicesOps {
+  /* A new empty variant, released through its own Release(1). */
+  KLVariant* (KL_CALL* NewVariant)(KLVMServices* self);
+  /* The value of a VM object as a KLValue (its text types as 19); 0 when it
+   * has no such value. */
+  int32_t (KL_CALL* ObjectValue)(KLVMServices* self, const KLVariant* object, KLValue* out);
+  /* A numbered piece of information as text; the length written (without
+   * the terminator), 0 when the VM has no answer. */
+  uint32_t (KL_CALL* Information)(KLVMServices* self, int32_t number, kl_char* buffer, uint32_t capacity);
+} KLVMServicesOps;
+struct KLVMServices {
+  const KLVMServicesOps* ops;
+};
+
+#define KL_VM_INFO_UPDATE_LOCATION 82
 
 /* The first argument of an entry function. */
 typedef struct CallContext {
@@ -264,7 +288,7 @@ typedef struct ExecContextOps {
 
 struct ExecContext {
   const ExecContextOps* ops;
-  void* services; /* leads to the VM services object some functions query */
+  KLVMServices* services; /* the VM services object; may be null */
 };
 
 /* An entry function: one per syntax. Always returns 0. */
@@ -307,13 +331,31 @@ typedef struct KLVariableRow {
   uint32_t identifier; /* member type << 24 | 8 << 16 | row index */
 } KLVariableRow;
 
+/* The two operations of a component type. An instance is a block of
+ * KL_TYPE_CELL_BYTES-byte cells, one per member in member-list order (at
+ * least one cell): a text member's cell holds a KLStringHolder, an integer or
+ * boolean member's cell its 32-bit value in the first four bytes. Create
+ * gives a new instance with every member empty or 0 (null when memory runs
+ * out); Release with flags bit 1 releases the members' texts and the block. */
+#define KL_TYPE_CELL_BYTES 8
+typedef void* (KL_CALL* KLTypeCreateFn)(void);
+typedef void (KL_CALL* KLTypeReleaseFn)(void* instance, int32_t flags);
+
+#define KL_TYPE_FLAGS 0x10              /* a type with an implementation here */
+#define KL_TYPE_FLAGS_UNAVAILABLE 0x210 /* declared, not implemented here */
+#define KL_TYPE_OPERATION_COUNT 2
+
 typedef struct KLTypeDescriptor {
   const char* frenchNames;  /* singular,plural,gender */
   const char* englishNames; /* singular,plural, */
   const char* typeName;     /* "+:008:0:STD:Processus" */
-  uint32_t flags;
-  uint32_t count;
-  KLSlot operations[2];
+  uint32_t flags;           /* KL_TYPE_FLAGS or KL_TYPE_FLAGS_UNAVAILABLE */
+  uint32_t count;           /* the operations that follow: 2 */
+  KLTypeCreateFn create;
+  KLTypeReleaseFn release;
+  /* Member rows (French name, English name, flags, member type << 24 |
+   * 8 << 16 | member index); null with a count of 0 for a type whose members
+   * are not declared here. */
   const KLVariableRow* members;
   uint32_t memberCount;
 } KLTypeDescriptor;
@@ -365,8 +407,8 @@ KL_EXPORT void KL_CALL DeclareProxy(uintptr_t* out1, uint16_t* out2, uintptr_t* 
 KL_EXPORT uintptr_t KL_CALL pQueryProxy(uint32_t code);
 KL_EXPORT int32_t KL_CALL bInitKLConvFromVM(uintptr_t module, uint32_t low, uint32_t high, uintptr_t reserved);
 KL_EXPORT int16_t KL_CALL nfCompacte(const kl_char* first, const kl_char* second);
-/* The internal forwarding entry: ignores its first argument. */
-KL_EXPORT uintptr_t KL_CALL InfoComposanteEx(uintptr_t ignored, uint32_t selector, uint32_t index);
+/* These eight are the library's only exported symbols (a version script on
+ * ELF, a .def file for the DLL); nothing else can be looked up by name. */
 
 /* Messages and codes of the exports. */
 #define KL_EXEC_START 3985
@@ -401,8 +443,16 @@ KL_STATIC_ASSERT(sizeof(KLConstantRow) == 20, "constant row: five words");
 KL_STATIC_ASSERT(sizeof(KLVariableRow) == 16, "variable row: four words");
 KL_STATIC_ASSERT(sizeof(KLStringHeader) == 20, "string header: 20 bytes");
 KL_STATIC_ASSERT(sizeof(CallContext) == 20, "call context: resultHandle is the fifth word");
+KL_STATIC_ASSERT(sizeof(KLTypeDescriptor) == 36, "type descriptor: nine words");
 KL_STATIC_ASSERT(offsetof(IVMServicesOps, SetResult) == 149 * 4, "SetResult at slot 149");
 KL_STATIC_ASSERT(offsetof(ExecContextOps, GetError) == 17 * 4, "error record at slot 17");
+#endif
+
+/* Every target: the library's view of the VM table ends with SetResult. */
+#ifdef __cplusplus
+static_assert(sizeof(IVMServicesOps) == KL_VM_MIN_OPERATIONS * sizeof(KLSlot), "no slot after SetResult");
+#else
+_Static_assert(sizeof(IVMServicesOps) == KL_VM_MIN_OPERATIONS * sizeof(KLSlot), "no slot after SetResult");
 #endif
 
 #endif /* KP160STD_ABI_H */

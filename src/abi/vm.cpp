@@ -1,6 +1,8 @@
 // kp160std — the families' side of the VM's operations.
 #include "abi/vm.h"
 
+#include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "abi/error.h"
@@ -138,16 +140,37 @@ std::u16string ProjectQuery(ExecContext* context, int32_t what) {
   return buffer;
 }
 
-void HandVariant(CallContext* call, const Value& value) {
-  IVMServices* vm = call->vm;
-  KLVariant* variant = vm->ops->NewVariant ? vm->ops->NewVariant(vm) : nullptr;
+KLVMServices* VMServices(ExecContext* context) { return context ? context->services : nullptr; }
+
+std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number) {
+  KLVMServices* services = VMServices(context);
+  if (!services || !services->ops || !services->ops->Information) return std::nullopt;
+  std::u16string buffer(1024, u'\0');
+  const uint32_t n = services->ops->Information(services, number, buffer.data(), static_cast<uint32_t>(buffer.size()));
+  if (n == 0) return std::nullopt;
+  buffer.resize(n < buffer.size() ? n : buffer.size() - 1);
+  return buffer;
+}
+
+void HandVariant(CallContext* call, ExecContext* context, const Value& value) {
+  // The IVMServices table is only known to reach SetResult: the variant
+  // comes from the VM services object of the running program.
+  KLVMServices* services = VMServices(context);
+  if (!services || !services->ops || !services->ops->NewVariant)
+    throw std::logic_error("the VM offers no variant service");
+  KLVariant* variant = services->ops->NewVariant(services);
   if (!variant) throw std::bad_alloc();
   const KLValue v = ToKL(value);
   variant->ops->Set(variant, &v);
   // The cell handed to SetResult holds the variant object; it has its own
-  // release operation, called with 1 once the VM has copied it.
+  // release operation, called with 1 once the VM has copied it, even when
+  // SetResult fails.
+  IVMServices* vm = call->vm;
+  struct ReleaseAfter {
+    KLVariant* v;
+    ~ReleaseAfter() { v->ops->Release(v, 1); }
+  } release{variant};
   vm->ops->SetResult(vm, call->resultHandle, &variant, KL_T_VARIANT);
-  variant->ops->Release(variant, 1);
 }
 
 }  // namespace kp

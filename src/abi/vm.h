@@ -51,7 +51,16 @@ void Trace(ExecContext* context, std::u16string_view text);
 // the VM does not know.
 std::u16string ProjectQuery(ExecContext* context, int32_t what);
 
-// Used by the entry functions: builds a VM variant and hands it over.
-void HandVariant(CallContext* call, const Value& value);
+// The VM services object the context leads to; null when the VM gave none.
+KLVMServices* VMServices(ExecContext* context);
+
+// A numbered piece of the VM's information as text; nullopt when the VM has
+// no services object or no answer.
+std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number);
+
+// Used by the entry functions: builds a variant through the context's VM
+// services object and hands it over with SetResult, the one operation of the
+// call's IVMServices table the library uses.
+void HandVariant(CallContext* call, ExecContext* context, const Value& value);
 
 }  // namespace kp

@@ -21,9 +21,12 @@ LibraryState& State() {
 
 namespace {
 
-// The two texts of selector 4; 5123 with 12 selects the first.
-const kl_char kEmptyText[] = {0};
-const kl_char* const kSelectorTexts[2] = {kEmptyText, kEmptyText};
+// The two texts of selector 4, both empty at load: the language code of
+// Execution 5123 chooses between them (12 the first, any other the second).
+// Two arrays, so that the choice can be told even while both are empty.
+const kl_char kFirstText[] = {0};
+const kl_char kSecondText[] = {0};
+const kl_char* const kSelectorTexts[2] = {kFirstText, kSecondText};
 
 // The optional hook module: created by the first Execution 3985, told to stop
 // and destroyed when the use count drops from 1 to 0. The library speaks to it
@@ -92,7 +95,7 @@ KL_EXPORT uintptr_t KL_CALL InfoComposante(uint32_t selector, uint32_t index) {
     case 2: return 872;
     case 3:
     case 30: return 1;
-    case 4: return index < 2 ? reinterpret_cast<uintptr_t>(kSelectorTexts[index]) : 0;
+    case 4: return reinterpret_cast<uintptr_t>(kSelectorTexts[French() ? 0 : 1]);
     case 13: return 0;  // a library value that nothing sets
     case 23: return reinterpret_cast<uintptr_t>(ConstantTable());
     case 24: return KL_CONSTANT_COUNT;
@@ -108,7 +111,8 @@ KL_EXPORT uintptr_t KL_CALL InfoComposante(uint32_t selector, uint32_t index) {
   }
 }
 
-KL_EXPORT uintptr_t KL_CALL InfoComposanteEx(uintptr_t, uint32_t selector, uint32_t index) {
+// Internal: not exported, the VM reaches it by address only.
+uintptr_t KL_CALL InfoComposanteEx(uintptr_t, uint32_t selector, uint32_t index) {
   return InfoComposante(selector, index);
 }
 

@@ -109,13 +109,15 @@ struct Result;
 
 template <uint32_t Code, typename T>
 struct ScalarResult {
-  static void Hand(CallContext* call, T value) {
+  static void Hand(CallContext* call, ExecContext* context, T value) {
     call->vm->ops->SetResult(call->vm, call->resultHandle, &value, Code);
   }
 };
 template <>
 struct Result<KL_T_BOOL> {
-  static void Hand(CallContext* call, bool value) { ScalarResult<KL_T_BOOL, int32_t>::Hand(call, value ? 1 : 0); }
+  static void Hand(CallContext* call, ExecContext* context, bool value) {
+    ScalarResult<KL_T_BOOL, int32_t>::Hand(call, context, value ? 1 : 0);
+  }
 };
 template <>
 struct Result<KL_T_INT> : ScalarResult<KL_T_INT, int32_t> {};
@@ -125,28 +127,32 @@ template <>
 struct Result<KL_T_REAL> : ScalarResult<KL_T_REAL, double> {};
 template <>
 struct Result<KL_T_INSTANCE> {
-  static void Hand(CallContext* call, Handle h) { ScalarResult<KL_T_INSTANCE, uint32_t>::Hand(call, h.value); }
+  static void Hand(CallContext* call, ExecContext* context, Handle h) {
+    ScalarResult<KL_T_INSTANCE, uint32_t>::Hand(call, context, h.value);
+  }
 };
 template <>
 struct Result<KL_T_WINDOW> {
-  static void Hand(CallContext* call, Handle h) { ScalarResult<KL_T_WINDOW, uint32_t>::Hand(call, h.value); }
+  static void Hand(CallContext* call, ExecContext* context, Handle h) {
+    ScalarResult<KL_T_WINDOW, uint32_t>::Hand(call, context, h.value);
+  }
 };
 template <>
 struct Result<KL_T_DURATION> {
-  static void Hand(CallContext* call, Duration d) {
-    ScalarResult<KL_T_DURATION, int64_t>::Hand(call, d.milliseconds);
+  static void Hand(CallContext* call, ExecContext* context, Duration d) {
+    ScalarResult<KL_T_DURATION, int64_t>::Hand(call, context, d.milliseconds);
   }
 };
 template <>
 struct Result<KL_T_CURRENCY> {
-  static void Hand(CallContext* call, Currency c) {
+  static void Hand(CallContext* call, ExecContext* context, Currency c) {
     KLCurrency cell{c.value, c.scale};
     call->vm->ops->SetResult(call->vm, call->resultHandle, &cell, KL_T_CURRENCY);
   }
 };
 template <>
 struct Result<KL_T_TEXT> {
-  static void Hand(CallContext* call, const std::u16string& text) {
+  static void Hand(CallContext* call, ExecContext* context, const std::u16string& text) {
     // An empty text is still handed over: a null holder is a valid empty text.
     HolderCell cell(MakeTextHolder(text));
     call->vm->ops->SetResult(call->vm, call->resultHandle, cell.address(), KL_T_TEXT);
@@ -154,14 +160,14 @@ struct Result<KL_T_TEXT> {
 };
 template <>
 struct Result<KL_T_BUFFER> {
-  static void Hand(CallContext* call, const Bytes& bytes) {
+  static void Hand(CallContext* call, ExecContext* context, const Bytes& bytes) {
     HolderCell cell(MakeBytesHolder(bytes));
     call->vm->ops->SetResult(call->vm, call->resultHandle, cell.address(), KL_T_BUFFER);
   }
 };
 template <>
 struct Result<KL_T_VARIANT> {
-  static void Hand(CallContext* call, const Value& value) { HandVariant(call, value); }
+  static void Hand(CallContext* call, ExecContext* context, const Value& value) { HandVariant(call, context, value); }
 };
 
 template <auto Impl, uint32_t R, uint32_t... P>
@@ -172,7 +178,7 @@ int32_t KL_CALL Entry(CallContext* call, ExecContext* context, void** arguments)
       if constexpr (R == KL_T_NONE) {
         Impl(context, Param<codes[I]>::Read(arguments[I])...);
       } else {
-        Result<R>::Hand(call, Impl(context, Param<codes[I]>::Read(arguments[I])...));
+        Result<R>::Hand(call, context, Impl(context, Param<codes[I]>::Read(arguments[I])...));
       }
     }(std::make_index_sequence<sizeof...(P)>{});
   } catch (const std::bad_alloc&) {
@@ -192,7 +198,7 @@ using ParamType = decltype(Param<Plain(P)>::Read(nullptr));
 template <typename Hand>
 struct HandArg;
 template <typename T>
-struct HandArg<void (*)(CallContext*, T)> {
+struct HandArg<void (*)(CallContext*, ExecContext*, T)> {
   using type = std::remove_cvref_t<T>;
 };
 template <uint32_t R>

@@ -7,6 +7,10 @@
 
 #include "kp160std/abi.h"
 
+// The second, internal entry of InfoComposante: ignores its first argument
+// and forwards the rest unchanged. Not one of the exports.
+extern "C" uintptr_t KL_CALL InfoComposanteEx(uintptr_t ignored, uint32_t selector, uint32_t index);
+
 namespace kp {
 
 const KLFunctionRow* FunctionTable();

@@ -5,8 +5,11 @@
 // component number in bits 16-23 and the row index in bits 0-15.
 #include <array>
 #include <cstddef>
+#include <cstring>
+#include <new>
 
 #include "component/ansi.h"
+#include "abi/strings.h"
 #include "component/tables.h"
 
 namespace kp {
@@ -98,12 +101,48 @@ constexpr const char* kTypeNames[KL_TYPE_COUNT] = {
     "+:008:2:STD:Certificat",
 };
 
-// The types' operations and member lists belong to their families, none of
-// which declares members through these descriptors yet.
+// Members of the types, where their family names them. A process is its
+// executable's path and its identifier, as the process snapshot records it;
+// the version-information and certificate types belong to functions that are
+// declared without an implementation here, so they declare no members.
+#define KP_MEMBER(fr, en, type, index)                                                                       \
+  KLVariableRow {                                                                                            \
+    KP_ANSI(fr), KP_ANSI(en), 0x10, (uint32_t{type} << 24) | (uint32_t{KL_COMPONENT_NUMBER} << 16) | (index) \
+  }
+constexpr KLVariableRow kProcessMembers[] = {
+    KP_MEMBER("Chemin", "Path", KL_T_TEXT, 0),
+    KP_MEMBER("PID", "PID", KL_T_INT, 1),
+};
+#undef KP_MEMBER
+
+// An instance: one cell per member (at least one), zeroed. Text cells own
+// their holder.
+template <const KLVariableRow* Members, std::size_t Count>
+struct TypeOperations {
+  static constexpr std::size_t kCells = Count ? Count : 1;
+  static void* KL_CALL Create() { return new (std::nothrow) std::array<unsigned char, kCells * KL_TYPE_CELL_BYTES>{}; }
+  static void KL_CALL Release(void* instance, int32_t flags) {
+    if (!instance || !(flags & 1)) return;
+    auto* cells = static_cast<std::array<unsigned char, kCells * KL_TYPE_CELL_BYTES>*>(instance);
+    for (std::size_t i = 0; i < Count; ++i) {
+      if ((Members[i].identifier >> 24) != KL_T_TEXT) continue;
+      KLStringHolder holder;
+      std::memcpy(&holder, cells->data() + i * KL_TYPE_CELL_BYTES, sizeof holder);
+      ReleaseHolder(holder);
+    }
+    delete cells;
+  }
+};
+using ProcessOps = TypeOperations<kProcessMembers, std::size(kProcessMembers)>;
+using MemberlessOps = TypeOperations<nullptr, 0>;
+
 constexpr KLTypeDescriptor kTypeDescriptors[KL_TYPE_COUNT] = {
-    {"Processus,Processus,m", "Process,Processes,", kTypeNames[0], 0, 0, {nullptr, nullptr}, nullptr, 0},
-    {"InfoVersion,InfoVersions,f", "VersionInfo,VersionInfos,", kTypeNames[1], 0, 0, {nullptr, nullptr}, nullptr, 0},
-    {"Certificat,Certificats,m", "Certificate,Certificates,", kTypeNames[2], 0, 0, {nullptr, nullptr}, nullptr, 0},
+    {"Processus,Processus,m", "Process,Processes,", kTypeNames[0], KL_TYPE_FLAGS, KL_TYPE_OPERATION_COUNT,
+     &ProcessOps::Create, &ProcessOps::Release, kProcessMembers, std::size(kProcessMembers)},
+    {"InfoVersion,InfoVersions,f", "VersionInfo,VersionInfos,", kTypeNames[1], KL_TYPE_FLAGS_UNAVAILABLE,
+     KL_TYPE_OPERATION_COUNT, &MemberlessOps::Create, &MemberlessOps::Release, nullptr, 0},
+    {"Certificat,Certificats,m", "Certificate,Certificates,", kTypeNames[2], KL_TYPE_FLAGS_UNAVAILABLE,
+     KL_TYPE_OPERATION_COUNT, &MemberlessOps::Create, &MemberlessOps::Release, nullptr, 0},
 };
 constexpr const KLTypeDescriptor* kTypeDescriptorTable = kTypeDescriptors;
 

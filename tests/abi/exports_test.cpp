@@ -1,13 +1,97 @@
 // The eight exports as a VM drives them.
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <set>
+#include <sstream>
 
 #include "abi_support.h"
 
 namespace {
 
 using kphost::Library;
+
+const std::set<std::string> kEightExports = {"InfoComposante",    "CommandeComposante", "Execution",
+                                             "GeneralParam",      "DeclareProxy",       "pQueryProxy",
+                                             "bInitKLConvFromVM", "nfCompacte"};
+
+// Standard output of a command; nullopt when it cannot run or fails.
+std::optional<std::string> Output(const std::string& command) {
+  FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
+  if (!pipe) return std::nullopt;
+  std::string out;
+  char buffer[4096];
+  size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+  const int status = pclose(pipe);
+  if (status == -1 || !WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
+  return out;
+}
+
+bool OnPath(const std::string& tool) { return Output("command -v " + tool).has_value(); }
+
+std::string Join(const std::set<std::string>& names) {
+  std::string out;
+  for (const auto& n : names) out += (out.empty() ? "" : " ") + n;
+  return out;
+}
+
+// The defined dynamic symbols of the shared object, as nm lists them (the
+// version node, type A, is not a symbol a VM can look up).
+TEST(ExportList, SharedObjectExportsExactlyTheEight) {
+  ASSERT_TRUE(OnPath("nm")) << "nm (binutils) is needed to list the exports";
+  const auto listing = Output(std::string("nm -D --defined-only ") + KP_LIBRARY_PATH);
+  ASSERT_TRUE(listing) << "nm failed on " << KP_LIBRARY_PATH;
+  std::set<std::string> names;
+  std::istringstream lines(*listing);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream fields(line);
+    std::string address, type, name;
+    if (!(fields >> address >> type >> name)) continue;
+    if (type == "A") continue;
+    names.insert(name.substr(0, name.find('@')));
+  }
+  EXPECT_EQ(names, kEightExports) << "exported: " << Join(names);
+}
+
+// The DLL's export table, when the mingw build exists beside the others.
+TEST(ExportList, DllExportsExactlyTheEight) {
+  const char* override = std::getenv("KP_DLL_PATH");
+  const std::string dll = override && *override ? override : KP_MINGW_DLL_PATH;
+  if (access(dll.c_str(), R_OK) != 0)
+    GTEST_SKIP() << dll << " is not built (cmake --preset mingw && cmake --build build/mingw)";
+  std::string objdump;
+  for (const char* tool : {"i686-w64-mingw32-objdump", "x86_64-w64-mingw32-objdump"})
+    if (OnPath(tool)) {
+      objdump = tool;
+      break;
+    }
+  if (objdump.empty()) GTEST_SKIP() << "no mingw objdump to read " << dll;
+  const auto listing = Output(objdump + " -p '" + dll + "'");
+  ASSERT_TRUE(listing) << objdump << " failed on " << dll;
+  // The name table follows "[Ordinal/Name Pointer] Table"; its rows read
+  // "\t[   0] Name" and it ends at the first blank line.
+  const size_t table = listing->find("[Ordinal/Name Pointer] Table");
+  ASSERT_NE(table, std::string::npos) << "the DLL has no export name table";
+  std::set<std::string> names;
+  std::istringstream lines(listing->substr(table));
+  std::string line;
+  std::getline(lines, line);
+  while (std::getline(lines, line)) {
+    const size_t close = line.find(']');
+    if (line.find('[') == std::string::npos || close == std::string::npos) break;
+    std::string name = line.substr(close + 1);
+    name.erase(0, name.find_first_not_of(" \t"));
+    names.insert(name);
+  }
+  EXPECT_EQ(names, kEightExports) << "exported: " << Join(names);
+}
 
 TEST(Exports, InfoComposanteSelectors) {
   auto lib = kp::abi::Load();
@@ -24,19 +108,27 @@ TEST(Exports, InfoComposanteSelectors) {
   EXPECT_EQ(info(32, 0), 3u);
   EXPECT_EQ(info(34, 0), 445u);
   for (uint32_t unknown : {5u, 12u, 22u, 27u, 28u, 36u, 1000u, 0xFFFFFFFFu}) EXPECT_EQ(info(unknown, 0), 0u) << unknown;
-  // Selector 4: two empty texts; beyond them nothing.
-  for (uint32_t i : {0u, 1u}) {
-    auto* text = reinterpret_cast<const kl_char*>(info(4, i));
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(text[0], 0);
+  // Selector 4: the language code chooses between two texts, both empty
+  // at load: 12 the first, any other code the second; the index plays no part.
+  lib->SetLanguage(KL_LANGUAGE_FRENCH);
+  const uintptr_t first = info(4, 0);
+  EXPECT_EQ(info(4, 1), first);
+  lib->SetLanguage(9);
+  const uintptr_t second = info(4, 0);
+  EXPECT_EQ(info(4, 1), second);
+  lib->SetLanguage(7);
+  EXPECT_EQ(info(4, 0), second) << "any code other than 12 chooses the second";
+  EXPECT_NE(first, second);
+  for (uintptr_t text : {first, second}) {
+    ASSERT_NE(text, 0u);
+    EXPECT_EQ(reinterpret_cast<const kl_char*>(text)[0], 0);
   }
-  EXPECT_EQ(info(4, 2), 0u);
+  lib->SetLanguage(KL_LANGUAGE_FRENCH);
+  EXPECT_EQ(info(4, 1), first);
   // Selector 29 is one indirection more than the other tables.
   auto* descriptors = *reinterpret_cast<const KLTypeDescriptor* const*>(info(29, 0));
   EXPECT_STREQ(descriptors[0].frenchNames, "Processus,Processus,m");
   EXPECT_STREQ(descriptors[0].englishNames, "Process,Processes,");
-  // The internal entry ignores its first argument.
-  EXPECT_EQ(lib->exports().infoEx(12345, 34, 0), 445u);
 }
 
 TEST(Exports, UnknownCodesAnswerZero) {
@@ -78,6 +170,7 @@ TEST(Exports, ConversionServicesVersionChecks) {
   EXPECT_EQ(lib->conversionBound(), 1) << "the host exports nConversionDepassement and FinConversion";
   auto init = lib->exports().initConversion;
   void* self = dlopen(nullptr, RTLD_NOW);
+  ASSERT_NE(self, nullptr) << dlerror();
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 1, 2, 0), 0);
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 2, 3, 0), 0);
   EXPECT_EQ(init(reinterpret_cast<uintptr_t>(self), 2, 2, 0), 1);
@@ -186,6 +279,7 @@ TEST_F(Hook, EventsAreForwarded) {
 
 TEST_F(Hook, ModuleWithoutExecutionIsDropped) {
   void* self = dlopen(nullptr, RTLD_NOW);
+  ASSERT_NE(self, nullptr) << dlerror();
   uintptr_t block[4] = {0, reinterpret_cast<uintptr_t>(self), 0, 0};
   EXPECT_EQ(lib_->exports().execution(KL_EXEC_START, block), 0u);
   EXPECT_EQ(Send(KL_EXEC_FORWARD, {}), 0u) << "no hook was kept";

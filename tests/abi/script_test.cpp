@@ -10,6 +10,7 @@
 #include "eval.h"
 #include "script_eval.h"
 #include "script_parser.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -406,14 +407,18 @@ std::pair<int, std::string> Host(const std::string& arguments) {
 }
 
 TEST(ScriptCommand, RunReportsWhereTheScriptStopped) {
-  const std::string dir = ::testing::TempDir();
+  const kp::test::TempDir temp("kp-script");
+  ASSERT_TRUE(temp.ok());
+  const std::string dir = temp.path();
   const std::string good = dir + "/good.kl", bad = dir + "/bad.kl";
   FILE* f = std::fopen(good.c_str(), "w");
+  ASSERT_NE(f, nullptr) << good;
   std::fputs("POUR i = 1 A 3\n  SI EstPair(i) ALORS Trace(i, \"pair\") FIN\nFIN\n", f);
-  std::fclose(f);
+  ASSERT_EQ(std::fclose(f), 0);
   f = std::fopen(bad.c_str(), "w");
+  ASSERT_NE(f, nullptr) << bad;
   std::fputs("Trace(\"first\")\nx = 1 + \"a\" - 1\nTrace(\"never\")\n", f);
-  std::fclose(f);
+  ASSERT_EQ(std::fclose(f), 0);
   auto [status, out] = Host("run " + good);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(out, "2 pair\n");

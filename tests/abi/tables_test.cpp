@@ -1,4 +1,6 @@
 // The declaration tables as the VM reads them.
+#include <algorithm>
+#include <cstring>
 #include <set>
 
 #include "abi_support.h"
@@ -90,6 +92,61 @@ TEST(Tables, ConstantsVariablesTypes) {
   EXPECT_STREQ(names[0], "+:008:0:STD:Processus");
   EXPECT_STREQ(names[1], "+:008:1:STD:InfoVersion");
   EXPECT_STREQ(names[2], "+:008:2:STD:Certificat");
+}
+
+// The full descriptors behind selector 29 (one indirection more): each type
+// carries its flags, the count of its operations, both operations and its
+// member list; an instance made by one type's Create is released by its
+// Release, text members included.
+TEST(Tables, TypeDescriptors) {
+  auto lib = kp::abi::Load();
+  const auto* descriptors = *reinterpret_cast<const KLTypeDescriptor* const*>(lib->exports().info(29, 0));
+  ASSERT_NE(descriptors, nullptr);
+  const auto* names = reinterpret_cast<const char* const*>(lib->exports().info(31, 0));
+  const char* const french[] = {"Processus,Processus,m", "InfoVersion,InfoVersions,f", "Certificat,Certificats,m"};
+  for (uint32_t t = 0; t < KL_TYPE_COUNT; ++t) {
+    const KLTypeDescriptor& d = descriptors[t];
+    SCOPED_TRACE(d.typeName);
+    EXPECT_STREQ(d.frenchNames, french[t]);
+    EXPECT_EQ(d.typeName, names[t]) << "the descriptor names the type-name table's text";
+    EXPECT_EQ(d.count, 2u);
+    ASSERT_NE(d.create, nullptr);
+    ASSERT_NE(d.release, nullptr);
+    EXPECT_EQ(d.members == nullptr, d.memberCount == 0);
+    for (uint32_t m = 0; m < d.memberCount; ++m) {
+      EXPECT_TRUE(ValidCp1252(d.members[m].frenchName));
+      EXPECT_TRUE(ValidCp1252(d.members[m].englishName));
+      EXPECT_EQ(d.members[m].identifier & 0xFFFF, m);
+      EXPECT_EQ((d.members[m].identifier >> 16) & 0xFF, 8u);
+    }
+    void* instance = d.create();
+    ASSERT_NE(instance, nullptr);
+    for (uint32_t m = 0; m < std::max(d.memberCount, 1u); ++m)
+      for (int b = 0; b < KL_TYPE_CELL_BYTES; ++b)
+        EXPECT_EQ(static_cast<unsigned char*>(instance)[m * KL_TYPE_CELL_BYTES + b], 0) << "a new instance is empty";
+    d.release(instance, 1);
+  }
+  // A process: its executable's path and its identifier; the two other types
+  // belong to functions declared without an implementation here.
+  const KLTypeDescriptor& process = descriptors[0];
+  EXPECT_EQ(process.flags, uint32_t{KL_TYPE_FLAGS});
+  ASSERT_EQ(process.memberCount, 2u);
+  EXPECT_STREQ(process.members[0].englishName, "Path");
+  EXPECT_EQ(process.members[0].identifier >> 24, uint32_t{KL_T_TEXT});
+  EXPECT_STREQ(process.members[1].englishName, "PID");
+  EXPECT_EQ(process.members[1].identifier >> 24, uint32_t{KL_T_INT});
+  EXPECT_EQ(descriptors[1].flags, uint32_t{KL_TYPE_FLAGS_UNAVAILABLE});
+  EXPECT_EQ(descriptors[2].flags, uint32_t{KL_TYPE_FLAGS_UNAVAILABLE});
+  // A text member's block goes back to the VM's manager with the instance.
+  const int64_t blocks = kphost::Library::LiveBlocks();
+  void* instance = process.create();
+  ASSERT_NE(instance, nullptr);
+  KLStringHolder path = kphost::Library::MakeTextBlock(u"\\Windows\\kp.exe");
+  ASSERT_NE(path, nullptr);
+  EXPECT_EQ(kphost::Library::LiveBlocks(), blocks + 1);
+  std::memcpy(instance, &path, sizeof path);
+  process.release(instance, 1);
+  EXPECT_EQ(kphost::Library::LiveBlocks(), blocks);
 }
 
 }  // namespace
