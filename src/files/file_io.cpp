@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "abi/error.h"
+#include "abi/strings.h"
 #include "abi/messages.h"
 #include "files/path_rule.h"
 #include "files/shared_memory.h"
@@ -298,7 +299,7 @@ bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line,
     char16_t* out = line->data();
     for (size_t i = 0; i < content.size(); ++i) out[i] = b[i];
   } else {
-    *line = platform::FromAnsi(content);
+    *line = FromEightBit(content);
   }
   return true;
 }
@@ -335,7 +336,7 @@ bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view patt
   }
   if (!entry->unicode) {
     std::string bytes(line.begin(), line.end());
-    line = platform::FromAnsi(bytes);
+    line = FromEightBit(bytes);
   }
   std::wregex re;
   try {
@@ -406,7 +407,7 @@ bool WriteLine(ExecContext* context, int32_t handle, std::u16string_view text) {
   if (entry->unicode) {
     return Put(context, *stream, text.data(), text.size() * 2) && Put(context, *stream, kUnicodeEnd, 4);
   }
-  const std::string ansi = platform::ToAnsi(text);
+  const std::string ansi = ToEightBit(text);
   return Put(context, *stream, ansi.data(), ansi.size()) && Put(context, *stream, kAnsiEnd, 2);
 }
 

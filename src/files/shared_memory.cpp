@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "abi/error.h"
+#include "abi/strings.h"
 #include "abi/error_ids.h"
 #include "abi/vm.h"
 #include "files/file_io.h"
@@ -181,7 +182,7 @@ class SharedBlock final : public OtherStream {
       for (size_t i = 0; i + 1 < content.size(); i += 2)
         (*line)[i / 2] = static_cast<char16_t>(static_cast<uint8_t>(content[i]) | (static_cast<uint8_t>(content[i + 1]) << 8));
     } else {
-      *line = platform::FromAnsi(content);
+      *line = FromEightBit(content);
     }
     return true;
   }
@@ -587,7 +588,7 @@ bool MemWriteLine(ExecContext* context, HandleEntry& entry, std::u16string_view 
     bytes.assign(reinterpret_cast<const char*>(text.data()), text.size() * 2);
     bytes.append("\r\0\n\0", 4);
   } else {
-    bytes = platform::ToAnsi(text);
+    bytes = ToEightBit(text);
     bytes.append("\r\n", 2);
   }
   uint32_t done = 0;

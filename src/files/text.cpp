@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "abi/error.h"
+#include "abi/strings.h"
 #include "files/file_io.h"
 #include "files/fs_layer.h"
 #include "files/path_rule.h"
@@ -108,7 +109,7 @@ std::u16string LoadText(ExecContext* context, std::u16string_view name) {
     std::memcpy(text.data(), bytes.data() + 2, text.size() * 2);
     return text;
   }
-  return platform::FromAnsi(bytes);
+  return FromEightBit(bytes);
 }
 
 bool SaveText(ExecContext* context, std::u16string_view name, const Value& content) {
@@ -124,7 +125,7 @@ bool SaveText(ExecContext* context, std::u16string_view name, const Value& conte
     bytes.assign(b->begin(), b->end());
   } else if (const auto* t = std::get_if<std::u16string>(&content)) {
     // Kept on purpose: text is always saved as ANSI, whatever fChargeTexte can read.
-    bytes = platform::ToAnsi(*t);
+    bytes = ToEightBit(*t);
   } else if (const auto* i = std::get_if<int32_t>(&content)) {
     bytes = std::to_string(*i);
   } else if (const auto* l = std::get_if<int64_t>(&content)) {

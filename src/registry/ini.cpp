@@ -5,8 +5,10 @@
 #include <cstring>
 #include <vector>
 
+#include "abi/strings.h"
 #include "abi/vm.h"
 #include "files/path_rule.h"
+#include "platform/codepage.h"
 #include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
@@ -44,7 +46,7 @@ struct AnsiTables {
   AnsiTables() {
     for (int b = 0; b < 256; ++b) {
       const char c = static_cast<char>(b);
-      const char16_t u = FromAnsi(std::string_view(&c, 1))[0];
+      const char16_t u = platform::FromAnsi(std::string_view(&c, 1))[0];
       fold[b] = platform::reg::FoldChar(u);
       letterOrDigit[b] = IsLetterOrDigit(u);
     }
@@ -199,7 +201,7 @@ std::u16string IniRead(std::u16string_view section, std::u16string_view key,
     const auto path = platform::fs::DeviceRelativePath(file);
     if (path) rc = platform::reg::ReadDeviceFile(*path, &bytes);
     if (rc == win32::kSuccess) {
-      if (auto found = IniReadBytes(bytes, ToAnsi(section), ToAnsi(key))) answer = FromAnsi(*found);
+      if (auto found = IniReadBytes(bytes, ToEightBit(section), ToEightBit(key))) answer = FromEightBit(*found);
     }
     if (answer.size() > capacity - 1) answer.resize(capacity - 1);
   } else {
@@ -216,10 +218,10 @@ bool IniWrite(std::u16string_view section, std::optional<std::u16string_view> ke
   const auto path = platform::fs::DeviceRelativePath(file);
   if (!path) rc = win32::kPathNotFound;
   if (path && !section.empty()) {
-    const std::string s = ToAnsi(section);
+    const std::string s = ToEightBit(section);
     std::optional<std::string> k, v;
-    if (key) k = ToAnsi(*key);
-    if (value) v = ToAnsi(*value);
+    if (key) k = ToEightBit(*key);
+    if (value) v = ToEightBit(*value);
     // The read, the change and the rewrite are one step for other writers.
     rc = platform::reg::UpdateDeviceFile(*path, [&](std::string* bytes) {
       const std::string before = *bytes;

@@ -10,11 +10,6 @@ namespace kp::registry {
 
 namespace {
 
-// Windows-1252 bytes 0x80..0x9F; 0 where the code page has no character.
-constexpr char16_t kHigh1252[32] = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
-                                    0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
 }  // namespace
 
@@ -84,38 +79,6 @@ bool ContainsFolded(std::u16string_view haystack, std::u16string_view needle, bo
     if (!before && !after) return true;
   }
   return false;
-}
-
-std::string ToAnsi(std::u16string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  for (char16_t c : text) {
-    if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) {
-      out += static_cast<char>(c);
-      continue;
-    }
-    char mapped = '?';
-    for (int i = 0; i < 32; ++i) {
-      if (kHigh1252[i] == c) {
-        mapped = static_cast<char>(0x80 + i);
-        break;
-      }
-    }
-    out += mapped;
-  }
-  return out;
-}
-
-std::u16string FromAnsi(std::string_view bytes) {
-  std::u16string out;
-  out.reserve(bytes.size());
-  for (char b : bytes) {
-    const auto u = static_cast<unsigned char>(b);
-    // Bytes without a character map to the C1 control of the same number,
-    // as the platform's conversion does.
-    out += u >= 0x80 && u < 0xA0 && kHigh1252[u - 0x80] ? kHigh1252[u - 0x80] : static_cast<char16_t>(u);
-  }
-  return out;
 }
 
 }  // namespace kp::registry

@@ -28,8 +28,6 @@ bool IsLetterOrDigit(char16_t c);
 // match may not touch a letter or digit on either side.
 bool ContainsFolded(std::u16string_view haystack, std::u16string_view needle, bool wholeWord);
 
-std::string ToAnsi(std::u16string_view text);
-std::u16string FromAnsi(std::string_view bytes);
 
 std::u16string Ascii(std::string_view text);
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "abi/error.h"
+#include "abi/strings.h"
 #include "abi/error_ids.h"
 #include "platform/codepage.h"
 #include "platform/http.h"
@@ -91,12 +92,12 @@ bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view appl
     return false;
   }
   // The file is an INI file of the ANSI code page, as the library's own.
-  const auto version = registry::IniReadBytes(body, platform::ToAnsi(ApplicationName(application)), "VERSION");
+  const auto version = registry::IniReadBytes(body, ToEightBit(ApplicationName(application)), "VERSION");
   if (!version) {
     ReportRead(context, Ascii(url), win32::kFileNotFound);
     return false;
   }
-  *out = platform::FromAnsi(*version);
+  *out = FromEightBit(*version);
   return true;
 }
 

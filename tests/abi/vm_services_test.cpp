@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include <unistd.h>
+
 #include "abi_support.h"
 #include "eval.h"
 
@@ -90,6 +92,33 @@ TEST(StringBlocks, ReleasedThroughTheThreadManagerOfTheVM) {
   EXPECT_EQ(other.threadManagerFrees, loader.threadManagerFrees);
   EXPECT_EQ(other.serviceFrees - loader.serviceFrees, 1);
   EXPECT_EQ(Library::LiveBlocks(), 0);
+}
+
+}  // namespace
+
+namespace {
+
+// 8-bit text of the families (text files, INI files) goes through the VM's
+// conversion services, each result handed back to FinConversion.
+TEST(Conversions, TextFilesAndIniFilesConvertThroughTheVM) {
+  auto lib = kp::abi::Load();
+  kphost::Evaluator e(*lib);
+  const std::string dir = "\\conv" + std::to_string(getpid());
+  ASSERT_EQ(e.Evaluate("fRepCr\xc3\xa9" "e(\"" + dir + "\")").value.integer, 1);
+  const auto before = Library::Counters();
+  EXPECT_EQ(e.Evaluate("INIEcrit(\"S\", \"K\", \"\xc3\xa9t\xc3\xa9\", \"" + dir + "\\c.ini\")").value.integer, 1);
+  const auto written = Library::Counters();
+  EXPECT_GT(written.conversions, before.conversions);
+  EXPECT_EQ(written.conversionEnds - before.conversionEnds, written.conversions - before.conversions);
+  const auto read = e.Evaluate("INILit(\"S\", \"K\", \"\", \"" + dir + "\\c.ini\")");
+  EXPECT_EQ(read.value.text, u"\u00e9t\u00e9");
+  EXPECT_GT(Library::Counters().conversions, written.conversions);
+  const auto saved = Library::Counters();
+  EXPECT_EQ(e.Evaluate("fSauveTexte(\"" + dir + "\\t.txt\", \"caf\xc3\xa9\")").value.integer, 1);
+  EXPECT_EQ(e.Evaluate("fChargeTexte(\"" + dir + "\\t.txt\")").value.text, u"caf\u00e9");
+  const auto after = Library::Counters();
+  EXPECT_GE(after.conversions - saved.conversions, 2);
+  EXPECT_EQ(after.conversionEnds - saved.conversionEnds, after.conversions - saved.conversions);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "platform/codepage.h"
 #include "platform/filesystem.h"
 #include "platform/registry.h"
 #include "registry/ini.h"
@@ -53,7 +54,7 @@ std::optional<std::string> ReferenceRead(std::string_view file, std::string_view
     lines.push_back(file.substr(at, end - at));
     at = next;
   }
-  auto fold = [](char c) { return platform::reg::FoldChar(registry::FromAnsi(std::string_view(&c, 1))[0]); };
+  auto fold = [](char c) { return platform::reg::FoldChar(platform::FromAnsi(std::string_view(&c, 1))[0]); };
   auto startsFolded = [&](std::string_view t, std::string_view p) {
     if (t.size() < p.size()) return false;
     for (size_t i = 0; i < p.size(); ++i)
@@ -86,7 +87,7 @@ std::optional<std::string> ReferenceRead(std::string_view file, std::string_view
     if (key.empty()) {
       keys.append(trim(t.substr(0, equals))).append("\r\n");
     } else if (t.size() > key.size() && startsFolded(t, key) &&
-               !registry::IsLetterOrDigit(registry::FromAnsi(t.substr(key.size(), 1))[0])) {
+               !registry::IsLetterOrDigit(platform::FromAnsi(t.substr(key.size(), 1))[0])) {
       auto value = t.substr(equals + 1);
       while (!value.empty() && (value.front() == ' ' || value.front() == '\t')) value.remove_prefix(1);
       return std::string(value);
