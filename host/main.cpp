@@ -72,6 +72,10 @@ std::unique_ptr<Library> Open(int32_t language) {
   std::string error;
   auto lib = Library::Load(LibraryPath(), error, language);
   if (!lib) std::fprintf(stderr, "kp: %s\n", error.c_str());
+  // The runtime's answer to information question 82, the location that
+  // AppliDéclencheMAJ hands the updater.
+  if (const char* location = std::getenv("KP_UPDATE_LOCATION"); location && *location)
+    Library::VMInformation()[KL_VM_INFO_UPDATE_LOCATION] = kphost::Utf16(location);
   return lib;
 }
 

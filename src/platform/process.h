@@ -104,6 +104,13 @@ uint32_t CurrentThreadId();
 // The file of the running program (the process's executable, as a snapshot
 // shows it).
 std::u16string OwnModuleFile();
+// The running process's whole command line as Windows would hold it (POSIX:
+// its arguments, each quoted the way the Windows runtime splits them back).
+std::u16string OwnCommandLine();
+// Where the application updater is installed: beside the running program's
+// file, as on the device, unless KP_UPDATER_DIR names a device directory
+// (POSIX; the host's setting, see docs/update.md).
+std::u16string UpdaterDirectory();
 
 // One message of the calling thread's queue: a paint message is served, any
 // other dropped. false when the queue was empty. POSIX has no message queue

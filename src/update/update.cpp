@@ -5,6 +5,7 @@
 
 #include "abi/error.h"
 #include "abi/strings.h"
+#include "abi/vm.h"
 #include "abi/error_ids.h"
 #include "platform/codepage.h"
 #include "platform/http.h"
@@ -13,6 +14,7 @@
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 #include "registry/ini.h"
+#include "system/command_line.h"
 #include "update/natural_order.h"
 
 namespace kp::update {
@@ -204,6 +206,25 @@ bool ChangeParameter(ExecContext* context, int32_t parameter, std::u16string_vie
     SetSystemError(context, rc);
     return false;
   }
+  return true;
+}
+
+bool InstallUpdate(ExecContext* context) {
+  const std::u16string own = OwnApplication();
+  const int32_t availability = Available(context, own);
+  if (availability < 1) return false;
+  if (availability == kNoUpdate) return true;
+  std::u16string updater = platform::proc::UpdaterDirectory();
+  updater += u'\\';
+  updater += kUpdaterName;
+  const std::u16string location = VMInformation(context, KL_VM_INFO_UPDATE_LOCATION).value_or(u"");
+  const std::u16string commandLine =
+      u" /UPDATE=\"" + location + u"\" /CMD=\"" + own + u"\" " + platform::proc::OwnCommandLine();
+  platform::proc::Started started;
+  if (!platform::proc::CreateProcess(updater, commandLine, system::SplitWindowsArguments(commandLine), &started))
+    return false;
+  platform::proc::CloseProcess(started.process);
+  SetLevel(ErrorRecord(context), kUpdateLevel);
   return true;
 }
 

@@ -42,6 +42,14 @@ std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string
 bool ChangeParameter(ExecContext* context, int32_t parameter, std::u16string_view value,
                      std::u16string_view application);
 
+// AppliDéclencheMAJ: after the availability check for the running program,
+// starts the updater when an update is there (true with the program's error
+// record at level kUpdateLevel, for the VM to act on), answers true when
+// there is none, false on error.
+constexpr int32_t kUpdateLevel = 0x40000004;
+constexpr std::u16string_view kUpdaterName = u"QR160APPLIMOBILE.EXE";
+bool InstallUpdate(ExecContext* context);
+
 // The location of "VERSION.KX" for an "UPDATE_URL" value: "http://" is put
 // in front of a location without a scheme, "/" between it and the name.
 std::string VersionFileUrl(std::u16string_view location);

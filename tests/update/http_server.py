@@ -16,6 +16,7 @@ Paths (the first component chooses the behaviour, the rest is ignored):
   /big/...       a body of 100 MB
   /garbage/...   a status line and headers that are not HTTP
   /nosection/... a VERSION.KX without the application's section
+  /named/N/...   VERSION.KX with [N] VERSION=2.10
 """
 import socket
 import sys
@@ -47,6 +48,9 @@ def handle(conn, log):
             try:
                 if kind == "ok":
                     conn.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % len(BODY) + BODY)
+                elif kind == "named":
+                    body = b"[" + path.strip("/").split("/")[1].encode() + b"]\r\nVERSION=2.10\r\n"
+                    conn.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % len(body) + body)
                 elif kind == "nosection":
                     body = b"[Other]\r\nVERSION=1\r\n"
                     conn.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n" % len(body) + body)

@@ -14,9 +14,11 @@
 #include <random>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include "abi/error_ids.h"
 #include "platform/registry.h"
+#include "support/deadline.h"
 #include "support/loopback_server.h"
 #include "registry/registry_fixture.h"
 #include "update/natural_order.h"
@@ -163,6 +165,60 @@ TEST_F(Update, ParametersReadAndChanged) {
   // "1" as text stores the byte '1': read as a number it is 49, and on.
   ASSERT_TRUE(update::ChangeParameter(ctx_, update::kNetwork, u"1", kApp));
   EXPECT_EQ(update::Parameter(ctx_, update::kNetwork, kApp), u"49");
+}
+
+// AppliDéclencheMAJ starts a stand-in updater (a script in the device's
+// updater directory) that writes down its arguments.
+TEST_F(Update, TheUpdaterIsStartedWithItsCommandLine) {
+  const std::string updaterDir = dir_ + "/fs/Updater", record = dir_ + "/updater.args";
+  std::filesystem::create_directories(updaterDir);
+  const std::string script = updaterDir + "/QR160APPLIMOBILE.EXE";
+  {
+    std::ofstream f(script);
+    ASSERT_TRUE(f.good());
+    f << "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > " << record << ".part && mv " << record
+      << ".part " << record << "\n";
+  }
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  setenv("KP_UPDATER_DIR", "\\Updater", 1);
+  const std::u16string own = update::OwnApplication();
+  const std::string name = std::filesystem::path(Utf8(own)).stem().string();
+  // The running program's settings, as the syntax without an application reads them.
+  reg::KeyHolder k;
+  uint32_t disposition = 0, on = 1;
+  ASSERT_EQ(reg::CreateKey(reg::kLocalMachine, update::SettingsKey(own), reg::kAllAccess, k.out(), &disposition), 0u);
+  const std::u16string url = U16(Base() + "/named/" + name), installed = u"2.10";
+  reg::SetValue(k.get(), u"UPDATE_HTTP", reg::kDword, reinterpret_cast<const uint8_t*>(&on), 4);
+  reg::SetValue(k.get(), u"UPDATE_URL", reg::kSz, reinterpret_cast<const uint8_t*>(url.data()),
+                static_cast<uint32_t>(url.size() * 2));
+  reg::SetValue(k.get(), u"VERSION", reg::kSz, reinterpret_cast<const uint8_t*>(installed.data()),
+                static_cast<uint32_t>(installed.size() * 2));
+  EXPECT_TRUE(update::InstallUpdate(ctx_)) << "up to date: nothing to do";
+  EXPECT_FALSE(std::filesystem::exists(record));
+
+  const std::u16string older = u"2.9";
+  reg::SetValue(k.get(), u"VERSION", reg::kSz, reinterpret_cast<const uint8_t*>(older.data()), 6);
+  ASSERT_TRUE(update::InstallUpdate(ctx_));
+  EXPECT_EQ(ctx_.level(), update::kUpdateLevel);
+  ASSERT_TRUE(kp::test::WithinSeconds(10, "updater", [&] {
+    while (!std::filesystem::exists(record)) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    return true;
+  }));
+  std::ifstream f(record);
+  std::vector<std::string> args;
+  for (std::string line; std::getline(f, line);) args.push_back(line);
+  ASSERT_GE(args.size(), 3u);
+  EXPECT_EQ(args[0], "/UPDATE=");  // the stand-in VM gives no update location
+  EXPECT_EQ(args[1], "/CMD=" + Utf8(own));
+  // Then this process's own command line, word for word.
+  std::ifstream cmdline("/proc/self/cmdline");
+  std::vector<std::string> own_args;
+  for (std::string a; std::getline(cmdline, a, '\0');) own_args.push_back(a);
+  EXPECT_EQ(std::vector<std::string>(args.begin() + 2, args.end()), own_args);
+  unsetenv("KP_UPDATER_DIR");
+  ctx_.clearError();
+  reg::SetValue(k.get(), u"UPDATE_URL", reg::kSz, reinterpret_cast<const uint8_t*>(u"http://127.0.0.1:1/x"), 40);
+  EXPECT_FALSE(update::InstallUpdate(ctx_)) << "a failed check starts nothing";
 }
 
 // A second implementation: split both texts into digit runs and single

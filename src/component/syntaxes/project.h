@@ -30,6 +30,6 @@ inline constexpr KLSyntax kAppliChangeParameter[] = {
 
 // AppliDéclencheMAJ/AppliInstallUPD
 inline constexpr KLSyntax kAppliInstallUPD[] = {
-    Unavailable<KL_T_BOOL>()};
+    Syntax<update::InstallUpdate, KL_T_BOOL>()};
 
 }  // namespace kp::syn

@@ -639,6 +639,47 @@ uint32_t CurrentThreadId() { return static_cast<uint32_t>(gettid()); }
 
 std::u16string OwnModuleFile() { return PathShower().Show(ReadLink("/proc/self/exe")); }
 
+std::u16string OwnCommandLine() {
+  std::string raw;
+  if (!ReadWhole("/proc/self/cmdline", &raw)) return {};
+  std::u16string line;
+  size_t start = 0;
+  while (start < raw.size()) {
+    size_t end = raw.find('\0', start);
+    if (end == raw.npos) end = raw.size();
+    const std::u16string arg = fs::names::FromUtf8(raw.substr(start, end - start));
+    if (!line.empty()) line += u' ';
+    if (!arg.empty() && arg.find_first_of(u" \t\"") == arg.npos) {
+      line += arg;
+    } else {
+      // Quoted so that the Windows runtime's rules give it back: backslashes
+      // before a quote (or the closing quote) doubled, quotes escaped.
+      line += u'"';
+      size_t slashes = 0;
+      for (char16_t c : arg) {
+        if (c == u'\\') {
+          ++slashes;
+          continue;
+        }
+        line.append(c == u'"' ? 2 * slashes + 1 : slashes, u'\\');
+        slashes = 0;
+        line += c;
+      }
+      line.append(2 * slashes, u'\\');
+      line += u'"';
+    }
+    start = end + 1;
+  }
+  return line;
+}
+
+std::u16string UpdaterDirectory() {
+  if (const char* dir = std::getenv("KP_UPDATER_DIR"); dir && *dir) return fs::names::FromUtf8(dir);
+  std::u16string own = OwnModuleFile();
+  const size_t slash = own.find_last_of(u"\\/");
+  return slash == own.npos ? std::u16string() : own.substr(0, slash);
+}
+
 bool PumpPaintMessage() { return false; }
 
 void Sleep(uint32_t milliseconds) {

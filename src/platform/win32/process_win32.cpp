@@ -258,6 +258,14 @@ std::u16string OwnModuleFile() {
   return U(file);
 }
 
+std::u16string OwnCommandLine() { return U(::GetCommandLineW()); }
+
+std::u16string UpdaterDirectory() {
+  std::u16string own = OwnModuleFile();
+  const size_t slash = own.find_last_of(u"\\/");
+  return slash == own.npos ? std::u16string() : own.substr(0, slash);
+}
+
 bool PumpPaintMessage() {
   MSG message;
   if (!::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) return false;
