@@ -1,3 +1,4 @@
+// kp — the VM's side of the error record (see error_record.h).
 #include "error_record.h"
 
 #include <cstdlib>

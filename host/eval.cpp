@@ -1,3 +1,4 @@
+// kp — one-line KL expressions and how their results are shown (see eval.h).
 #include "eval.h"
 
 #include <charconv>

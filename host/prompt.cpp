@@ -1,3 +1,4 @@
+// kp — the interactive prompt (see prompt.h).
 #include "prompt.h"
 
 #include <readline/history.h>

@@ -1,3 +1,4 @@
+// kp — the interpreter of KL scripts (see script_eval.h).
 #include "script_eval.h"
 
 #include <chrono>

@@ -1,3 +1,4 @@
+// kp — the tokenizer of KL text (see script_lexer.h).
 #include "script_lexer.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// kp — the operators of KL scripts (see script_ops.h).
 #include "script_ops.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// kp — the parser of KL scripts (see script_parser.h).
 #include "script_parser.h"
 
 #include <initializer_list>

@@ -1,3 +1,4 @@
+// kp — the host's text conversions (see text.h).
 #include "text.h"
 
 #include <cstdint>

@@ -10,7 +10,7 @@
 // ExecContext* fetch the record first. Every text of the record is the VM's
 // memory and is changed only through the record's own operations.
 //
-// Threads: a record belongs to one running program and is used on the thread
+// Thread-safety: a record belongs to one running program and is used on the thread
 // that runs it.
 #pragma once
 

@@ -1,7 +1,7 @@
 // kp160std — gstErrorDef: what each error identifier means to the error
 // record (message text, debug code, severity).
 //
-// Read-only after static initialisation; any thread.
+// Thread-safety: read-only after static initialisation; any thread.
 #pragma once
 
 #include <cstdint>

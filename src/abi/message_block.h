@@ -18,8 +18,9 @@
 // depends on the record number and the byte's place, so that no coded byte is
 // zero and the same text codes differently in two records.
 //
-// The offset table is built on first use (thread-safe static); lookups are
-// binary searches, safe from any thread.
+// The offset table is built on first use; lookups are binary searches.
+//
+// Thread-safety: any thread (the table is a function-local static).
 #pragma once
 
 #include <cstdint>

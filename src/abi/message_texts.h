@@ -10,6 +10,8 @@
 //
 // Numbers 28204-28210 are the day names, Monday first (Sunday is 28210);
 // 28211-28222 the month names, January first.
+//
+// Thread-safety: constant data; any thread.
 #pragma once
 
 #include <cstdint>

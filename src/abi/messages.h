@@ -2,7 +2,7 @@
 // library's own message block (message_block.h), in the current language
 // (French when the language code is 12, else English).
 //
-// Any thread; the callback is called on the caller's thread.
+// Thread-safety: any thread; the callback is called on the caller's thread.
 #pragma once
 
 #include <cstdint>

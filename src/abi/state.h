@@ -1,7 +1,9 @@
 // kp160std — the library-wide state set by the exports.
 //
-// Plain globals, as the VM sets them during start-up from its own thread; no
-// export takes a lock. Everything here is reset only by unloading.
+// Plain globals, as the VM sets them.
+//
+// Thread-safety: set during start-up from the VM's own thread, read after;
+// no export takes a lock. Everything here is reset only by unloading.
 #pragma once
 
 #include <atomic>

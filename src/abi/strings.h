@@ -7,11 +7,14 @@
 // manager the VM keeps under its thread-local index (GeneralParam 2005) when
 // the VM gave one and this thread's slot holds a manager; else through the
 // string service of GeneralParam 2006 when one is set; else through the
-// manager that allocated it. Release a block on the thread that got it.
+// manager that allocated it.
 //
 // 8-bit text (the ANSI code page) is converted here too: through the VM's
 // conversion services when bInitKLConvFromVM bound them, else with the
 // platform's code page.
+//
+// Thread-safety: release a block on the thread that got it; conversions from
+// any thread.
 #pragma once
 
 #include <cstdint>

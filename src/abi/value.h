@@ -2,6 +2,8 @@
 //
 // Families never see the ABI's cells: they return and take these types, and
 // the entry functions (component/frame.h) convert at the boundary.
+//
+// Thread-safety: plain values; no shared state.
 #pragma once
 
 #include <cstdint>

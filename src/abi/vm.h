@@ -3,8 +3,10 @@
 // Families include this instead of reaching into the ABI's slots: the error
 // record, the service question, the language, procedure calls, by-reference
 // assignment, the trace and the project queries. Each call goes to the
-// ExecContext of the running program, on the thread that runs it (except
-// PostProcedure, which any thread may call).
+// ExecContext of the running program.
+//
+// Thread-safety: on the thread that runs the program, except PostProcedure,
+// which any thread may call.
 #pragma once
 
 #include <cstdint>

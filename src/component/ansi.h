@@ -6,6 +6,8 @@
 // The names only use Latin letters and French accents, which Windows-1252
 // places at the same numbers as Unicode (U+00A0..U+00FF); anything else fails
 // to compile.
+//
+// Thread-safety: compile-time only.
 #pragma once
 
 #include <array>

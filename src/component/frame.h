@@ -20,7 +20,7 @@
 // 1 bool; 8 int32_t; 9 int64_t; 10 kp::Currency; 12 double; 14/15 kp::Handle;
 // 19 std::u16string; 27 kp::Duration; 28 kp::Bytes; 0x1f kp::Value.
 //
-// Entry functions keep no state and may run on any VM thread.
+// Thread-safety: entry functions keep no state and may run on any VM thread.
 #pragma once
 
 #include <array>

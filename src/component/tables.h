@@ -3,6 +3,8 @@
 // Constant data, read by the VM and never written. The function table's order
 // is global and fixed: it lives in one list (function_table.cpp) that points
 // at the syntax arrays each family declares (component/syntaxes/).
+//
+// Thread-safety: constant data; any thread.
 #pragma once
 
 #include "kp160std/abi.h"
@@ -20,9 +22,12 @@ const char* const* TypeNameTable();
 // Selector 29 hands out the address of the pointer to the descriptors.
 const KLTypeDescriptor* const* TypeDescriptorTableAddress();
 
-// Flags of the function rows: most rows carry 0x10000; rows without any
-// implementation here carry 0x200 as well.
+// Flags of the function rows, as the VM's declaration tool set them: part of
+// the table's data, kept as they are whether or not a function has an
+// implementation on a platform (implementing one does not change its row).
+// Most rows carry 0x10000; some carry 0x200 as well (in the original tables,
+// with three exceptions, the rows that had no implementation).
 constexpr uint32_t kFunctionFlags = 0x10000;
-constexpr uint32_t kFunctionFlagsUnavailable = 0x10200;
+constexpr uint32_t kFunctionFlagsBit200 = 0x10200;
 
 }  // namespace kp

@@ -3,7 +3,9 @@
 // Age, DateHeureUTCVersLocale, ...).
 //
 // The differences use the second calendar core on purpose (see
-// datetime/calendar.h). Thread-safe.
+// datetime/calendar.h).
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

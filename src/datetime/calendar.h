@@ -6,8 +6,10 @@
 // function, and a second copy used only by the difference functions, which
 // differs in its forbidden gap and its Julian correction. Do not merge them.
 //
-// Everything here is pure and thread-safe. Functions taking an ExecContext*
-// report into its error record when it is non-null and stay silent otherwise.
+// Functions taking an ExecContext* report into its error record when it is
+// non-null and stay silent otherwise.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

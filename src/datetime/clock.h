@@ -4,6 +4,8 @@
 // The time of day is interpolated to the millisecond from the tick counter
 // with one process-wide anchor, updated without a lock: concurrent callers
 // may both re-anchor, which is harmless.
+//
+// Thread-safety: any thread; the device clock is the platform's.
 #pragma once
 
 #include <cstdint>

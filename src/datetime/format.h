@@ -1,7 +1,9 @@
 // kp160std — dates, times and durations as text and back (DateVersChaîne,
 // ChaîneVersDate, HeureVersChaîne, ChaîneVersDurée, DuréeVersChaîne).
 //
-// An empty mask means the syntax without a mask. Thread-safe.
+// An empty mask means the syntax without a mask.
+//
+// Thread-safety: no state of its own; any thread.
 #pragma once
 
 #include <cstdint>

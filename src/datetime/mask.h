@@ -10,7 +10,9 @@
 //              CC (hundredths)  LLL (milliseconds)
 // Text between single quotes is literal. Names come from the language object
 // of the context (datetime/names.h) and are looked up only when a name token
-// is used. Pure apart from those look-ups; thread-safe.
+// is used.
+//
+// Thread-safety: pure apart from those look-ups; any thread.
 #pragma once
 
 #include <cstdint>

@@ -2,7 +2,9 @@
 // program's language object (its lists, or the device's own names when its
 // switch says so), else the VM's messages, else the library's own French or
 // English tables. Looked up on every call: the language may change between
-// calls. Thread-safe.
+// calls.
+//
+// Thread-safety: read-only tables; any thread.
 #pragma once
 
 #include <cstdint>

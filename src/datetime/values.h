@@ -2,7 +2,9 @@
 // time integers (DateVersEntier, EntierVersDate, HeureVersEntier, ...).
 //
 // Plain functions with the ExecContext first; each reports into its error
-// record and returns its failure value (-1, "" or false). Thread-safe.
+// record and returns its failure value (-1, "" or false).
+//
+// Thread-safety: no state of its own; any thread.
 #pragma once
 
 #include <cstdint>

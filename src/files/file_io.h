@@ -4,8 +4,10 @@
 //
 // Each function takes the program's ExecContext first, returns its ordinary
 // failure value (-1, false, "", 0 as each says) and records the error. The
-// handles come from the process-wide table (files/handles.h); like it, these
-// functions are used from the thread that runs the KL program.
+// handles come from the process-wide table (files/handles.h).
+//
+// Thread-safety: like the table, used from the thread that runs the KL
+// program.
 #pragma once
 
 #include <cstdint>

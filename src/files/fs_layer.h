@@ -1,6 +1,8 @@
 // kp160std — the file functions' thin layer over the device file system:
 // when a call fails it records the system code with the layer's message
 // (delete 28123, move 28124, copy 28125, attributes 28130) naming the files.
+//
+// Thread-safety: no state of its own; any thread.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,7 @@
 // is reused first; the array grows by 5 slots. Handles 0 and 1 are
 // placeholders, so the first handle a KL program sees is 2.
 //
-// Threads: no lock, on purpose; the table is used from the thread that runs
+// Thread-safety: no lock, on purpose; the table is used from the thread that runs
 // the KL program. Every stream still open is closed, without reporting,
 // when the library is unloaded (the table's destructor).
 #pragma once

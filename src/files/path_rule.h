@@ -1,6 +1,8 @@
 // kp160std — the rule every file and directory name obeys: the device has no
 // current directory, so a name must begin with "\" or "/", or end with ":"
 // (a device such as a port). Names are limited to 260 characters.
+//
+// Thread-safety: no state of its own; any thread.
 #pragma once
 
 #include <string_view>

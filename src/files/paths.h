@@ -8,7 +8,9 @@
 // ordinary failure value with the error recorded; the file-system layer's
 // failures record the system code ("error kind 2"). The fRep enumeration is
 // one per library, by design: two interleaved enumerations disturb each
-// other. Used from the thread that runs the KL program.
+// other.
+//
+// Thread-safety: used from the thread that runs the KL program.
 #pragma once
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 // fSéparateur, fSep and fCompare.
 //
 // ANSI text goes through the current code page (platform/codepage.h).
-// Used from the thread that runs the KL program.
+// Thread-safety: used from the thread that runs the KL program.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 // kp160std — file times (FILETIME, UTC) to the device's local calendar time
 // and back, through the platform's zone bias.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

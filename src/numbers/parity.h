@@ -1,4 +1,6 @@
 // kp160std — parity of integers (EstPair/IsEven, EstImpair/IsOdd).
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

@@ -9,8 +9,10 @@
 // On POSIX the device root is the directory <prefix>/fs (KP_PREFIX, see
 // posix/device.h), or the host's "/" when KP_NATIVE_ROOT=1. Names that differ
 // only in case find the same file (an exact match wins). No name reaches
-// outside the device root: ".." stops at the root, and a symbolic link whose
-// target lies outside it is refused with error 5. Hidden, system and archive
+// outside the device root: the device has no relative names, so a "." or
+// ".." component is refused with 3 (the families canonicalise a path before
+// they hand it over), and a symbolic link whose target lies outside the root
+// is refused with error 5. Hidden, system and archive
 // attributes live in the extended attribute "user.kp.attributes"; where the
 // host file system has none, files read as archive, names starting with "."
 // as hidden, and setting those bits is accepted but not kept. Read-only is
@@ -68,7 +70,8 @@ FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share,
                       uint32_t flags, bool* created = nullptr);
 bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* read);
 bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* written);
-// origin 0 begin, 1 current, 2 end; a position before the start fails (87).
+// origin 0 begin, 1 current, 2 end; a position before the start fails with
+// 131 (negative seek), an origin above 2 with 87.
 bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t* position);
 bool SetEndOfFile(FileHandle file);
 // -1 on failure.

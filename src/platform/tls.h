@@ -3,6 +3,8 @@
 // The VM keeps its per-thread string manager in a thread-local slot and hands
 // the library the slot's index (a TlsAlloc index on Windows, a pthread key on
 // POSIX). The library only reads the slot, on the calling thread.
+//
+// Thread-safety: reads the calling thread's own slot; any thread.
 #pragma once
 
 #include <cstdint>

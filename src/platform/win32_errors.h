@@ -1,4 +1,6 @@
 // kp160std — the Win32 error numbers the library and both backends use.
+//
+// Thread-safety: constants only.
 #pragma once
 
 #include <cstdint>

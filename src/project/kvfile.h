@@ -4,7 +4,7 @@
 // Both report a failure into the error record they were given (null: not
 // reported) with their consistency texts, set information item 1 to the
 // file name and return false; the stream stays where the last read left it.
-// One reader per stream, one thread at a time.
+// Thread-safety: one reader per stream, one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -16,7 +16,9 @@
 // as it is when asked for.
 //
 // The stream owns its platform handle (closed by Close or the destructor);
-// it is not copyable and is used by one thread at a time.
+// it is not copyable.
+//
+// Thread-safety: one thread at a time per stream.
 #pragma once
 
 #include <cstdint>

@@ -8,6 +8,8 @@
 // "Software" of the current user. One leading and one trailing "\" of the
 // sub-key path are dropped. Only four roots have a handle; the other three
 // are recognised and then fail as keys that cannot be opened.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <string>

@@ -34,6 +34,7 @@ class CParameterStore {
   bool skipUnchanged = true;
 };
 
+// Guards Stores(): programs of several VM threads open their stores at once.
 std::mutex gStoresMutex;
 std::map<ExecContext*, std::shared_ptr<CParameterStore>>& Stores() {
   static std::map<ExecContext*, std::shared_ptr<CParameterStore>> stores;

@@ -5,6 +5,8 @@
 // The ANSI code page is Windows-1252, fixed here until a shared code-page
 // layer exists; characters it cannot hold become "?", as the platform's
 // best-fit conversion does for most of them.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

@@ -7,7 +7,9 @@
 // rule, the wait modes and their loop, the shell's codes turned into errors,
 // names compared without their directory, and the lists' layout. Failures
 // return the ordinary failure value (0, -1, false or an empty text) with the
-// error recorded. Used from the thread that runs the KL program.
+// error recorded.
+//
+// Thread-safety: used from the thread that runs the KL program.
 #pragma once
 
 #include <cstdint>

@@ -3,6 +3,8 @@
 // Each array is one function row's syntaxes: kp::Syntax<impl, result, params...>
 // for a syntax implemented here, kp::Unavailable<result, params...> for one
 // declared without an implementation on this platform (null entry function).
+//
+// Thread-safety: constant declarations; see frame.h for the entry functions.
 #pragma once
 
 #include "component/frame.h"

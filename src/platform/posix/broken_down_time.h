@@ -1,5 +1,7 @@
 // kp160std — a SystemTime from and to seconds since 1970 on the proleptic
 // Gregorian calendar, with no time zone: the callers apply the zone's bias.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <cstdint>

@@ -7,6 +7,8 @@
 // where kp160std-<uid> is made with mode 0700 and must be a directory of the
 // user's own that no one else can enter. A prefix owned by another user is
 // refused.
+//
+// Thread-safety: any thread; the prefix is read once and kept.
 #pragma once
 
 #include <string>

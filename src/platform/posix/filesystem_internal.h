@@ -9,6 +9,8 @@
 // object (chmod, the extended attributes, utimens on an O_PATH descriptor),
 // it goes through /proc/self/fd/N, which names exactly the object held and
 // is never walked as a path below the root.
+//
+// Thread-safety: as the seam (platform/filesystem.h).
 #pragma once
 
 #include <sys/stat.h>

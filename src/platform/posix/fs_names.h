@@ -1,6 +1,8 @@
 // kp160std — names on the POSIX device file system: UTF-16 device names to
 // UTF-8 host names and back, case folding and wildcard matching as the
 // device does them.
+//
+// Thread-safety: pure; any thread.
 #pragma once
 
 #include <string>

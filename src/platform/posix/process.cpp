@@ -220,7 +220,7 @@ class Children {
   }
 
   static inline Children* instance_ = nullptr;
-  std::mutex mutex_;
+  std::mutex mutex_;  // guards live_, ended_, reaper_ and stopping_
   std::vector<std::shared_ptr<Child>> live_;
   std::deque<std::shared_ptr<Child>> ended_;
   std::thread reaper_;

@@ -56,6 +56,8 @@ struct ProcessConnection : Connection {
   }
 };
 
+// Guards gConnection and every statement run on it: one SQLite connection
+// serves every thread of the process.
 std::mutex gMutex;
 ProcessConnection gConnection;
 

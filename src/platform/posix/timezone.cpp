@@ -311,7 +311,7 @@ std::optional<ZoneRecord> ParseTzif(std::string_view file) {
 std::optional<ZoneRecord> CurrentZone() {
   // Read once per zone: again when $TZ changed, or when the zone file did
   // (looked at no more than once a second: a stat costs more than the rest).
-  static std::mutex mutex;
+  static std::mutex mutex;  // guards the five statics below
   static bool loaded = false;
   static int64_t checked = 0;
   static ZoneSource source;
