@@ -51,13 +51,14 @@ std::string LibraryPath() {
   if (const char* path = std::getenv("KP_LIBRARY"); path && *path) return path;
   char self[4096];
   const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return "libkp160std.so";
+  if (n <= 0) return "libkp160std.so." + std::to_string(KP160STD_VERSION_MAJOR);
   std::string dir(self, static_cast<size_t>(n));
   dir = dir.substr(0, dir.rfind('/'));
   const std::string parent = dir.substr(0, dir.rfind('/'));
   for (const std::string& candidate : {parent + "/libkp160std.so", dir + "/libkp160std.so"})
     if (access(candidate.c_str(), R_OK) == 0) return candidate;
-  return "libkp160std.so";
+  // Installed: the library's SONAME, found where the system keeps libraries.
+  return "libkp160std.so." + std::to_string(KP160STD_VERSION_MAJOR);
 }
 
 int32_t DefaultLanguage() {

@@ -22,6 +22,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The library's version; CMake refuses to configure when it differs from the
+ * project's. */
+#define KP160STD_VERSION_MAJOR 16
+#define KP160STD_VERSION_MINOR 0
+#define KP160STD_VERSION_PATCH 97
+#define KP160STD_VERSION_TWEAK 7
+#define KP160STD_VERSION "16.0.97.7"
+
 #ifdef __cplusplus
 typedef char16_t kl_char; /* UTF-16 code unit */
 extern "C" {

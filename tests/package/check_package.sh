@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# The .deb as a user gets it: made by CPack from a build, unpacked into a fresh
+# root, its kp run from there, and a consumer built against it with
+# find_package(kp160std) and with pkg-config.
+#
+# usage: check_package.sh BUILD_DIR
+set -euo pipefail
+build=$(cd "$1" && pwd)
+work=$(mktemp -d "${TMPDIR:-/tmp}/kp-package-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+(cd "$build" && cpack -G DEB -B "$work/deb" >/dev/null)
+deb=$(ls "$work"/deb/kp160std_*.deb)
+dpkg-deb --info "$deb" | grep -q "Package: kp160std"
+root="$work/root"
+dpkg-deb -x "$deb" "$root"
+libdir=$(dirname "$(find "$root" -name 'libkp160std.so.16' | head -1)")
+[ -n "$libdir" ] || { echo "no libkp160std.so.16 in the package"; exit 1; }
+[ -L "$libdir/libkp160std.so" ] || { echo "no development link libkp160std.so"; exit 1; }
+[ -f "$root/usr/include/kp160std/abi.h" ] && [ -f "$root/usr/share/man/man1/kp.1" ]
+
+# The installed kp finds the installed library by its SONAME.
+out=$(KP_PREFIX="$work/device" LD_LIBRARY_PATH="$libdir" "$root/usr/bin/kp" eval 'EstPair(4)')
+[ "$out" = "True" ] || { echo "installed kp answered '$out'"; exit 1; }
+
+# A consumer of the package, both ways.
+mkdir -p "$work/consumer"
+cat > "$work/consumer/main.c" <<'C'
+#include <kp160std/abi.h>
+#include <stdio.h>
+int main(void) {
+  /* Selector 1: the component number; 34: the number of functions. */
+  printf("%s %u %u\n", KP160STD_VERSION, (unsigned)InfoComposante(1, 0), (unsigned)InfoComposante(34, 0));
+  return 0;
+}
+C
+cat > "$work/consumer/CMakeLists.txt" <<'C'
+cmake_minimum_required(VERSION 3.25)
+project(consumer C)
+find_package(kp160std 16 REQUIRED)
+add_executable(consumer main.c)
+target_link_libraries(consumer PRIVATE kp160std::kp160std)
+C
+cmake -S "$work/consumer" -B "$work/consumer/build" -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" >/dev/null
+cmake --build "$work/consumer/build" >/dev/null
+expected="16.0.97.7 8 445"
+got=$(LD_LIBRARY_PATH="$libdir" "$work/consumer/build/consumer")
+[ "$got" = "$expected" ] || { echo "find_package consumer printed '$got'"; exit 1; }
+flags=$(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs kp160std)
+# shellcheck disable=SC2086
+cc "$work/consumer/main.c" $flags -o "$work/consumer/by-pkg-config"
+got=$(LD_LIBRARY_PATH="$libdir" "$work/consumer/by-pkg-config")
+[ "$got" = "$expected" ] || { echo "pkg-config consumer printed '$got'"; exit 1; }
+echo "package: $(basename "$deb") installs, runs and builds consumers"
