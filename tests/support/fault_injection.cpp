@@ -7,8 +7,8 @@
 #include <sys/types.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 #include "platform/posix/syscalls.h"
@@ -19,7 +19,7 @@ using platform::sys::SysCalls;
 
 struct FailNext::Slot {
   const char* name;
-  void (*install)(FailNext*);
+  void (*install)(Slot*);
   void (*uninstall)();
   FailNext* active = nullptr;
 
@@ -46,15 +46,16 @@ struct Trap<Member> {
     if (FailNext::Slot::Fail(slot->active)) return static_cast<R>(-1);
     return saved(a...);
   }
-  static void Install(FailNext*) {
+  static void Install(FailNext::Slot* s) {
+    slot = s;
     saved = platform::sys::Sys().*Member;
     platform::sys::Sys().*Member = Call;
   }
   static void Uninstall() { platform::sys::Sys().*Member = saved; }
 };
 
-// An SQLite unix VFS call: every name of `Names` (the variants SQLite may
-// use for one operation) is swapped for a trap of its type.
+// An SQLite unix VFS call, swapped by name for a trap of its type; `Id`
+// keeps apart two calls of the same type.
 template <int Id, typename R, typename... A>
 struct SqliteTrap {
   static inline FailNext::Slot* slot = nullptr;
@@ -68,7 +69,8 @@ struct SqliteTrap {
 sqlite3_vfs* Vfs() { return sqlite3_vfs_find(nullptr); }
 
 template <typename T>
-void SwapSqlite(const char* name) {
+void SwapSqlite(const char* name, FailNext::Slot* slot) {
+  T::slot = slot;
   sqlite3_vfs* vfs = Vfs();
   const sqlite3_syscall_ptr original = vfs->xGetSystemCall(vfs, name);
   if (!original) return;  // not in this build
@@ -98,17 +100,22 @@ FailNext::Slot Backend(const char* name) {
 std::vector<FailNext::Slot>& Slots() {
   static std::vector<FailNext::Slot> slots = [] {
     std::vector<FailNext::Slot> s = {
-        Backend<&SysCalls::openat>("openat"),       Backend<&SysCalls::read>("read"),
-        Backend<&SysCalls::pread>("pread"),         Backend<&SysCalls::write>("write"),
-        Backend<&SysCalls::renameat>("renameat"),   Backend<&SysCalls::renameat2>("renameat2"),
-        Backend<&SysCalls::unlinkat>("unlinkat"),   Backend<&SysCalls::fsync>("fsync"),
-        Backend<&SysCalls::ftruncate>("ftruncate"), Backend<&SysCalls::mkdirat>("mkdirat"),
+        Backend<&SysCalls::openat>("openat"),
+        Backend<&SysCalls::read>("read"),
+        Backend<&SysCalls::pread>("pread"),
+        Backend<&SysCalls::write>("write"),
+        Backend<&SysCalls::renameat>("renameat"),
+        Backend<&SysCalls::renameat2>("renameat2"),
+        Backend<&SysCalls::unlinkat>("unlinkat"),
+        Backend<&SysCalls::fsync>("fsync"),
+        Backend<&SysCalls::ftruncate>("ftruncate"),
+        Backend<&SysCalls::mkdirat>("mkdirat"),
         Backend<&SysCalls::close>("close"),
         {"sqlite.write",
-         [](FailNext*) {
-           SwapSqlite<SqlWrite>("write");
-           SwapSqlite<SqlPwrite>("pwrite");
-           SwapSqlite<SqlPwrite64>("pwrite64");
+         [](FailNext::Slot* slot) {
+           SwapSqlite<SqlWrite>("write", slot);
+           SwapSqlite<SqlPwrite>("pwrite", slot);
+           SwapSqlite<SqlPwrite64>("pwrite64", slot);
          },
          [] {
            RestoreSqlite("write");
@@ -116,45 +123,25 @@ std::vector<FailNext::Slot>& Slots() {
            RestoreSqlite("pwrite64");
          }},
         {"sqlite.read",
-         [](FailNext*) {
-           SwapSqlite<SqlRead>("read");
-           SwapSqlite<SqlPread>("pread");
-           SwapSqlite<SqlPread64>("pread64");
+         [](FailNext::Slot* slot) {
+           SwapSqlite<SqlRead>("read", slot);
+           SwapSqlite<SqlPread>("pread", slot);
+           SwapSqlite<SqlPread64>("pread64", slot);
          },
          [] {
            RestoreSqlite("read");
            RestoreSqlite("pread");
            RestoreSqlite("pread64");
          }},
-        {"sqlite.open", [](FailNext*) { SwapSqlite<SqlOpen>("open"); }, [] { RestoreSqlite("open"); }},
-        {"sqlite.ftruncate", [](FailNext*) { SwapSqlite<SqlFtruncate>("ftruncate"); },
+        {"sqlite.open", [](FailNext::Slot* slot) { SwapSqlite<SqlOpen>("open", slot); }, [] { RestoreSqlite("open"); }},
+        {"sqlite.ftruncate", [](FailNext::Slot* slot) { SwapSqlite<SqlFtruncate>("ftruncate", slot); },
          [] { RestoreSqlite("ftruncate"); }},
-        {"sqlite.unlink", [](FailNext*) { SwapSqlite<SqlUnlink>("unlink"); }, [] { RestoreSqlite("unlink"); }},
+        {"sqlite.unlink", [](FailNext::Slot* slot) { SwapSqlite<SqlUnlink>("unlink", slot); },
+         [] { RestoreSqlite("unlink"); }},
     };
     return s;
   }();
   return slots;
-}
-
-// The traps find their slot through a static pointer of their own type.
-void Bind(FailNext::Slot* slot) {
-  const std::string_view n = slot->name;
-  if (n == "openat") Trap<&SysCalls::openat>::slot = slot;
-  if (n == "read") Trap<&SysCalls::read>::slot = slot;
-  if (n == "pread") Trap<&SysCalls::pread>::slot = slot;
-  if (n == "write") Trap<&SysCalls::write>::slot = slot;
-  if (n == "renameat") Trap<&SysCalls::renameat>::slot = slot;
-  if (n == "renameat2") Trap<&SysCalls::renameat2>::slot = slot;
-  if (n == "unlinkat") Trap<&SysCalls::unlinkat>::slot = slot;
-  if (n == "fsync") Trap<&SysCalls::fsync>::slot = slot;
-  if (n == "ftruncate") Trap<&SysCalls::ftruncate>::slot = slot;
-  if (n == "mkdirat") Trap<&SysCalls::mkdirat>::slot = slot;
-  if (n == "close") Trap<&SysCalls::close>::slot = slot;
-  if (n == "sqlite.write") SqlWrite::slot = SqlPwrite::slot = SqlPwrite64::slot = slot;
-  if (n == "sqlite.read") SqlRead::slot = SqlPread::slot = SqlPread64::slot = slot;
-  if (n == "sqlite.open") SqlOpen::slot = slot;
-  if (n == "sqlite.ftruncate") SqlFtruncate::slot = slot;
-  if (n == "sqlite.unlink") SqlUnlink::slot = slot;
 }
 
 }  // namespace
@@ -166,9 +153,8 @@ FailNext::FailNext(std::string_view call, int error, int count) : call_(call), e
     std::fprintf(stderr, "FailNext: %s is %s\n", call_.c_str(), slot_ ? "already failing" : "not a known call");
     std::abort();
   }
-  Bind(slot_);
   slot_->active = this;
-  slot_->install(this);
+  slot_->install(slot_);
 }
 
 FailNext::~FailNext() {
