@@ -16,6 +16,7 @@
 #include "platform/posix/device.h"
 #include "platform/posix/errno_map.h"
 #include "platform/posix/fs_names.h"
+#include "platform/posix/syscalls.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::fs {
@@ -292,8 +293,8 @@ uint32_t LocateBeneath(std::string_view relative, Location* out) {
 }
 
 int OpenAt(const Location& at, int flags, mode_t mode) {
-  if (at.isRoot) return openat(at.dir.get(), ".", flags | O_CLOEXEC, mode);
-  return openat(at.dir.get(), at.leaf.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, mode);
+  if (at.isRoot) return sys::Sys().openat(at.dir.get(), ".", flags | O_CLOEXEC, mode);
+  return sys::Sys().openat(at.dir.get(), at.leaf.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, mode);
 }
 
 bool NativeRoot() {

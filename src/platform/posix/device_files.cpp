@@ -41,6 +41,7 @@
 
 #include "platform/posix/beneath.h"
 #include "platform/posix/errno_map.h"
+#include "platform/posix/syscalls.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 
@@ -85,7 +86,7 @@ std::string TemporaryName(std::string_view leaf) {
 
 // A readable handle on the directory that `at.dir` (an O_PATH handle) names.
 UniqueFd OpenDirectory(const Location& at) {
-  return UniqueFd(openat(at.dir.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  return UniqueFd(sys::Sys().openat(at.dir.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0));
 }
 
 void RemoveStaleTemporaries(int directory, std::string_view leaf) {
@@ -100,7 +101,7 @@ void RemoveStaleTemporaries(int directory, std::string_view leaf) {
   while (const dirent* e = readdir(d))
     if (IsTemporaryOf(e->d_name, leaf)) stale.emplace_back(e->d_name);
   closedir(d);
-  for (const auto& name : stale) unlinkat(directory, name.c_str(), 0);
+  for (const auto& name : stale) sys::Sys().unlinkat(directory, name.c_str(), 0);
 }
 
 bool ReadAll(int fd, off_t size, std::string* bytes) {
@@ -109,7 +110,7 @@ bool ReadAll(int fd, off_t size, std::string* bytes) {
   char buffer[16384];
   off_t at = 0;
   while (true) {
-    const ssize_t n = pread(fd, buffer, sizeof buffer, at);
+    const ssize_t n = sys::Sys().pread(fd, buffer, sizeof buffer, at);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) return false;
     if (n == 0) return true;
@@ -121,7 +122,7 @@ bool ReadAll(int fd, off_t size, std::string* bytes) {
 bool WriteAll(int fd, std::string_view bytes) {
   size_t done = 0;
   while (done < bytes.size()) {
-    const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
+    const ssize_t n = sys::Sys().write(fd, bytes.data() + done, bytes.size() - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
       if (n == 0) errno = EIO;
@@ -191,12 +192,12 @@ uint32_t Replace(const LockedTarget& target, std::string_view bytes) {
   UniqueFd temp;
   for (int attempt = 0; attempt < 16 && !temp; ++attempt) {
     name = TemporaryName(target.at.leaf);
-    temp = UniqueFd(openat(dir, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    temp = UniqueFd(sys::Sys().openat(dir, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!temp && errno != EEXIST) return ErrnoError(errno);
   }
   if (!temp) return win32::kAccessDenied;
   auto fail = [&](int e) {
-    unlinkat(dir, name.c_str(), 0);
+    sys::Sys().unlinkat(dir, name.c_str(), 0);
     return ErrnoError(e);
   };
   // The rewritten file is the same file to its users: owner (when we may),
@@ -212,8 +213,8 @@ uint32_t Replace(const LockedTarget& target, std::string_view bytes) {
   // content or the new, never an empty file. The directory is not synced:
   // the rename may then be lost, but nothing is half-written (that sync made
   // each write about 12 % slower).
-  if (!WriteAll(temp.get(), bytes) || fsync(temp.get()) != 0) return fail(errno);
-  if (renameat(dir, name.c_str(), dir, target.at.leaf.c_str()) != 0) return fail(errno);
+  if (!WriteAll(temp.get(), bytes) || sys::Sys().fsync(temp.get()) != 0) return fail(errno);
+  if (sys::Sys().renameat(dir, name.c_str(), dir, target.at.leaf.c_str()) != 0) return fail(errno);
   return win32::kSuccess;
 }
 
@@ -264,7 +265,7 @@ uint32_t DeleteDeviceFile(std::string_view path) {
   LockedTarget target;
   const uint32_t rc = LockTarget(path, false, &target);
   if (rc != win32::kSuccess) return rc;
-  return unlinkat(target.at.dir.get(), target.at.leaf.c_str(), 0) == 0 ? win32::kSuccess : ErrnoError(errno);
+  return sys::Sys().unlinkat(target.at.dir.get(), target.at.leaf.c_str(), 0) == 0 ? win32::kSuccess : ErrnoError(errno);
 }
 
 int64_t DeviceFileSize(std::string_view path) {

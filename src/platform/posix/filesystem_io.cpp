@@ -17,6 +17,7 @@
 #include "platform/platform.h"
 #include "platform/posix/errno_map.h"
 #include "platform/posix/filesystem_internal.h"
+#include "platform/posix/syscalls.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::fs {
@@ -69,7 +70,7 @@ bool ReadFile(FileHandle file, void* buffer, uint32_t count, uint32_t* read) {
   if (read) *read = 0;
   uint32_t done = 0;
   while (done < count) {
-    const ssize_t n = ::read(static_cast<int>(file), static_cast<char*>(buffer) + done, count - done);
+    const ssize_t n = sys::Sys().read(static_cast<int>(file), static_cast<char*>(buffer) + done, count - done);
     if (n < 0 && errno == EINTR) continue;
     // Win32 reads of a handle opened for writing only fail with 5, as do reads of a directory.
     if (n < 0) return Fail(errno == EISDIR || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
@@ -85,7 +86,7 @@ bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* wr
   uint32_t done = 0;
   int error = 0;
   while (done < count) {
-    const ssize_t n = ::write(static_cast<int>(file), static_cast<const char*>(buffer) + done, count - done);
+    const ssize_t n = sys::Sys().write(static_cast<int>(file), static_cast<const char*>(buffer) + done, count - done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
       error = errno;
@@ -113,7 +114,7 @@ bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t*
 bool SetEndOfFile(FileHandle file) {
   const off_t at = lseek(static_cast<int>(file), 0, SEEK_CUR);
   if (at < 0) return Fail(Win32FromErrno(errno));
-  if (ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
+  if (sys::Sys().ftruncate(static_cast<int>(file), at) != 0) return Fail(errno == EINVAL || errno == EBADF ? win32::kAccessDenied : Win32FromErrno(errno));
   return true;
 }
 
@@ -125,7 +126,7 @@ int64_t GetFileSize(FileHandle file) {
 
 bool CloseHandle(FileHandle file) {
   if (file < 0) return Fail(win32::kInvalidHandle);
-  return close(static_cast<int>(file)) == 0 ? true : Fail(Win32FromErrno(errno));
+  return sys::Sys().close(static_cast<int>(file)) == 0 ? true : Fail(Win32FromErrno(errno));
 }
 
 std::u16string GetTempPath() {

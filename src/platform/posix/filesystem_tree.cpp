@@ -19,6 +19,7 @@
 #include "platform/posix/errno_map.h"
 #include "platform/posix/filesystem_internal.h"
 #include "platform/posix/fs_names.h"
+#include "platform/posix/syscalls.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::fs {
@@ -80,15 +81,15 @@ bool MoveFile(std::u16string_view source, std::u16string_view target) {
     std::string utf8;
     names::ToUtf8(target.substr(target.find_last_of(u"\\/") + 1), &utf8);
     to.leaf = std::move(utf8);
-    if (renameat(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str()) != 0)
+    if (sys::Sys().renameat(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str()) != 0)
       return Fail(Win32FromErrno(errno));
     return true;
   }
   // The target must still be free when the rename happens, not only when it was looked at.
-  if (renameat2(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (sys::Sys().renameat2(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str(), RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) return Fail(Win32FromErrno(errno));
   // A file system without RENAME_NOREPLACE: the check above stands alone.
-  if (renameat(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str()) != 0)
+  if (sys::Sys().renameat(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str()) != 0)
     return Fail(Win32FromErrno(errno));
   return true;
 }
@@ -98,7 +99,7 @@ bool DeleteFile(std::u16string_view name) {
   if (!detail::Locate(name, &r)) return false;
   if (!r.exists) return Fail(win32::kFileNotFound);
   if (r.isRoot || S_ISDIR(r.st.st_mode) || detail::ReadOnly(r.st)) return Fail(win32::kAccessDenied);
-  if (unlinkat(r.dir.get(), r.leaf.c_str(), 0) != 0) return Fail(Win32FromErrno(errno));
+  if (sys::Sys().unlinkat(r.dir.get(), r.leaf.c_str(), 0) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -106,7 +107,7 @@ bool CreateDirectory(std::u16string_view name) {
   Location r;
   if (!detail::Locate(name, &r)) return false;
   if (r.exists) return Fail(win32::kAlreadyExists);
-  if (mkdirat(r.dir.get(), r.leaf.c_str(), 0777) != 0) return Fail(Win32FromErrno(errno));
+  if (sys::Sys().mkdirat(r.dir.get(), r.leaf.c_str(), 0777) != 0) return Fail(Win32FromErrno(errno));
   return true;
 }
 
@@ -116,7 +117,7 @@ bool RemoveDirectory(std::u16string_view name) {
   if (!r.exists) return Fail(win32::kFileNotFound);
   if (r.isRoot) return Fail(win32::kAccessDenied);
   if (!S_ISDIR(r.st.st_mode)) return Fail(win32::kDirectory);
-  if (unlinkat(r.dir.get(), r.leaf.c_str(), AT_REMOVEDIR) != 0)
+  if (sys::Sys().unlinkat(r.dir.get(), r.leaf.c_str(), AT_REMOVEDIR) != 0)
     return Fail(errno == EEXIST ? win32::kDirNotEmpty : Win32FromErrno(errno));
   return true;
 }

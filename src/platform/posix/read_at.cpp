@@ -7,6 +7,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/errno_map.h"
+#include "platform/posix/syscalls.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::fs {
@@ -19,7 +20,7 @@ bool ReadFileAt(FileHandle file, int64_t offset, void* buffer, uint32_t count, u
   }
   uint32_t done = 0;
   while (done < count) {
-    const ssize_t n = ::pread(static_cast<int>(file), static_cast<char*>(buffer) + done, count - done,
+    const ssize_t n = sys::Sys().pread(static_cast<int>(file), static_cast<char*>(buffer) + done, count - done,
                               static_cast<off_t>(offset + done));
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <atomic>
 #include <string>
 #include <cstring>
@@ -21,6 +22,7 @@
 #include <vector>
 
 #include "platform/posix/device.h"
+#include "platform/posix/errno_map.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 
@@ -60,6 +62,8 @@ struct ProcessConnection : Connection {
 // serves every thread of the process.
 std::mutex gMutex;
 ProcessConnection gConnection;
+// The errno of the last statement that failed (guarded by gMutex).
+int gStepErrno = 0;
 
 const char* const kSchema =
     "CREATE TABLE IF NOT EXISTS keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
@@ -218,7 +222,15 @@ class Stmt {
     sqlite3_bind_blob(stmt_, i, size ? data : &kEmpty, static_cast<int>(size), SQLITE_TRANSIENT);
     return *this;
   }
-  int Step() { return stmt_ ? sqlite3_step(stmt_) : SQLITE_ERROR; }
+  int Step() {
+    if (!stmt_) return SQLITE_ERROR;
+    errno = 0;
+    const int rc = sqlite3_step(stmt_);
+    // SQLite does not keep the errno of a failed write (sqlite3_system_errno
+    // stays 0 for it): taken here, before anything else can change it.
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE) gStepErrno = errno;
+    return rc;
+  }
   int64_t Int(int col) const { return sqlite3_column_int64(stmt_, col); }
   std::u16string Text(int col) const {
     std::u16string out;
@@ -284,6 +296,23 @@ class Transaction {
  private:
   bool ok_ = false;
 };
+
+// Why a write failed, in the system's words where the database has them: a
+// full disk (SQLITE_FULL) is 112, an I/O error or a file that cannot be
+// opened gives the errno the failed step left (EIO 1117, EACCES 5); a busy
+// or damaged database stays 1013, the registry's own "cannot write". Called
+// with gMutex held, before the transaction is rolled back.
+uint32_t WriteError() {
+  sqlite3* db = gConnection.db;
+  if (!db) return win32::kCantWrite;
+  const int rc = sqlite3_extended_errcode(db) & 0xff;
+  if (rc == SQLITE_FULL) return win32::kDiskFull;
+  if (rc == SQLITE_IOERR || rc == SQLITE_CANTOPEN) {
+    const int e = sqlite3_system_errno(db) ? sqlite3_system_errno(db) : gStepErrno;
+    if (e != 0) return Win32FromErrno(e);
+  }
+  return win32::kCantWrite;
+}
 
 bool IsRoot(HKey key) { return key >= kClassesRoot && key <= kUsers; }
 
@@ -417,7 +446,7 @@ uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKe
   for (auto name : names)
     if (name.size() > kMaxKeyNameLength) return win32::kInvalidParameter;
   Transaction t;
-  if (!t.ok()) return win32::kCantWrite;
+  if (!t.ok()) return WriteError();
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
   int64_t id = h.id;
   bool created = false;
@@ -428,11 +457,11 @@ uint32_t CreateKey(HKey parent, std::u16string_view subKey, uint32_t access, HKe
       continue;
     }
     Stmt insert("INSERT INTO keys(parent, name, fold) VALUES(?, ?, ?)");
-    if (insert.Bind(1, id).Bind(2, name).BindFolded(3, name).Step() != SQLITE_DONE) return win32::kCantWrite;
+    if (insert.Bind(1, id).Bind(2, name).BindFolded(3, name).Step() != SQLITE_DONE) return WriteError();
     id = sqlite3_last_insert_rowid(gConnection.db);
     created = true;
   }
-  if (!t.Commit()) return win32::kCantWrite;
+  if (!t.Commit()) return WriteError();
   if (disposition) *disposition = created ? kCreatedNewKey : kOpenedExistingKey;
   *out = NewHandle(id, access);
   return win32::kSuccess;
@@ -467,20 +496,20 @@ uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8
   if (uint32_t e = Lookup(key, &h)) return e;
   if (!(h.access & kSetValue)) return win32::kAccessDenied;
   Transaction t;
-  if (!t.ok()) return win32::kCantWrite;
+  if (!t.ok()) return WriteError();
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
   {
     // An existing value keeps its name's case and its place in the order.
     Stmt update("UPDATE vals SET type=?, data=? WHERE key=? AND fold=?");
     update.Bind(1, type).BindBlob(2, data, size).Bind(3, h.id).BindFolded(4, name);
-    if (update.Step() != SQLITE_DONE) return win32::kCantWrite;
+    if (update.Step() != SQLITE_DONE) return WriteError();
   }
   if (sqlite3_changes(gConnection.db) == 0) {
     Stmt insert("INSERT INTO vals(key, name, fold, type, data) VALUES(?, ?, ?, ?, ?)");
     insert.Bind(1, h.id).Bind(2, name).BindFolded(3, name).Bind(4, type).BindBlob(5, data, size);
-    if (insert.Step() != SQLITE_DONE) return win32::kCantWrite;
+    if (insert.Step() != SQLITE_DONE) return WriteError();
   }
-  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+  return t.Commit() ? win32::kSuccess : WriteError();
 }
 
 uint32_t DeleteValue(HKey key, std::u16string_view name) {
@@ -490,11 +519,11 @@ uint32_t DeleteValue(HKey key, std::u16string_view name) {
   if (uint32_t e = Lookup(key, &h)) return e;
   if (!(h.access & kSetValue)) return win32::kAccessDenied;
   Transaction t;
-  if (!t.ok()) return win32::kCantWrite;
+  if (!t.ok()) return WriteError();
   Stmt s("DELETE FROM vals WHERE key=? AND fold=?");
-  if (s.Bind(1, h.id).BindFolded(2, name).Step() != SQLITE_DONE) return win32::kCantWrite;
+  if (s.Bind(1, h.id).BindFolded(2, name).Step() != SQLITE_DONE) return WriteError();
   if (sqlite3_changes(gConnection.db) == 0) return KeyExists(h.id) ? win32::kFileNotFound : win32::kKeyDeleted;
-  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+  return t.Commit() ? win32::kSuccess : WriteError();
 }
 
 uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
@@ -505,7 +534,7 @@ uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
   std::vector<std::u16string_view> names;
   if (!SplitPath(subKey, &names)) return win32::kFileNotFound;
   Transaction t;
-  if (!t.ok()) return win32::kCantWrite;
+  if (!t.ok()) return WriteError();
   if (!KeyExists(h.id)) return win32::kKeyDeleted;
   const int64_t id = names.empty() ? h.id : Descend(h.id, names);
   if (!id) return win32::kFileNotFound;
@@ -516,8 +545,8 @@ uint32_t DeleteKey(HKey parent, std::u16string_view subKey) {
   }
   Stmt values("DELETE FROM vals WHERE key=?");
   Stmt self("DELETE FROM keys WHERE id=?");
-  if (values.Bind(1, id).Step() != SQLITE_DONE || self.Bind(1, id).Step() != SQLITE_DONE) return win32::kCantWrite;
-  return t.Commit() ? win32::kSuccess : win32::kCantWrite;
+  if (values.Bind(1, id).Step() != SQLITE_DONE || self.Bind(1, id).Step() != SQLITE_DONE) return WriteError();
+  return t.Commit() ? win32::kSuccess : WriteError();
 }
 
 uint32_t EnumValue(HKey key, uint32_t index, std::u16string* name, uint32_t* type, uint8_t* data, uint32_t* size) {
