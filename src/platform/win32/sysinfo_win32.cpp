@@ -276,28 +276,29 @@ std::u16string GetImei() {
     DWORD version = 0;
     uint8_t extensionId[16] = {};
     if (negotiateApi(app, device, kApiVersion, kApiVersion, &version, extensionId) != 0) continue;
-    HLine line = 0;
-    if (open(app, device, &line, version, 0, 0, kPrivilegeNone, kMediaInteractiveVoice, nullptr) != 0) continue;
+    // The extension version first: the line is opened with it.
     DWORD extVersion = 0;
-    if (negotiateExt(app, device, version, kExtVersion, kExtVersion, &extVersion) == 0) {
-      std::vector<uint8_t> buffer(1024);
-      auto* info = reinterpret_cast<LineGeneralInfo*>(buffer.data());
+    if (negotiateExt(app, device, version, kExtVersion, kExtVersion, &extVersion) != 0) continue;
+    HLine line = 0;
+    if (open(app, device, &line, version, extVersion, 0, kPrivilegeNone, kMediaInteractiveVoice, nullptr) != 0)
+      continue;
+    std::vector<uint8_t> buffer(1024);
+    auto* info = reinterpret_cast<LineGeneralInfo*>(buffer.data());
+    info->totalSize = static_cast<DWORD>(buffer.size());
+    LONG rc = generalInfo(line, info);
+    constexpr DWORD kMaxInfo = 65536;
+    if (rc == 0 && info->neededSize > info->totalSize && info->neededSize <= kMaxInfo) {
+      buffer.assign(info->neededSize, 0);
+      info = reinterpret_cast<LineGeneralInfo*>(buffer.data());
       info->totalSize = static_cast<DWORD>(buffer.size());
-      LONG rc = generalInfo(line, info);
-      constexpr DWORD kMaxInfo = 65536;
-      if (rc == 0 && info->neededSize > info->totalSize && info->neededSize <= kMaxInfo) {
-        buffer.assign(info->neededSize, 0);
-        info = reinterpret_cast<LineGeneralInfo*>(buffer.data());
-        info->totalSize = static_cast<DWORD>(buffer.size());
-        rc = generalInfo(line, info);
-      }
-      if (rc == 0 && info->serialNumberSize > 0 && info->serialNumberOffset <= buffer.size() &&
-          info->serialNumberSize <= buffer.size() - info->serialNumberOffset) {
-        const auto* text = reinterpret_cast<const char16_t*>(buffer.data() + info->serialNumberOffset);
-        imei.assign(text, info->serialNumberSize / sizeof(char16_t));
-        const size_t end = imei.find(u'\0');
-        if (end != std::u16string::npos) imei.resize(end);
-      }
+      rc = generalInfo(line, info);
+    }
+    if (rc == 0 && info->serialNumberSize > 0 && info->serialNumberOffset <= buffer.size() &&
+        info->serialNumberSize <= buffer.size() - info->serialNumberOffset) {
+      const auto* text = reinterpret_cast<const char16_t*>(buffer.data() + info->serialNumberOffset);
+      imei.assign(text, info->serialNumberSize / sizeof(char16_t));
+      const size_t end = imei.find(u'\0');
+      if (end != std::u16string::npos) imei.resize(end);
     }
     close(line);
   }
