@@ -179,8 +179,8 @@
   X(kErrSysSpaceValueUnsupported, 80145)                  \
   X(kErrNotifyProcedureMissing, 80146)                    \
   X(kErrScreenOrientationFailed, 80147)                   \
-  X(kErrShutdownRefused, 80149)            /* reserved */ \
-  X(kErrSerialNumberUnavailable, 80151)    /* reserved */ \
+  X(kErrShutdownRefused, 80149)                           \
+  X(kErrSerialNumberUnavailable, 80151)                   \
   X(kErrImeiUnavailable, 80152)            /* reserved */ \
   X(kErrTelephonyInitFailed, 80153)        /* reserved */ \
   X(kErrStorageCardNotFound, 80154)        /* reserved */ \

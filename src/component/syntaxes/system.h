@@ -8,6 +8,7 @@
 #include "component/frame.h"
 #include "system/exe_info.h"
 #include "system/process.h"
+#include "system/sysinfo.h"
 
 namespace kp::syn {
 
@@ -80,9 +81,9 @@ inline constexpr KLSyntax kSysColor[] = {
 // SysRep/SysDir
 // signature chosen here: the third form adds whether to create the folder
 inline constexpr KLSyntax kSysDir[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT, KL_T_BOOL>()};
+    Syntax<[](ExecContext* c) { return system::SpecialFolder(c, system::srWindows, false); }, KL_T_TEXT>(),
+    Syntax<[](ExecContext* c, int32_t k) { return system::SpecialFolder(c, k, false); }, KL_T_TEXT, KL_T_INT>(),
+    Syntax<system::SpecialFolder, KL_T_TEXT, KL_T_INT, KL_T_BOOL>()};
 
 // ExeTermine/ExeTerminate
 inline constexpr KLSyntax kExeTerminate[] = {
@@ -117,10 +118,22 @@ inline constexpr KLSyntax kSysValidHandle[] = {
 
 // RéseauConnecte/NetworkConnect
 // signature chosen here: (local name, remote name[, user[, password]])
+// POSIX has no network drives a user may connect: declared without an
+// implementation there (docs/sysinfo.md)
 inline constexpr KLSyntax kNetworkConnect[] = {
+#ifdef _WIN32
+    Syntax<[](ExecContext* c, std::u16string_view l, std::u16string_view r) {
+      return system::NetworkConnect(c, l, r, {}, {});
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view l, std::u16string_view r, std::u16string_view u) {
+      return system::NetworkConnect(c, l, r, u, {});
+    }, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<system::NetworkConnect, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+#else
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+#endif
 
 // TexteLargeur/TextWidth
 // signature chosen here: (text[, font])
@@ -136,12 +149,12 @@ inline constexpr KLSyntax kTextHeight[] = {
 
 // SysNomExe/SysNameExe
 inline constexpr KLSyntax kSysNameExe[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
+    Syntax<system::ModuleFile, KL_T_TEXT, KL_T_INT>()};
 
 // SysEspace/SysSpace
 inline constexpr KLSyntax kSysSpace[] = {
-    Unavailable<KL_T_VARIANT>(),
-    Unavailable<KL_T_VARIANT, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return system::Space(c, system::sysProgramSpace); }, KL_T_VARIANT>(),
+    Syntax<system::Space, KL_T_VARIANT, KL_T_INT>()};
 
 // InstalleIcone/IconInstall
 // signature chosen here: (icon file)
@@ -171,8 +184,8 @@ inline constexpr KLSyntax kCreateShortCut[] = {
 
 // SysVersionWindows/SysWindowsVersion
 inline constexpr KLSyntax kSysWindowsVersion[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
+    Syntax<[](ExecContext* c) { return system::WindowsVersion(c, system::sysVersionName); }, KL_T_TEXT>(),
+    Syntax<system::WindowsVersion, KL_T_TEXT, KL_T_INT>()};
 
 // EnvoieTouche/SendKey
 inline constexpr KLSyntax kSendKey[] = {
@@ -252,11 +265,11 @@ inline constexpr KLSyntax kClipboardFormat[] = {
 // VersionWindows/WindowsVersion
 // signature chosen here: () as the first form of SysVersionWindows
 inline constexpr KLSyntax kWindowsVersion[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<[](ExecContext* c) { return system::WindowsVersion(c, system::sysVersionName); }, KL_T_TEXT>()};
 
 // SysArrête/SysShutdown
 inline constexpr KLSyntax kSysShutdown[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
+    Syntax<system::Shutdown, KL_T_BOOL, KL_T_INT>()};
 
 // ToucheEnfoncée/KeyPressed
 inline constexpr KLSyntax kKeyPressed[] = {
@@ -314,20 +327,21 @@ inline constexpr KLSyntax kEmulateMouse[] = {
 // SysIMEI/SysIMEI
 // the optional variable cannot be declared with a single syntax; () is declared
 inline constexpr KLSyntax kSysIMEI[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<system::Imei, KL_T_TEXT>()};
 
 // SysMiseEnVeille/SysStandby
 inline constexpr KLSyntax kSysStandby[] = {
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, int32_t source) { return system::Standby(c, source, system::kStandbyReadOnly); },
+           KL_T_INT, KL_T_INT>(),
+    Syntax<system::Standby, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // SysNumSérie/SysSerialNum
 inline constexpr KLSyntax kSysSerialNum[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<system::SerialNumber, KL_T_TEXT>()};
 
 // SysRepCarteStockage/SysDirStorageCard
 inline constexpr KLSyntax kSysDirStorageCard[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<system::StorageCards, KL_T_TEXT>()};
 
 // PiloteSouris/DriveMouse
 // signature chosen here: (mouse action, x, y)
