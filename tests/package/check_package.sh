@@ -51,4 +51,10 @@ flags=$(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags --libs kp160std)
 cc "$work/consumer/main.c" $flags -o "$work/consumer/by-pkg-config"
 got=$(LD_LIBRARY_PATH="$libdir" "$work/consumer/by-pkg-config")
 [ "$got" = "$expected" ] || { echo "pkg-config consumer printed '$got'"; exit 1; }
-echo "package: $(basename "$deb") installs, runs and builds consumers"
+# The embedding example (a VM in miniature) against the installed header.
+# shellcheck disable=SC2086
+cc "$(dirname "$0")/../../examples/embed/embed.c" $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags kp160std) \
+  -ldl -o "$work/embed"
+got=$(LD_LIBRARY_PATH="$libdir" "$work/embed" | head -1)
+[ "$got" = 'DateVersChaîne("20240305", "JJ/MM/AAAA") = 05/03/2024' ] || { echo "embed printed '$got'"; exit 1; }
+echo "package: $(basename "$deb") installs, runs and builds consumers and the embedding example"
