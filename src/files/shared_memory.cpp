@@ -97,7 +97,7 @@ class SharedBlock final : public OtherStream {
 
   // Enrolled identifiers other than this process's, read under the lock.
   std::vector<uint32_t> OthersLocked() const {
-    return admin_ ? AdminOthers(admin_, named::CurrentProcessId()) : std::vector<uint32_t>{};
+    return admin_ ? AdminOthers(admin_, self_) : std::vector<uint32_t>{};
   }
 
   // Writes at the position, clipped at the end of the block on purpose;
@@ -220,6 +220,7 @@ class SharedBlock final : public OtherStream {
   uint64_t position_ = 0;
   uint32_t lastError_ = 0;
   bool closed_ = false;
+  uint32_t self_ = named::CurrentProcessId();
 };
 
 bool SharedBlock::Open(std::u16string_view userName, int64_t requested, int32_t scope, bool writable,

@@ -97,6 +97,9 @@ struct Table {
   uint32_t layout;
   pthread_mutex_t lock;
   std::atomic<uint32_t> sequence;  // the futex word: bumped by every change a waiter may want
+  // Threads asleep on it: nobody to wake costs no system call. A waiter
+  // killed asleep leaves it too high, which only costs needless wakes.
+  std::atomic<uint32_t> sleepers;
   uint32_t dead;                   // unlinked: whoever still maps it opens the table anew
   uint32_t inUse;
   uint64_t nextSegment;
@@ -117,8 +120,14 @@ struct View {
   uint32_t index;
 };
 
+// Bumped in a forked child, so that neither the process's identity nor a
+// thread's has to be asked of the system at every call.
+std::atomic<uint32_t> gForkGeneration{1};
+void AfterForkInChild() { gForkGeneration.fetch_add(1, std::memory_order_relaxed); }
+
 struct Local {
   std::mutex mutex;
+  uint32_t generation = 0;
   pid_t pid = 0;
   uint64_t stamp = 0;
   Table* table = nullptr;
@@ -132,17 +141,28 @@ struct Local {
 };
 
 Local& Me() {
-  static Local* local = new Local;  // never destroyed: handles may be closed from destructors at exit
+  // Never destroyed: handles may be closed from destructors at exit.
+  static Local* local = [] {
+    pthread_atfork(nullptr, nullptr, AfterForkInChild);
+    return new Local;
+  }();
   return *local;
 }
 
-// Not cached: a forked child's thread has an identifier of its own.
+// Cached per thread; a forked child's thread has an identifier of its own.
 int64_t ThreadId() {
+  thread_local uint32_t generation = 0;
+  thread_local int64_t id = 0;
+  const uint32_t now = gForkGeneration.load(std::memory_order_relaxed);
+  if (generation != now) {
 #ifdef __linux__
-  return static_cast<int64_t>(syscall(SYS_gettid));
+    id = static_cast<int64_t>(syscall(SYS_gettid));
 #else
-  return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
+    id = static_cast<int64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
 #endif
+    generation = now;
+  }
+  return id;
 }
 
 // The process's start time in clock ticks since boot; 0 when it is gone.
@@ -188,6 +208,7 @@ uint64_t Fnv1a(std::string_view s) {
 void BumpAndWake(Table* t) {
   t->sequence.fetch_add(1, std::memory_order_release);
 #ifdef __linux__
+  if (t->sleepers.load(std::memory_order_acquire) == 0) return;
   syscall(SYS_futex, reinterpret_cast<uint32_t*>(&t->sequence), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 #endif
 }
@@ -220,9 +241,11 @@ void Lock(Table* t) {
 void Unlock(Table* t) { pthread_mutex_unlock(&t->lock); }
 
 void RefreshProcess(Local& me) {
+  const uint32_t generation = gForkGeneration.load(std::memory_order_relaxed);
+  if (generation == me.generation) return;
+  // The first call, or a forked child: the parent's handles are not its own.
+  me.generation = generation;
   const pid_t pid = getpid();
-  if (pid == me.pid) return;
-  // A forked child: the parent's handles are not its own.
   me.pid = pid;
   me.stamp = ProcessStamp(pid);
   me.handles.clear();
@@ -840,14 +863,17 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
     return kWaitFailed;
   }
   Local& me = Me();
-  const uint64_t start = NowMs();
-  uint64_t lastCheck = start;
+  // Read at the first time the wait has to block: most waits do not.
+  uint64_t start = 0;
+  uint64_t lastCheck = 0;
   while (true) {
     std::unique_lock guard(me.mutex);
     Table* t = Acquire(me);
     if (!t) return kWaitFailed;
-    std::vector<Object*> set;
-    set.reserve(objects.size());
+    // On the stack: a wait is on the path of every read and write of a block.
+    Object* setArray[kMaximumWaitObjects];
+    std::span<Object*> set(setArray, objects.size());
+    size_t filled = 0;
     for (Handle h : objects) {
       Object* o = Resolve(me, t, h, kFree);
       if (!o || o->kind == kMapping) {
@@ -855,7 +881,7 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
         SetLastError(win32::kInvalidHandle);
         return kWaitFailed;
       }
-      set.push_back(o);
+      set[filled++] = o;
     }
     if (all) {
       // The same mutex twice is fine; the same semaphore twice needs two counts: Windows refuses both.
@@ -887,6 +913,7 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
       }
     }
     const uint64_t now = NowMs();
+    if (start == 0) start = lastCheck = now;
     const uint64_t elapsed = now - start;
     if (timeoutMs != kInfinite && elapsed >= timeoutMs) {
       Unlock(t);
@@ -913,9 +940,11 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
     uint32_t sleep = timeoutMs == kInfinite ? 1000 : static_cast<uint32_t>(timeoutMs - elapsed);
     if (ownedElsewhere) sleep = std::min(sleep, kOwnerCheckMs);
     const uint32_t seen = t->sequence.load(std::memory_order_acquire);
+    t->sleepers.fetch_add(1, std::memory_order_acq_rel);
     Unlock(t);
     guard.unlock();
     SleepOn(t, seen, std::max<uint32_t>(sleep, 1));
+    t->sleepers.fetch_sub(1, std::memory_order_acq_rel);
   }
 }
 
