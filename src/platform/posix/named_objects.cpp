@@ -40,6 +40,7 @@
 #include <ctime>
 #include <map>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -100,7 +101,7 @@ struct Table {
   // Threads asleep on it: nobody to wake costs no system call. A waiter
   // killed asleep leaves it too high, which only costs needless wakes.
   std::atomic<uint32_t> sleepers;
-  uint32_t dead;                   // unlinked: whoever still maps it opens the table anew
+  uint32_t dead;  // unlinked: whoever still maps it opens the table anew
   uint32_t inUse;
   uint64_t nextSegment;
   uint64_t nextAnonymous;
@@ -131,8 +132,11 @@ struct Local {
   pid_t pid = 0;
   uint64_t stamp = 0;
   Table* table = nullptr;
-  std::string tableName;  // with the leading "/"
-  std::string stem;       // without it
+  // Fixed arrays, like everything else here that the process keeps while it
+  // holds nothing: an idle process owns no heap memory of this file, so a
+  // library unloaded idle leaves nothing behind.
+  char tableName[48] = {};  // with the leading "/"
+  char stem[48] = {};       // without it
   std::map<Handle, LocalHandle> handles;
   std::map<const void*, View> views;
   Handle nextHandle = 4;
@@ -141,10 +145,12 @@ struct Local {
 };
 
 Local& Me() {
-  // Never destroyed: handles may be closed from destructors at exit.
+  // Never destroyed (handles may be closed from other destructors at exit
+  // or unload), and in static storage rather than on the heap.
+  alignas(Local) static unsigned char storage[sizeof(Local)];
   static Local* local = [] {
     pthread_atfork(nullptr, nullptr, AfterForkInChild);
-    return new Local;
+    return new (storage) Local;
   }();
   return *local;
 }
@@ -251,7 +257,7 @@ void RefreshProcess(Local& me) {
   me.handles.clear();
   me.views.clear();
   me.table = nullptr;
-  me.tableName.clear();
+  me.tableName[0] = 0;
 }
 
 void NameTable(Local& me) {
@@ -262,12 +268,12 @@ void NameTable(Local& me) {
   }
   char stem[64];
   std::snprintf(stem, sizeof stem, "kp160std-%016llx", static_cast<unsigned long long>(Fnv1a(dir)));
-  me.stem = stem;
-  me.tableName = "/" + me.stem;
+  std::snprintf(me.stem, sizeof me.stem, "%s", stem);
+  std::snprintf(me.tableName, sizeof me.tableName, "/%s", stem);
 }
 
 std::string SegmentName(const Local& me, uint64_t segment) {
-  return me.tableName + "-m" + std::to_string(segment);
+  return std::string(me.tableName) + "-m" + std::to_string(segment);
 }
 
 Table* MapTable(const std::string& name, bool* created) {
@@ -337,7 +343,7 @@ Table* MapTable(const std::string& name, bool* created) {
 Table* Acquire(Local& me) {
   RefreshProcess(me);
   // A process that holds nothing may have moved to another prefix (tests do).
-  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) {
+  if (!me.tableName[0] || (me.handles.empty() && me.views.empty())) {
     if (me.table) {
       munmap(me.table, sizeof(Table));
       me.table = nullptr;
@@ -347,7 +353,7 @@ Table* Acquire(Local& me) {
   for (int attempt = 0; attempt < 20; ++attempt) {
     if (!me.table) {
       bool created = false;
-      me.table = MapTable(me.tableName, &created);
+      me.table = MapTable(std::string(me.tableName), &created);
       if (!me.table) {
         if (errno == EAGAIN) continue;
         SetLastError(Win32FromErrno(errno));
@@ -367,9 +373,10 @@ Table* Acquire(Local& me) {
 // When the table holds no object any more it is unlinked; this process
 // drops its mapping. Called locked; unlocks.
 void Release(Local& me, Table* t) {
+  if (me.handles.empty() && me.views.empty()) me.stamps.clear();
   if (t->inUse == 0) {
     t->dead = 1;
-    shm_unlink(me.tableName.c_str());
+    shm_unlink(me.tableName);
     Unlock(t);
     munmap(t, sizeof(Table));
     me.table = nullptr;
@@ -396,9 +403,9 @@ void Abandon(Table* t, Object& o) {
 }
 
 uint64_t NowMs() {
-  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                   std::chrono::steady_clock::now().time_since_epoch())
-                                   .count());
+  return static_cast<uint64_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+          .count());
 }
 
 // Whether the holder recorded as {pid, stamp} still runs. A process that is
@@ -488,9 +495,7 @@ bool NameAllowed(std::u16string_view name) {
 
 Object* Find(Table* t, std::u16string_view name) {
   for (Object& o : t->objects) {
-    if (o.kind != kFree && o.nameLength == name.size() &&
-        std::u16string_view(o.name, o.nameLength) == name)
-      return &o;
+    if (o.kind != kFree && o.nameLength == name.size() && std::u16string_view(o.name, o.nameLength) == name) return &o;
   }
   return nullptr;
 }
@@ -599,14 +604,10 @@ bool OwnedByMe(const Local& me, const Object& o) {
 
 bool Signalled(const Local& me, const Object& o) {
   switch (o.kind) {
-    case kMutex:
-      return o.ownerPid == 0 || OwnedByMe(me, o);
-    case kSemaphore:
-      return o.count > 0;
-    case kEvent:
-      return o.signalled != 0;
-    default:
-      return false;
+    case kMutex: return o.ownerPid == 0 || OwnedByMe(me, o);
+    case kSemaphore: return o.count > 0;
+    case kEvent: return o.signalled != 0;
+    default: return false;
   }
 }
 
@@ -622,14 +623,11 @@ bool Take(const Local& me, Object& o) {
       ++o.recursion;
       return abandoned;
     }
-    case kSemaphore:
-      --o.count;
-      return false;
+    case kSemaphore: --o.count; return false;
     case kEvent:
       if (!o.manualReset) o.signalled = 0;
       return false;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -794,9 +792,7 @@ Handle CreateSemaphore(std::u16string_view name, int32_t initial, int32_t maximu
   });
 }
 
-Handle OpenSemaphore(std::u16string_view name) {
-  return CreateOrOpen(name, kSemaphore, false, true, kNothingToSetUp);
-}
+Handle OpenSemaphore(std::u16string_view name) { return CreateOrOpen(name, kSemaphore, false, true, kNothingToSetUp); }
 
 bool ReleaseSemaphore(Handle semaphore, int32_t count, int32_t* previous) {
   if (count <= 0) return Fail(win32::kInvalidParameter);
@@ -970,8 +966,8 @@ std::string SharedMemoryStem() {
   Local& me = Me();
   std::lock_guard guard(me.mutex);
   RefreshProcess(me);
-  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) NameTable(me);
-  return me.stem;
+  if (!me.tableName[0] || (me.handles.empty() && me.views.empty())) NameTable(me);
+  return std::string(me.stem);
 }
 
 }  // namespace kp::platform::named
