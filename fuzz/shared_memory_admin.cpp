@@ -56,10 +56,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   uint8_t block[kAdminSize] = {};
   std::memcpy(block, data, size < kAdminSize ? size : kAdminSize);
-  const uint32_t pid = size >= kAdminSize + 4 ? data[kAdminSize] | data[kAdminSize + 1] << 8 |
-                                                    data[kAdminSize + 2] << 16 |
-                                                    static_cast<uint32_t>(data[kAdminSize + 3]) << 24
-                                              : 4242;
+  const uint32_t pid = size >= kAdminSize + 4
+                           ? data[kAdminSize] | data[kAdminSize + 1] << 8 | data[kAdminSize + 2] << 16 |
+                                 static_cast<uint32_t>(data[kAdminSize + 3]) << 24
+                           : 4242;
 
   Check(AdminOthers(block, pid).size() <= kAdminSlots);
   uint8_t enrolled[kAdminSize];
