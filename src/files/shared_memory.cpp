@@ -66,9 +66,12 @@ struct Notification {
 };
 
 // Never destroyed: blocks still open are closed by the handle table's own
-// destructor, after any function-local static of this file may be gone.
+// destructor, after any function-local static of this file may be gone. In
+// static storage, and without heap memory while no block has a procedure,
+// so that a library unloaded idle leaves nothing behind.
 Notification& State() {
-  static auto* state = new Notification;
+  alignas(Notification) static unsigned char storage[sizeof(Notification)];
+  static Notification* state = new (storage) Notification;
   return *state;
 }
 
@@ -97,9 +100,7 @@ class SharedBlock final : public OtherStream {
   void Unlock() { named::ReleaseMutex(mutex_); }
 
   // Enrolled identifiers other than this process's, read under the lock.
-  std::vector<uint32_t> OthersLocked() const {
-    return admin_ ? AdminOthers(admin_, named::CurrentProcessId()) : std::vector<uint32_t>{};
-  }
+  std::vector<uint32_t> OthersLocked() const { return admin_ ? AdminOthers(admin_, self_) : std::vector<uint32_t>{}; }
 
   // Writes at the position, clipped at the end of the block on purpose;
   // the clipped count in `done`. Notifies after the write.
@@ -180,7 +181,8 @@ class SharedBlock final : public OtherStream {
     if (unicode) {
       line->resize(content.size() / 2);
       for (size_t i = 0; i + 1 < content.size(); i += 2)
-        (*line)[i / 2] = static_cast<char16_t>(static_cast<uint8_t>(content[i]) | (static_cast<uint8_t>(content[i + 1]) << 8));
+        (*line)[i / 2] =
+            static_cast<char16_t>(static_cast<uint8_t>(content[i]) | (static_cast<uint8_t>(content[i + 1]) << 8));
     } else {
       *line = FromEightBit(content);
     }
@@ -221,6 +223,7 @@ class SharedBlock final : public OtherStream {
   uint64_t position_ = 0;
   uint32_t lastError_ = 0;
   bool closed_ = false;
+  uint32_t self_ = named::CurrentProcessId();
 };
 
 bool SharedBlock::Open(std::u16string_view userName, int64_t requested, int32_t scope, bool writable,
@@ -287,8 +290,8 @@ bool SharedBlock::Attach(ExecContext* context, std::u16string_view procedure) {
   std::lock_guard guard(state.mutex);
   context_ = context;
   procedure_ = record;
-  const bool listed = std::any_of(state.listed.begin(), state.listed.end(),
-                                  [&](const SharedBlock* b) { return b->name_ == name_; });
+  const bool listed =
+      std::any_of(state.listed.begin(), state.listed.end(), [&](const SharedBlock* b) { return b->name_ == name_; });
   if (!listed) state.listed.push_back(this);
   if (!state.running) {
     if (!state.wake) state.wake = named::CreateEvent(u"", false, false);
@@ -308,11 +311,17 @@ bool SharedBlock::Attach(ExecContext* context, std::u16string_view procedure) {
 void SharedBlock::Close() {
   if (closed_) return;
   closed_ = true;
+  bool idle = false;
   {
     Notification& state = State();
     std::lock_guard guard(state.mutex);
+    const size_t before = state.listed.size();
     std::erase(state.listed, this);
+    if (state.listed.empty()) state.listed.shrink_to_fit();
+    idle = before > 0 && state.listed.empty() && state.running;
   }
+  // The last block with a procedure: the listener has nothing left to do.
+  if (idle) StopMemListener();
   const bool locked = mutex_ && Lock();
   if (admin_) AdminWithdraw(admin_, named::CurrentProcessId());
   if (view_) named::UnmapView(view_);

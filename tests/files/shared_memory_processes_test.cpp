@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -95,6 +96,10 @@ class SharedMemoryProcesses : public ::testing::Test {
         waitpid(p.pid, nullptr, 0);
       }
     }
+    for (pid_t pid : forked_) {
+      kill(pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+    }
     // Whatever killed processes held goes when a process of the prefix looks.
     for (const std::string& prefix : {prefix_, otherPrefix_}) {
       setenv("KP_PREFIX", prefix.c_str(), 1);
@@ -137,9 +142,16 @@ class SharedMemoryProcesses : public ::testing::Test {
     p.out = base + ".out";
     p.err = base + ".err";
     std::vector<std::string> env;
-    for (char** e = environ; *e; ++e)
-      if (std::strncmp(*e, "KP_PREFIX=", 10) != 0) env.emplace_back(*e);
+    std::string asan = "ASAN_OPTIONS=";
+    for (char** e = environ; *e; ++e) {
+      if (std::strncmp(*e, "ASAN_OPTIONS=", 13) == 0)
+        asan = std::string(*e) + ":";
+      else if (std::strncmp(*e, "KP_PREFIX=", 10) != 0)
+        env.emplace_back(*e);
+    }
     env.push_back("KP_PREFIX=" + (prefix.empty() ? prefix_ : prefix));
+    // stdbuf preloads its library before a sanitizer's runtime: allowed here.
+    env.push_back(asan + "verify_asan_link_order=0");
     std::vector<char*> envp;
     for (auto& e : env) envp.push_back(e.data());
     envp.push_back(nullptr);
@@ -217,6 +229,7 @@ class SharedMemoryProcesses : public ::testing::Test {
   bool hadPrefix_ = false;
   std::vector<std::string> stems_;
   std::vector<Process> processes_;
+  std::vector<pid_t> forked_;  // processes of this test program, killed at the end whatever happened
 };
 
 TEST_F(SharedMemoryProcesses, AWriteReachesEveryReadersProcedureAndTheWaitEndsWhenAllHandledIt) {
@@ -271,6 +284,7 @@ TEST_F(SharedMemoryProcesses, TheOthersGoOnAfterAHolderOfTheLockWasKilled) {
   ASSERT_EQ(pipe(ready), 0);
   const pid_t holder = fork();
   if (holder == 0) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     close(ready[0]);
     const named::Handle m = named::CreateMutex(u"Local\\blk_MTX", true);
     const char c = m ? 1 : 0;
@@ -278,6 +292,7 @@ TEST_F(SharedMemoryProcesses, TheOthersGoOnAfterAHolderOfTheLockWasKilled) {
     pause();
     std::_Exit(0);
   }
+  forked_.push_back(holder);
   close(ready[1]);
   char c = 0;
   ASSERT_EQ(read(ready[0], &c, 1), 1);
@@ -295,6 +310,7 @@ Trace("read", fLitLigne(h))
   EXPECT_EQ(Out(writer).find("opened"), std::string::npos) << "waits for the lock";
   kill(holder, SIGKILL);
   waitpid(holder, nullptr, 0);
+  forked_.clear();
   EXPECT_EQ(Finish(writer), 0) << Err(writer);
   EXPECT_NE(Out(writer).find("opened 2 True"), std::string::npos) << Out(writer);
   EXPECT_NE(Out(writer).find("read after"), std::string::npos) << Out(writer);

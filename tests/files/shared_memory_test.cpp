@@ -212,6 +212,32 @@ TEST_F(SharedMemory, AWaitWithNobodyElseIsTrueAtOnce) {
   EXPECT_EQ(ctx_.errorId(), kErrBadFileHandle);
 }
 
+size_t Threads() {
+  size_t n = 0;
+  if (DIR* d = opendir("/proc/self/task")) {
+    while (dirent* e = readdir(d)) n += e->d_name[0] != '.';
+    closedir(d);
+  }
+  return n;
+}
+
+TEST_F(SharedMemory, TheListenerRunsWhileABlockHasAProcedure) {
+  ctx_.procedures[u"Changed"] = [](const std::vector<Value>&) { return Value{}; };
+  const size_t before = Threads();
+  const int32_t a = OpenBlock(u"one", 4096, foReadWrite, u"Changed");
+  const int32_t b = OpenBlock(u"two", 4096, foReadWrite, u"Changed");
+  ASSERT_GE(a, 2);
+  ASSERT_GE(b, 2);
+  EXPECT_EQ(Threads(), before + 1) << "one listener for the process";
+  EXPECT_EQ(Close(ctx_, a), 0);
+  EXPECT_EQ(Threads(), before + 1);
+  EXPECT_EQ(Close(ctx_, b), 0);
+  EXPECT_EQ(Threads(), before) << "stopped and joined with the last block";
+  const int32_t c = OpenBlock(u"three", 4096, foReadWrite, u"Changed");
+  EXPECT_EQ(Threads(), before + 1) << "started again";
+  EXPECT_EQ(Close(ctx_, c), 0);
+}
+
 TEST_F(SharedMemory, BadInputGetsAClearErrorAndNoObjectIsLeft) {
   struct Case {
     std::u16string name;
@@ -219,8 +245,8 @@ TEST_F(SharedMemory, BadInputGetsAClearErrorAndNoObjectIsLeft) {
     bool opens;
   };
   const Case cases[] = {
-      {u"", 4096, false},                       // a scope with no name
-      {u"a", 4096, true},                       // one character
+      {u"", 4096, false},                        // a scope with no name
+      {u"a", 4096, true},                        // one character
       {std::u16string(300, u'n'), 4096, false},  // past 260 characters
       {u"back\\slash", 4096, false},
       {u"for/ward", 4096, true},  // a slash is an ordinary character of a name

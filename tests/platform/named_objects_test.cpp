@@ -8,6 +8,7 @@
 
 #include <dirent.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -76,6 +77,8 @@ class NamedObjects : public ::testing::Test {
     EXPECT_EQ(pipe(p), 0);
     const pid_t pid = fork();
     if (pid == 0) {
+      // Dies with the test, even one that ends without its clean-up.
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
       close(p[0]);
       readyFd_ = p[1];
       std::_Exit(body());
@@ -309,6 +312,13 @@ TEST_F(NamedObjects, SemaphoresAndEventsAcrossProcesses) {
   EXPECT_EQ(WaitForObject(sem, 0), kWaitObject0) << "the second count";
   EXPECT_EQ(WaitForObject(sem, 0), kWaitTimeout);
   EXPECT_EQ(WaitForObject(event, 0), kWaitTimeout) << "auto-reset: taken by the child";
+  const Handle full = Keep(CreateSemaphore(u"Local\\full", 1, 1));
+  int32_t previous = -1;
+  EXPECT_FALSE(ReleaseSemaphore(full, 1, &previous)) << "past the maximum";
+  EXPECT_EQ(LastError(), kErrorTooManyPosts);
+  EXPECT_EQ(previous, -1) << "nothing added, nothing told";
+  EXPECT_EQ(WaitForObject(full, 0), kWaitObject0);
+  EXPECT_EQ(WaitForObject(full, 0), kWaitTimeout);
 
   const Handle manual = Keep(CreateEvent(u"Local\\manual", true, true));
   EXPECT_EQ(WaitForObject(manual, 0), kWaitObject0);

@@ -40,6 +40,7 @@
 #include <ctime>
 #include <map>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -97,7 +98,10 @@ struct Table {
   uint32_t layout;
   pthread_mutex_t lock;
   std::atomic<uint32_t> sequence;  // the futex word: bumped by every change a waiter may want
-  uint32_t dead;                   // unlinked: whoever still maps it opens the table anew
+  // Threads asleep on it: nobody to wake costs no system call. A waiter
+  // killed asleep leaves it too high, which only costs needless wakes.
+  std::atomic<uint32_t> sleepers;
+  uint32_t dead;  // unlinked: whoever still maps it opens the table anew
   uint32_t inUse;
   uint64_t nextSegment;
   uint64_t nextAnonymous;
@@ -117,13 +121,22 @@ struct View {
   uint32_t index;
 };
 
+// Bumped in a forked child, so that neither the process's identity nor a
+// thread's has to be asked of the system at every call.
+std::atomic<uint32_t> gForkGeneration{1};
+void AfterForkInChild() { gForkGeneration.fetch_add(1, std::memory_order_relaxed); }
+
 struct Local {
   std::mutex mutex;
+  uint32_t generation = 0;
   pid_t pid = 0;
   uint64_t stamp = 0;
   Table* table = nullptr;
-  std::string tableName;  // with the leading "/"
-  std::string stem;       // without it
+  // Fixed arrays, like everything else here that the process keeps while it
+  // holds nothing: an idle process owns no heap memory of this file, so a
+  // library unloaded idle leaves nothing behind.
+  char tableName[48] = {};  // with the leading "/"
+  char stem[48] = {};       // without it
   std::map<Handle, LocalHandle> handles;
   std::map<const void*, View> views;
   Handle nextHandle = 4;
@@ -132,17 +145,30 @@ struct Local {
 };
 
 Local& Me() {
-  static Local* local = new Local;  // never destroyed: handles may be closed from destructors at exit
+  // Never destroyed (handles may be closed from other destructors at exit
+  // or unload), and in static storage rather than on the heap.
+  alignas(Local) static unsigned char storage[sizeof(Local)];
+  static Local* local = [] {
+    pthread_atfork(nullptr, nullptr, AfterForkInChild);
+    return new (storage) Local;
+  }();
   return *local;
 }
 
-// Not cached: a forked child's thread has an identifier of its own.
+// Cached per thread; a forked child's thread has an identifier of its own.
 int64_t ThreadId() {
+  thread_local uint32_t generation = 0;
+  thread_local int64_t id = 0;
+  const uint32_t now = gForkGeneration.load(std::memory_order_relaxed);
+  if (generation != now) {
 #ifdef __linux__
-  return static_cast<int64_t>(syscall(SYS_gettid));
+    id = static_cast<int64_t>(syscall(SYS_gettid));
 #else
-  return static_cast<int64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
+    id = static_cast<int64_t>(reinterpret_cast<uintptr_t>(pthread_self()));
 #endif
+    generation = now;
+  }
+  return id;
 }
 
 // The process's start time in clock ticks since boot; 0 when it is gone.
@@ -188,6 +214,7 @@ uint64_t Fnv1a(std::string_view s) {
 void BumpAndWake(Table* t) {
   t->sequence.fetch_add(1, std::memory_order_release);
 #ifdef __linux__
+  if (t->sleepers.load(std::memory_order_acquire) == 0) return;
   syscall(SYS_futex, reinterpret_cast<uint32_t*>(&t->sequence), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 #endif
 }
@@ -220,15 +247,17 @@ void Lock(Table* t) {
 void Unlock(Table* t) { pthread_mutex_unlock(&t->lock); }
 
 void RefreshProcess(Local& me) {
+  const uint32_t generation = gForkGeneration.load(std::memory_order_relaxed);
+  if (generation == me.generation) return;
+  // The first call, or a forked child: the parent's handles are not its own.
+  me.generation = generation;
   const pid_t pid = getpid();
-  if (pid == me.pid) return;
-  // A forked child: the parent's handles are not its own.
   me.pid = pid;
   me.stamp = ProcessStamp(pid);
   me.handles.clear();
   me.views.clear();
   me.table = nullptr;
-  me.tableName.clear();
+  me.tableName[0] = 0;
 }
 
 void NameTable(Local& me) {
@@ -239,12 +268,12 @@ void NameTable(Local& me) {
   }
   char stem[64];
   std::snprintf(stem, sizeof stem, "kp160std-%016llx", static_cast<unsigned long long>(Fnv1a(dir)));
-  me.stem = stem;
-  me.tableName = "/" + me.stem;
+  std::snprintf(me.stem, sizeof me.stem, "%s", stem);
+  std::snprintf(me.tableName, sizeof me.tableName, "/%s", stem);
 }
 
 std::string SegmentName(const Local& me, uint64_t segment) {
-  return me.tableName + "-m" + std::to_string(segment);
+  return std::string(me.tableName) + "-m" + std::to_string(segment);
 }
 
 Table* MapTable(const std::string& name, bool* created) {
@@ -314,7 +343,7 @@ Table* MapTable(const std::string& name, bool* created) {
 Table* Acquire(Local& me) {
   RefreshProcess(me);
   // A process that holds nothing may have moved to another prefix (tests do).
-  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) {
+  if (!me.tableName[0] || (me.handles.empty() && me.views.empty())) {
     if (me.table) {
       munmap(me.table, sizeof(Table));
       me.table = nullptr;
@@ -324,7 +353,7 @@ Table* Acquire(Local& me) {
   for (int attempt = 0; attempt < 20; ++attempt) {
     if (!me.table) {
       bool created = false;
-      me.table = MapTable(me.tableName, &created);
+      me.table = MapTable(std::string(me.tableName), &created);
       if (!me.table) {
         if (errno == EAGAIN) continue;
         SetLastError(Win32FromErrno(errno));
@@ -344,9 +373,10 @@ Table* Acquire(Local& me) {
 // When the table holds no object any more it is unlinked; this process
 // drops its mapping. Called locked; unlocks.
 void Release(Local& me, Table* t) {
+  if (me.handles.empty() && me.views.empty()) me.stamps.clear();
   if (t->inUse == 0) {
     t->dead = 1;
-    shm_unlink(me.tableName.c_str());
+    shm_unlink(me.tableName);
     Unlock(t);
     munmap(t, sizeof(Table));
     me.table = nullptr;
@@ -373,9 +403,9 @@ void Abandon(Table* t, Object& o) {
 }
 
 uint64_t NowMs() {
-  return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
-                                   std::chrono::steady_clock::now().time_since_epoch())
-                                   .count());
+  return static_cast<uint64_t>(
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+          .count());
 }
 
 // Whether the holder recorded as {pid, stamp} still runs. A process that is
@@ -465,9 +495,7 @@ bool NameAllowed(std::u16string_view name) {
 
 Object* Find(Table* t, std::u16string_view name) {
   for (Object& o : t->objects) {
-    if (o.kind != kFree && o.nameLength == name.size() &&
-        std::u16string_view(o.name, o.nameLength) == name)
-      return &o;
+    if (o.kind != kFree && o.nameLength == name.size() && std::u16string_view(o.name, o.nameLength) == name) return &o;
   }
   return nullptr;
 }
@@ -576,14 +604,10 @@ bool OwnedByMe(const Local& me, const Object& o) {
 
 bool Signalled(const Local& me, const Object& o) {
   switch (o.kind) {
-    case kMutex:
-      return o.ownerPid == 0 || OwnedByMe(me, o);
-    case kSemaphore:
-      return o.count > 0;
-    case kEvent:
-      return o.signalled != 0;
-    default:
-      return false;
+    case kMutex: return o.ownerPid == 0 || OwnedByMe(me, o);
+    case kSemaphore: return o.count > 0;
+    case kEvent: return o.signalled != 0;
+    default: return false;
   }
 }
 
@@ -599,14 +623,11 @@ bool Take(const Local& me, Object& o) {
       ++o.recursion;
       return abandoned;
     }
-    case kSemaphore:
-      --o.count;
-      return false;
+    case kSemaphore: --o.count; return false;
     case kEvent:
       if (!o.manualReset) o.signalled = 0;
       return false;
-    default:
-      return false;
+    default: return false;
   }
 }
 
@@ -771,9 +792,7 @@ Handle CreateSemaphore(std::u16string_view name, int32_t initial, int32_t maximu
   });
 }
 
-Handle OpenSemaphore(std::u16string_view name) {
-  return CreateOrOpen(name, kSemaphore, false, true, kNothingToSetUp);
-}
+Handle OpenSemaphore(std::u16string_view name) { return CreateOrOpen(name, kSemaphore, false, true, kNothingToSetUp); }
 
 bool ReleaseSemaphore(Handle semaphore, int32_t count, int32_t* previous) {
   if (count <= 0) return Fail(win32::kInvalidParameter);
@@ -840,14 +859,17 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
     return kWaitFailed;
   }
   Local& me = Me();
-  const uint64_t start = NowMs();
-  uint64_t lastCheck = start;
+  // Read at the first time the wait has to block: most waits do not.
+  uint64_t start = 0;
+  uint64_t lastCheck = 0;
   while (true) {
     std::unique_lock guard(me.mutex);
     Table* t = Acquire(me);
     if (!t) return kWaitFailed;
-    std::vector<Object*> set;
-    set.reserve(objects.size());
+    // On the stack: a wait is on the path of every read and write of a block.
+    Object* setArray[kMaximumWaitObjects];
+    std::span<Object*> set(setArray, objects.size());
+    size_t filled = 0;
     for (Handle h : objects) {
       Object* o = Resolve(me, t, h, kFree);
       if (!o || o->kind == kMapping) {
@@ -855,7 +877,7 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
         SetLastError(win32::kInvalidHandle);
         return kWaitFailed;
       }
-      set.push_back(o);
+      set[filled++] = o;
     }
     if (all) {
       // The same mutex twice is fine; the same semaphore twice needs two counts: Windows refuses both.
@@ -887,6 +909,7 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
       }
     }
     const uint64_t now = NowMs();
+    if (start == 0) start = lastCheck = now;
     const uint64_t elapsed = now - start;
     if (timeoutMs != kInfinite && elapsed >= timeoutMs) {
       Unlock(t);
@@ -913,9 +936,11 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
     uint32_t sleep = timeoutMs == kInfinite ? 1000 : static_cast<uint32_t>(timeoutMs - elapsed);
     if (ownedElsewhere) sleep = std::min(sleep, kOwnerCheckMs);
     const uint32_t seen = t->sequence.load(std::memory_order_acquire);
+    t->sleepers.fetch_add(1, std::memory_order_acq_rel);
     Unlock(t);
     guard.unlock();
     SleepOn(t, seen, std::max<uint32_t>(sleep, 1));
+    t->sleepers.fetch_sub(1, std::memory_order_acq_rel);
   }
 }
 
@@ -941,8 +966,8 @@ std::string SharedMemoryStem() {
   Local& me = Me();
   std::lock_guard guard(me.mutex);
   RefreshProcess(me);
-  if (me.tableName.empty() || (me.handles.empty() && me.views.empty())) NameTable(me);
-  return me.stem;
+  if (!me.tableName[0] || (me.handles.empty() && me.views.empty())) NameTable(me);
+  return std::string(me.stem);
 }
 
 }  // namespace kp::platform::named
