@@ -9,6 +9,7 @@
 #include "encoding/crc.h"
 #include "encoding/guid.h"
 #include "encoding/url.h"
+#include "encoding/uu.h"
 
 namespace kp::syn {
 
@@ -66,11 +67,11 @@ inline constexpr KLSyntax kdiffApply[] = {
 inline constexpr KLSyntax kGetGUID[] = {
     Syntax<[](ExecContext* c) { return encoding::GetGuid(c, false); }, KL_T_TEXT>(),
     Syntax<encoding::GetGuid, KL_T_TEXT, KL_T_BOOL>()};
-  // UUEncode/UUEncode — signature chosen here: a buffer to text.
+  // UUEncode/UUEncode: a buffer to the uuencode body (text).
 inline constexpr KLSyntax kUUEncode[] = {
-    Unavailable<KL_T_TEXT, KL_T_BUFFER>()};
-  // UUDécode/UUDecode — signature chosen here: text to a buffer.
+    Syntax<encoding::UUEncode, KL_T_TEXT, KL_T_BUFFER>()};
+  // UUDécode/UUDecode: a uuencode body (with or without begin/end) to a buffer.
 inline constexpr KLSyntax kUUDecode[] = {
-    Unavailable<KL_T_BUFFER, KL_T_TEXT_CELL>()};
+    Syntax<encoding::UUDecode, KL_T_BUFFER, KL_T_TEXT_CELL>()};
 
 }  // namespace kp::syn
