@@ -51,7 +51,7 @@ std::optional<Bytes> UuDecodeBody(std::u16string_view text) {
   Bytes out;
   out.reserve(text.size() / 4 * 3);
   size_t at = 0;
-  bool first = true, sawData = false;
+  bool first = true, sawData = false, ended = false;
   while (at < text.size()) {
     size_t end = text.find(u'\n', at);
     if (end == std::u16string_view::npos) end = text.size();
@@ -66,10 +66,16 @@ std::optional<Bytes> UuDecodeBody(std::u16string_view text) {
       if (sawData) break;  // an empty line (the encoder of old wrote no "`") ends the body
       continue;
     }
-    if (line == u"end") break;
+    if (line == u"end") {
+      ended = true;
+      break;
+    }
     const int n = Dec(line[0]);
     if (n < 0) return std::nullopt;
-    if (n == 0) break;  // the zero-length line ends the body
+    if (n == 0) {  // the zero-length line ends the body
+      ended = true;
+      break;
+    }
     sawData = true;
     const size_t groups = (static_cast<size_t>(n) + 2) / 3;
     // Trailing characters beyond the groups are tolerated (some encoders
@@ -85,6 +91,9 @@ std::optional<Bytes> UuDecodeBody(std::u16string_view text) {
       out.insert(out.end(), bytes, bytes + take);
     }
   }
+  // A text without a single line of the body (empty, or a header alone)
+  // is not uuencoded, though the encoding of nothing ("`") is.
+  if (!sawData && !ended) return std::nullopt;
   return out;
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "component/frame.h"
+#include "encoding/compress.h"
 #include "encoding/crc.h"
 #include "encoding/guid.h"
 #include "encoding/url.h"
@@ -35,14 +36,15 @@ inline constexpr KLSyntax kUncrypt[] = {
   // here: (text, expression).
 inline constexpr KLSyntax kMatchRegularExpression[] = {
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-  // Compresse/Compress: a buffer result; parameters chosen here: (buffer),
-  // then a method.
+  // Compresse/Compress: (buffer) at compresseLZW, (buffer, method); a zlib
+  // stream.
 inline constexpr KLSyntax kCompress[] = {
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER>(),
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
-  // Décompresse/Uncompress: a buffer result; parameter chosen here.
+    Syntax<[](ExecContext* c, std::span<const uint8_t> b) { return encoding::Compress(c, b, encoding::kCompressLzw); },
+           KL_T_BUFFER, KL_T_BUFFER>(),
+    Syntax<encoding::Compress, KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
+  // Décompresse/Uncompress: (zlib stream).
 inline constexpr KLSyntax kUncompress[] = {
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER>()};
+    Syntax<encoding::Uncompress, KL_T_BUFFER, KL_T_BUFFER>()};
   // URLEncode/URLEncode
 inline constexpr KLSyntax kURLEncode[] = {
     Syntax<encoding::UrlEncode, KL_T_TEXT, KL_T_TEXT_CELL>()};
