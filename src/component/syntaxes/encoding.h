@@ -8,6 +8,7 @@
 #include "component/frame.h"
 #include "encoding/compress.h"
 #include "encoding/crc.h"
+#include "encoding/crypt.h"
 #include "encoding/guid.h"
 #include "encoding/url.h"
 #include "encoding/uu.h"
@@ -21,17 +22,49 @@ inline constexpr KLSyntax kPhonetic[] = {
   // else by its text.
 inline constexpr KLSyntax ksComputeCrc16[] = {
     Syntax<encoding::ComputeCrc16, KL_T_INT, KL_T_VARIANT>()};
-  // Crypte/Crypt — signature chosen here: (text, password), then a mode
-  // (crypteAucun/crypteRapide/crypteSécurisé), then an encoding option.
+  // Crypte/Crypt: (text, password) with crypteSécurisé and Base64, then the
+  // method (crypteAucun/crypteRapide/crypteSécurisé, | crypteAnsi), then the
+  // encoding of the result (encodeBASE64/encodeUUEncode).
 inline constexpr KLSyntax kCrypt[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
-  // Décrypte/Uncrypt — signature chosen here, mirroring Crypte.
+    Syntax<[](ExecContext* c, std::u16string_view t, std::u16string_view p) {
+      return encoding::Crypt(c, t, p, encoding::kCryptSecure, encoding::kEncodeBase64);
+    }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view t, std::u16string_view p, int32_t m) {
+      return encoding::Crypt(c, t, p, m, encoding::kEncodeBase64);
+    }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<encoding::Crypt, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // Décrypte/Uncrypt: mirrors Crypte (the iteration count is read from the
+  // encrypted text; the method only tells crypteAucun from the others).
 inline constexpr KLSyntax kUncrypt[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view t, std::u16string_view p) {
+      return encoding::Uncrypt(c, t, p, encoding::kCryptSecure, encoding::kEncodeBase64);
+    }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view t, std::u16string_view p, int32_t m) {
+      return encoding::Uncrypt(c, t, p, m, encoding::kEncodeBase64);
+    }, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<encoding::Uncrypt, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // fCrypte/fCrypt: (source, destination, password[, method[, encoding]]);
+  // the file's container as bytes (encodeAucun) unless an encoding is given.
+inline constexpr KLSyntax kfCrypt[] = {
+    Syntax<[](ExecContext* c, std::u16string_view s, std::u16string_view d, std::u16string_view p) {
+      return encoding::CryptFile(c, s, d, p, encoding::kCryptSecure, encoding::kEncodeNone);
+    }, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view s, std::u16string_view d, std::u16string_view p, int32_t m) {
+      return encoding::CryptFile(c, s, d, p, m, encoding::kEncodeNone);
+    }, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<encoding::CryptFile, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // fDécrypte/fUncrypt: mirrors fCrypte.
+inline constexpr KLSyntax kfUncrypt[] = {
+    Syntax<[](ExecContext* c, std::u16string_view s, std::u16string_view d, std::u16string_view p) {
+      return encoding::UncryptFile(c, s, d, p, encoding::kCryptSecure, encoding::kEncodeNone);
+    }, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view s, std::u16string_view d, std::u16string_view p, int32_t m) {
+      return encoding::UncryptFile(c, s, d, p, m, encoding::kEncodeNone);
+    }, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<encoding::UncryptFile, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
+  // fFiltreImage/fGraphicFilter: () gives the picker filter of the image formats.
+inline constexpr KLSyntax kfGraphicFilter[] = {
+    Unavailable<KL_T_TEXT>()};
   // VérifieExpressionRégulière/MatchRegularExpression — signature chosen
   // here: (text, expression).
 inline constexpr KLSyntax kMatchRegularExpression[] = {
