@@ -6,6 +6,7 @@
 #pragma once
 
 #include "component/frame.h"
+#include "encoding/binary_diff.h"
 #include "encoding/compress.h"
 #include "encoding/crc.h"
 #include "encoding/crypt.h"
@@ -88,16 +89,17 @@ inline constexpr KLSyntax kURLDecode[] = {
 inline constexpr KLSyntax ksComputeCrc32[] = {
     Syntax<encoding::ComputeCrc32, KL_T_INT, KL_T_BUFFER>(),
     Syntax<encoding::ComputeCrc32From, KL_T_INT, KL_T_BUFFER, KL_T_INT>()};
-  // diffCrée/diffCreate: a buffer result; parameters chosen here: (source,
-  // target) as buffers, as file names, or buffers with options.
+  // diffCrée/diffCreate: (original, result) buffers, the same as two file
+  // names, or buffers with options (diffBinaire/diffTexte/diffPourcentageMax).
 inline constexpr KLSyntax kdiffCreate[] = {
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>(),
-    Unavailable<KL_T_BUFFER, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
-  // diffApplique/diffApply: a buffer result; parameters chosen here:
-  // (source, difference).
+    Syntax<[](ExecContext* c, std::span<const uint8_t> a, std::span<const uint8_t> b) {
+      return encoding::DiffCreate(c, a, b, encoding::kDiffBinary);
+    }, KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>(),
+    Syntax<encoding::DiffCreateFiles, KL_T_BUFFER, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT>(),
+    Syntax<encoding::DiffCreate, KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER, KL_T_INT>()};
+  // diffApplique/diffApply: (original, patch) to the result.
 inline constexpr KLSyntax kdiffApply[] = {
-    Unavailable<KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>()};
+    Syntax<encoding::DiffApply, KL_T_BUFFER, KL_T_BUFFER, KL_T_BUFFER>()};
   // DonneGUID/GetGUID: (), (with braces).
 inline constexpr KLSyntax kGetGUID[] = {
     Syntax<[](ExecContext* c) { return encoding::GetGuid(c, false); }, KL_T_TEXT>(),
