@@ -11,14 +11,15 @@
 #include "encoding/crc.h"
 #include "encoding/crypt.h"
 #include "encoding/guid.h"
+#include "encoding/phonetic.h"
 #include "encoding/url.h"
 #include "encoding/uu.h"
 
 namespace kp::syn {
 
-  // Phonétique/Phonetic — signature chosen here: the phonetic code of a text.
+  // Phonétique/Phonetic: the Soundex2 code of a name.
 inline constexpr KLSyntax kPhonetic[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+    Syntax<encoding::Phonetic, KL_T_TEXT, KL_T_TEXT_CELL>()};
   // sCalculeCrc16/sComputeCrc16: any value; a buffer by its bytes, anything
   // else by its text.
 inline constexpr KLSyntax ksComputeCrc16[] = {
