@@ -12,6 +12,7 @@
 #include "encoding/crypt.h"
 #include "encoding/guid.h"
 #include "encoding/phonetic.h"
+#include "encoding/regex.h"
 #include "encoding/url.h"
 #include "encoding/uu.h"
 
@@ -67,10 +68,14 @@ inline constexpr KLSyntax kfUncrypt[] = {
   // fFiltreImage/fGraphicFilter: () gives the picker filter of the image formats.
 inline constexpr KLSyntax kfGraphicFilter[] = {
     Unavailable<KL_T_TEXT>()};
-  // VérifieExpressionRégulière/MatchRegularExpression — signature chosen
-  // here: (text, expression).
+  // VérifieExpressionRégulière/MatchRegularExpression: (text, expression),
+  // the whole text in RE2's dialect; no RE2 in the Windows build.
 inline constexpr KLSyntax kMatchRegularExpression[] = {
+#ifdef _WIN32
     Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+#else
+    Syntax<encoding::MatchRegularExpression, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+#endif
   // Compresse/Compress: (buffer) at compresseLZW, (buffer, method); a zlib
   // stream.
 inline constexpr KLSyntax kCompress[] = {
