@@ -11,6 +11,7 @@
 #include "encoding/crc.h"
 #include "encoding/crypt.h"
 #include "encoding/guid.h"
+#include "encoding/image_filter.h"
 #include "encoding/phonetic.h"
 #include "encoding/regex.h"
 #include "encoding/url.h"
@@ -67,7 +68,7 @@ inline constexpr KLSyntax kfUncrypt[] = {
     Syntax<encoding::UncryptFile, KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
   // fFiltreImage/fGraphicFilter: () gives the picker filter of the image formats.
 inline constexpr KLSyntax kfGraphicFilter[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<encoding::GraphicFilter, KL_T_TEXT>()};
   // VérifieExpressionRégulière/MatchRegularExpression: (text, expression),
   // the whole text in RE2's dialect; no RE2 in the Windows build.
 inline constexpr KLSyntax kMatchRegularExpression[] = {
