@@ -7,8 +7,10 @@
 #include <new>
 
 #include "abi/messages.h"
+#include "abi/strings.h"
 #include "abi/state.h"
 #include "component/tables.h"
+#include "encoding/compress.h"
 #include "kp160std/abi.h"
 #include "platform/platform.h"
 
@@ -226,10 +228,16 @@ KL_EXPORT int32_t KL_CALL bInitKLConvFromVM(uintptr_t module, uint32_t low, uint
   return 1;
 }
 
-KL_EXPORT int16_t KL_CALL nfCompacte(const kl_char*, const kl_char*) {
-  // The compression family is not built on this platform: -1 says nothing
-  // was compacted.
-  return -1;
+// (source file, destination file): the source's zlib stream written to the
+// destination; the compressed size in percent of the original, or -1 (a name
+// missing or not absolute), -2 (source unreadable), -3 (destination not
+// written). No error record here: the caller has no context to give.
+KL_EXPORT int16_t KL_CALL nfCompacte(const kl_char* source, const kl_char* destination) {
+  try {
+    return encoding::CompactFile(View(source), View(destination));
+  } catch (...) {
+    return -3;  // out of memory while compressing: nothing was written
+  }
 }
 
 }  // extern "C"

@@ -310,11 +310,6 @@ inline constexpr KLSyntax kfRead[] = {
       return files::ReadToAddress(c, h, n, filesyn::Address(a));
     }, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
-// fFiltreImage/fGraphicFilter
-// signature chosen here: () gives the picker filter of the image formats
-inline constexpr KLSyntax kfGraphicFilter[] = {
-    Unavailable<KL_T_TEXT>()};
-
 // fEcrit/fWrite
 inline constexpr KLSyntax kfWrite[] = {
     Syntax<[](ExecContext* c, int32_t h, std::span<const uint8_t> v) { return files::Write(c, h, v, -1); },
@@ -343,20 +338,6 @@ inline constexpr KLSyntax kfListFile[] = {
     Syntax<files::ListFilesWith, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
     Syntax<[](ExecContext* c, std::u16string_view p) { return files::ListFiles(c, p, 0); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
     Syntax<files::ListFiles, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
-
-// fCrypte/fCrypt
-// signature chosen here: (source, destination, password[, method[, encoding]])
-inline constexpr KLSyntax kfCrypt[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
-
-// fDécrypte/fUncrypt
-// signature chosen here: (source, destination, password[, method[, encoding]])
-inline constexpr KLSyntax kfUncrypt[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_DIRECT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
 
 // _zipCréeExe_old/_zipCreateExe_old
 // signature chosen here: an archive is named by a text; (archive, executable[, title[, message[, default directory[, command]]]])
