@@ -381,6 +381,18 @@ TEST_F(NamedObjects, ObjectsOfKilledHoldersGo) {
   EXPECT_TRUE(ReleaseMutex(fresh));
 }
 
+TEST_F(NamedObjects, AProcessThatEndsLetsGoOfWhatItHeld) {
+  const pid_t child = Child([&] {
+    const Handle e = CreateEvent(u"PowerManager/ReloadActivityTimeouts", false, false);
+    const Handle m = CreateMapping(u"Local\\kept", 4096, true);
+    if (!e || !m || !MapView(m, true, 0)) return 1;
+    // Ends without closing, through exit(): as Windows closes its handles.
+    std::exit(0);
+  });
+  EXPECT_EQ(Reap(child), 0);
+  EXPECT_EQ(LeftInDevShm(stem_), std::vector<std::string>{}) << "gone before anyone looked";
+}
+
 TEST_F(NamedObjects, DevicePrefixesNeverMeet) {
   const std::string other = dir_ + "/other";
   const pid_t child = Child([&] {

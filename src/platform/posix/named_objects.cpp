@@ -54,7 +54,9 @@ namespace kp::platform::named {
 namespace {
 
 constexpr uint32_t kMagic = 0x4B504E4F;  // "KPNO"
-constexpr uint32_t kLayout = 1;
+// In the table's name too: processes built with another layout never map
+// this one.
+constexpr uint32_t kLayout = 2;
 constexpr size_t kMaxObjects = 512;
 constexpr size_t kMaxHolders = 64;
 // How often a wait blocked on a mutex owned by another process looks
@@ -144,12 +146,15 @@ struct Local {
   std::map<int32_t, std::pair<uint64_t, uint64_t>> stamps;
 };
 
+std::atomic<bool> gUsed{false};
+
 Local& Me() {
   // Never destroyed (handles may be closed from other destructors at exit
   // or unload), and in static storage rather than on the heap.
   alignas(Local) static unsigned char storage[sizeof(Local)];
   static Local* local = [] {
     pthread_atfork(nullptr, nullptr, AfterForkInChild);
+    gUsed.store(true, std::memory_order_relaxed);
     return new (storage) Local;
   }();
   return *local;
@@ -267,7 +272,8 @@ void NameTable(Local& me) {
     std::free(real);
   }
   char stem[64];
-  std::snprintf(stem, sizeof stem, "kp160std-%016llx", static_cast<unsigned long long>(Fnv1a(dir)));
+  std::snprintf(stem, sizeof stem, "kp160std-%u-%016llx", static_cast<unsigned>(kLayout),
+                static_cast<unsigned long long>(Fnv1a(dir)));
   std::snprintf(me.stem, sizeof me.stem, "%s", stem);
   std::snprintf(me.tableName, sizeof me.tableName, "/%s", stem);
 }
@@ -961,6 +967,32 @@ bool CloseHandle(Handle object) {
 }
 
 uint32_t CurrentProcessId() { return static_cast<uint32_t>(getpid()); }
+
+namespace {
+
+// A process that ends (or unloads the library) with handles or views still
+// open lets them go, as Windows closes a process's handles: otherwise its
+// objects would stay in /dev/shm until another process of the prefix looked.
+struct ProcessEnd {
+  ~ProcessEnd() {
+    if (!gUsed.load(std::memory_order_relaxed)) return;
+    Local& me = Me();
+    std::lock_guard guard(me.mutex);
+    RefreshProcess(me);
+    if (me.handles.empty() && me.views.empty()) return;
+    Table* t = Acquire(me);
+    if (!t) return;
+    for (const auto& [handle, local] : me.handles) DropHolder(me, t, t->objects[local.index]);
+    // The views stay mapped: code that runs after this may still touch them.
+    for (const auto& [view, v] : me.views) DropHolder(me, t, t->objects[v.index]);
+    me.handles.clear();
+    me.views.clear();
+    Reclaim(me, t);
+    Release(me, t);
+  }
+} gProcessEnd;
+
+}  // namespace
 
 std::string SharedMemoryStem() {
   Local& me = Me();
