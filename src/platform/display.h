@@ -73,6 +73,9 @@ bool SetWindowText(Window window, std::u16string_view title);
 // 11 (force minimise) as Win32 numbers them; 0 with the last error 87 for
 // another mode, 1400 for a handle that names no window.
 int32_t ShowWindow(Window window, int32_t mode);
+// Asks the window to paint itself again at once (RedrawWindow with
+// invalidate and update-now; an exposure of the whole window on X).
+bool RedrawWindow(Window window);
 // Client coordinates to screen coordinates; false with the last error set.
 bool ClientToScreen(Window window, int32_t* x, int32_t* y);
 // The instance (module) a window belongs to; 0 with the last error set. On X

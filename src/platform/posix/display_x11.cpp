@@ -613,6 +613,13 @@ int32_t ShowWindow(Window window, int32_t mode) {
   return wasVisible ? 24 : 0;  // nonzero, as Windows answers for a visible window
 }
 
+bool RedrawWindow(Window window) {
+  Session s;
+  if (!s.ok() || !Exists(s, window)) return false;
+  XClearArea(s.d(), window, 0, 0, 0, 0, True);
+  return s.Check();
+}
+
 bool ClientToScreen(Window window, int32_t* x, int32_t* y) {
   Session s;
   if (!s.ok() || !Exists(s, window)) return false;

@@ -176,6 +176,11 @@ int32_t ShowWindow(Window window, int32_t mode) {
   return ::ShowWindow(H(window), mode);
 }
 
+bool RedrawWindow(Window window) {
+  if (!IsWindow(window)) return false;
+  return ::RedrawWindow(H(window), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN) != 0;
+}
+
 bool ClientToScreen(Window window, int32_t* x, int32_t* y) {
   if (!IsWindow(window)) return false;
   POINT p{LONG(*x), LONG(*y)};
