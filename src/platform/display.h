@@ -123,7 +123,8 @@ constexpr std::u16string_view kDefaultFontName = u"Tahoma";
 constexpr int32_t kDefaultFontSize = 12;
 // The size of `text` on one line in that font, in pixels, as
 // GetTextExtentPoint32 gives it: the sum of the advances (with the font's
-// kerning) and the font's height (ascent plus descent). On POSIX the font is
+// kerning) and the font's height (ascent plus descent). POSIX sums unhinted
+// advances and rounds once, as a layout with sub-pixel positions does. On POSIX the font is
 // the one fontconfig matches for the name, measured with FreeType; a name
 // fontconfig does not know gets its substitute, as any X program gets it.
 // false with the last error set (87 for a size outside 1-1000).

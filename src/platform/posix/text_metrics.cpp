@@ -104,10 +104,12 @@ bool MeasureText(std::u16string_view text, std::u16string_view font, int32_t* wi
       FT_Vector k;
       if (!FT_Get_Kerning(face, previous, glyph, FT_KERNING_DEFAULT, &k)) pen += k.x;
     }
-    if (!FT_Load_Glyph(face, glyph, FT_LOAD_DEFAULT)) pen += face->glyph->advance.x;
+    // Unhinted advances, rounded once at the end: the width a layout with
+    // sub-pixel positions gives, not one grown by a pixel per glyph.
+    if (!FT_Load_Glyph(face, glyph, FT_LOAD_NO_HINTING)) pen += face->glyph->advance.x;
     previous = glyph;
   }
-  *width = int32_t((pen + 63) / 64);
+  *width = int32_t((pen + 32) / 64);
   *height = int32_t((face->size->metrics.ascender - face->size->metrics.descender + 63) / 64);
   return true;
 }
