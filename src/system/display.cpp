@@ -19,9 +19,15 @@ namespace {
 namespace dpy = platform::display;
 namespace reg = platform::reg;
 
+// The platform's error in the record; without a display the function is
+// not available here, which the record says as well.
 void RecordPlatformError(ExecContext* context) {
   const uint32_t code = platform::LastError();
-  if (code) SetSystemError(context, code);
+  if (code == dpy::kNoDisplay) {
+    RaiseSystem(context, kErrNotAvailableOnPlatform, code);
+  } else if (code) {
+    SetSystemError(context, code);
+  }
 }
 
 // --- system colours -------------------------------------------------------------
@@ -92,9 +98,11 @@ int32_t SystemMetric(ExecContext* context, int32_t index) {
   platform::SetLastError(0);
   const int32_t value = dpy::GetSystemMetrics(index);
   if (value == 0) {
-    const uint32_t code = platform::LastError();
-    if (code == win32::kInvalidParameter) Raise(context, kErrUnknownSystemMetric, {index});
-    if (code) SetSystemError(context, code);
+    if (platform::LastError() == win32::kInvalidParameter) {
+      RaiseSystem(context, kErrUnknownSystemMetric, win32::kInvalidParameter, {index});
+    } else {
+      RecordPlatformError(context);
+    }
   }
   return value;
 }
@@ -207,9 +215,8 @@ bool ActivateWindow(ExecContext* context, int32_t window) {
 
 int32_t ShowWindow(ExecContext* context, int32_t window, int32_t mode) {
   if (!dpy::IsWindow(uint32_t(window))) {
-    const uint32_t code = platform::LastError();
-    if (code == dpy::kNoDisplay) {
-      SetSystemError(context, code);
+    if (platform::LastError() == dpy::kNoDisplay) {
+      RecordPlatformError(context);
     } else {
       Raise(context, kErrNotAWindow);
     }
@@ -233,7 +240,7 @@ int32_t ShowWindow(ExecContext* context, int32_t window, int32_t mode) {
 bool ValidHandle(ExecContext* context, int32_t window) {
   if (dpy::IsWindow(uint32_t(window))) return true;
   // Not a window is an answer, not a failure; no display is one.
-  if (platform::LastError() == dpy::kNoDisplay) SetSystemError(context, dpy::kNoDisplay);
+  if (platform::LastError() == dpy::kNoDisplay) RecordPlatformError(context);
   return false;
 }
 
@@ -246,8 +253,7 @@ std::u16string ListScreenOrientations(ExecContext* context) {
     list += u"\r\n";
   }
   if (list.empty()) {
-    Raise(context, kErrScreenOrientationFailed);
-    RecordPlatformError(context);
+    RaiseSystem(context, kErrScreenOrientationFailed, platform::LastError());
     return {};
   }
   list.resize(list.size() - 2);  // the last "\r\n" goes
@@ -261,8 +267,7 @@ std::u16string ScreenOrientation(ExecContext* context) {
       if (o.value == value) return std::u16string(o.text);
     platform::SetLastError(0);
   }
-  Raise(context, kErrScreenOrientationFailed);
-  RecordPlatformError(context);
+  RaiseSystem(context, kErrScreenOrientationFailed, platform::LastError());
   return {};
 }
 
@@ -275,8 +280,7 @@ std::u16string SetScreenOrientation(ExecContext* context, std::u16string_view or
     return ScreenOrientation(context);
   }
   if (!gOrientation.load()->set(wanted->value)) {
-    Raise(context, kErrScreenOrientationFailed);
-    RecordPlatformError(context);
+    RaiseSystem(context, kErrScreenOrientationFailed, platform::LastError());
   }
   return ScreenOrientation(context);
 }

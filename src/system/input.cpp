@@ -34,9 +34,15 @@ keys::KeyStringEnv EnvFor(uint32_t target) {
   return env;
 }
 
+// The platform's error in the record; without a display the function is
+// not available here, which the record says as well.
 void RecordPlatformError(ExecContext* context) {
   const uint32_t code = platform::LastError();
-  if (code) SetSystemError(context, code);
+  if (code == dpy::kNoDisplay) {
+    RaiseSystem(context, kErrNotAvailableOnPlatform, code);
+  } else if (code) {
+    SetSystemError(context, code);
+  }
 }
 
 // Parses and plays; `target` 0 with `useActive` picks the active window.

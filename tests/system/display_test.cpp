@@ -313,6 +313,7 @@ TEST(DisplayWithoutServer, EveryCallFailsCleanly) {
   test::FakeContext ctx;
   EXPECT_EQ(ScreenWidth(ctx), 0);
   EXPECT_EQ(ctx.systemError(), platform::display::kNoDisplay);
+  EXPECT_EQ(ctx.errorId(), kErrNotAvailableOnPlatform);
   EXPECT_EQ(ColourDepth(ctx), 0);
   EXPECT_EQ(WindowHandle(ctx, u"x").value, 0u);
   EXPECT_EQ(ActiveWindow(ctx).value, 0u);

@@ -177,6 +177,7 @@ TEST_F(Input, WithoutADisplayEveryCallFailsCleanly) {
   unsetenv("DISPLAY");
   EXPECT_FALSE(SendKeys(ctx_, u"abc"));
   EXPECT_EQ(ctx_.systemError(), platform::display::kNoDisplay);
+  EXPECT_EQ(ctx_.errorId(), kErrNotAvailableOnPlatform);
   ctx_.clearError();
   EXPECT_EQ(KeyState(ctx_, 16), 0);
   EXPECT_EQ(ctx_.systemError(), platform::display::kNoDisplay);

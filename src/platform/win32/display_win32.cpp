@@ -9,6 +9,7 @@
 #undef FindWindow
 #undef GetWindowText
 #undef SetWindowText
+#undef VkKeyScan
 
 #include <string>
 
