@@ -47,3 +47,63 @@ void KeyString_Parse(benchmark::State& state) {
 BENCHMARK(KeyString_Parse);
 
 }  // namespace
+
+// --- playing under Xvfb ------------------------------------------------------
+// The per-record cost of playing a queue (200 records: "a" pressed and
+// released a hundred times, no target window) beside the same key events sent
+// with XTest directly on a connection of the benchmark's own, one flush a
+// event as the player does; both end with one round trip to the server.
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+#include "support/xvfb.h"
+#include "system/input.h"
+
+namespace {
+
+bool StartXvfb(benchmark::State& state) {
+  if (!kp::test::Xvfb::Installed()) {
+    state.SkipWithError("Xvfb is not installed");
+    return false;
+  }
+  kp::test::Xvfb::Shared();
+  return true;
+}
+
+void Desktop_PlayRecords(benchmark::State& state) {
+  if (!StartXvfb(state)) return;
+  kp::system::keys::KeyStringEnv env;
+  env.vkKeyScan = kp::system::keys::UsVkKeyScan;
+  const auto parsed = kp::system::keys::Parse(u"{a 100}", kp::system::keys::kKeyNames, env);
+  for (auto _ : state) {
+    if (!kp::system::Play(parsed.records, 0)) state.SkipWithError("the player failed");
+  }
+  state.SetItemsProcessed(state.iterations() * int64_t(parsed.records.size()));
+}
+BENCHMARK(Desktop_PlayRecords);
+
+void Desktop_XTestDirect(benchmark::State& state) {
+  if (!StartXvfb(state)) return;
+  Display* d = XOpenDisplay(nullptr);
+  if (!d) {
+    state.SkipWithError("no display");
+    return;
+  }
+  const KeyCode a = XKeysymToKeycode(d, XK_a);
+  for (auto _ : state) {
+    for (int i = 0; i < 100; ++i) {
+      XTestFakeKeyEvent(d, a, True, 0);
+      XFlush(d);
+      XTestFakeKeyEvent(d, a, False, 0);
+      XFlush(d);
+    }
+    XSync(d, False);
+  }
+  state.SetItemsProcessed(state.iterations() * 200);
+  XCloseDisplay(d);
+}
+BENCHMARK(Desktop_XTestDirect);
+
+}  // namespace
