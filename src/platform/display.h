@@ -109,6 +109,10 @@ struct Input {
 // SendInput with one record: true when it was inserted; false with the last
 // error set (5 when the desktop refuses synthetic input).
 bool SendInput(const Input& input);
+// Dispatches every message pending for the calling thread (its own windows
+// answer before another window is brought forward). Nothing to do on X,
+// where the library owns no window.
+void PumpMessages();
 // Waits up to `milliseconds` for the target to have handled what was sent
 // (the X server to have processed every request; on Windows the message
 // pump of the calling thread). True when something was handled before the

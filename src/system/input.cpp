@@ -86,9 +86,9 @@ std::u16string HandleText(int32_t window) { return std::u16string(u"0x") + [&] {
 
 bool Play(const std::vector<keys::InputRecord>& records, uint32_t target) {
   if (target) {
-    // Nothing is pending on this side of the desktop before the window is
-    // brought forward; a window that cannot take the focus still gets the keys
-    // of whatever has it, as on the platform.
+    // A window that cannot take the focus still gets nothing worse than the
+    // keys going to whatever has it, as on the platform.
+    dpy::PumpMessages();
     dpy::SetForegroundWindow(target);
   }
   for (const auto& r : records) {

@@ -758,6 +758,8 @@ bool SendInput(const Input& input) {
   return !gXError || s.Check();
 }
 
+void PumpMessages() {}
+
 bool WaitForInputIdle(uint32_t) {
   Session s;
   return s.ok() && s.Check();

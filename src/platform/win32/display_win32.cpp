@@ -232,6 +232,14 @@ bool SendInput(const Input& input) {
   return ::SendInput(1, &record, sizeof record) == 1;
 }
 
+void PumpMessages() {
+  MSG msg;
+  while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&msg);
+    DispatchMessageW(&msg);
+  }
+}
+
 bool WaitForInputIdle(uint32_t milliseconds) {
   // Let the target react: wait for input or messages, dispatch what came
   // (stopping at a paint message), at most ten rounds.
