@@ -34,7 +34,7 @@
   X(kErrResultNotHandedToVm, 80007)      /* reserved */ \
   X(kErrStringServiceMissing, 80008)     /* reserved */ \
   X(kErrAnsiUnicodeConversion, 80009)    /* reserved */ \
-  X(kErrValueOutOfRange, 80010)          /* reserved */ \
+  X(kErrValueOutOfRange, 80010)                        \
   X(kErrUnexpectedVariantType, 80011)    /* reserved */ \
   X(kErrProcedureNotFound, 80012)        /* reserved */ \
   X(kErrProcedureCallFailed, 80013)      /* reserved */ \
@@ -174,7 +174,7 @@
 // notification icon, shortcuts.
 #define KP_ERROR_IDS_SYSTEM(X)                            \
   X(kErrNotAWindow, 80140)                                \
-  X(kErrUnknownSystemMetric, 80143) /* reserved */        \
+  X(kErrUnknownSystemMetric, 80143)                       \
   X(kErrUnknownWindowsVersionKind, 80144)                 \
   X(kErrSysSpaceValueUnsupported, 80145)                  \
   X(kErrNotifyProcedureMissing, 80146)                    \

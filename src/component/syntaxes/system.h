@@ -6,7 +6,9 @@
 #pragma once
 
 #include "component/frame.h"
+#include "system/display.h"
 #include "system/exe_info.h"
+#include "system/input.h"
 #include "system/process.h"
 #include "system/sysinfo.h"
 
@@ -40,25 +42,26 @@ inline constexpr KLSyntax kExeInfo[] = {
 
 // SysXRes/SysXRes
 inline constexpr KLSyntax kSysXRes[] = {
-    Unavailable<KL_T_INT>()};
+    Syntax<system::ScreenWidth, KL_T_INT>()};
 
 // SysYRes/SysYRes
 inline constexpr KLSyntax kSysYRes[] = {
-    Unavailable<KL_T_INT>()};
+    Syntax<system::ScreenHeight, KL_T_INT>()};
 
 // SysMétrique/SysMetric
 inline constexpr KLSyntax kSysMetric[] = {
-    Unavailable<KL_T_INT, KL_T_INT>()};
+    Syntax<system::SystemMetric, KL_T_INT, KL_T_INT>()};
 
 // SysCouleurRes/SysColorRes
 inline constexpr KLSyntax kSysColorRes[] = {
-    Unavailable<KL_T_INT>()};
+    Syntax<system::ColourDepth, KL_T_INT>()};
 
 // SysInstance/SysInstance
-// signature chosen here: ([window name])
+// signature chosen here: ([window title]): the program's own instance, or that of the window's owner
 inline constexpr KLSyntax kSysInstance[] = {
-    Unavailable<KL_T_INSTANCE>(),
-    Unavailable<KL_T_INSTANCE, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c) { return system::Instance(c); }, KL_T_INSTANCE>(),
+    Syntax<[](ExecContext* c, std::u16string_view title) { return system::Instance(c, title); }, KL_T_INSTANCE,
+           KL_T_TEXT_CELL>()};
 
 // ExeLancé/ExeRunning
 inline constexpr KLSyntax kExeRunning[] = {
@@ -69,14 +72,14 @@ inline constexpr KLSyntax kExeRunning[] = {
 // SysFenTitre/SysWinTitle
 // signature chosen here: (window) reads the title, (window, title) sets it
 inline constexpr KLSyntax kSysWinTitle[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>()};
+    Syntax<system::WindowTitle, KL_T_TEXT, KL_T_INT>(),
+    Syntax<system::SetWindowTitle, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>()};
 
-// SysCouleur/SysColor (1 unavailable)
+// SysCouleur/SysColor
 // signature chosen here: (index) reads a system colour, (index, colour) sets it
 inline constexpr KLSyntax kSysColor[] = {
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT>()};
+    Syntax<system::SystemColour, KL_T_INT, KL_T_INT>(),
+    Syntax<system::SetSystemColour, KL_T_BOOL, KL_T_INT, KL_T_INT>()};
 
 // SysRep/SysDir
 // signature chosen here: the third form adds whether to create the folder
@@ -92,29 +95,30 @@ inline constexpr KLSyntax kExeTerminate[] = {
 
 // ToucheEnfoncé/KeyPress
 inline constexpr KLSyntax kKeyPress[] = {
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
+    Syntax<system::KeyState, KL_T_INT, KL_T_INT>(),
+    Syntax<system::KeyPressed, KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
 
 // SysFenHandle/SysWinHandle
 // signature chosen here: (window name)
 inline constexpr KLSyntax kSysWinHandle[] = {
-    Unavailable<KL_T_WINDOW, KL_T_TEXT_CELL>()};
+    Syntax<system::WindowHandle, KL_T_WINDOW, KL_T_TEXT_CELL>()};
 
-// SysFenActive/SysWinActive (1 unavailable)
+// SysFenActive/SysWinActive
 // signature chosen here: () reads the active window, (window) activates it
 inline constexpr KLSyntax kSysWinActive[] = {
-    Unavailable<KL_T_WINDOW>(),
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
+    Syntax<system::ActiveWindow, KL_T_WINDOW>(),
+    Syntax<system::ActivateWindow, KL_T_BOOL, KL_T_INT>()};
 
 // SysFenAffiche/SysWinShow
+// without a mode the window is shown (sfaVisible)
 inline constexpr KLSyntax kSysWinShow[] = {
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<[](ExecContext* c, int32_t w) { return system::ShowWindow(c, w); }, KL_T_INT, KL_T_INT>(),
+    Syntax<system::ShowWindow, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // SysHandleValide/SysValidHandle
 // signature chosen here: (window)
 inline constexpr KLSyntax kSysValidHandle[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
+    Syntax<system::ValidHandle, KL_T_BOOL, KL_T_INT>()};
 
 // RéseauConnecte/NetworkConnect
 // signature chosen here: (local name, remote name[, user[, password]])
@@ -136,16 +140,17 @@ inline constexpr KLSyntax kNetworkConnect[] = {
 #endif
 
 // TexteLargeur/TextWidth
-// signature chosen here: (text[, font])
+// signature chosen here: (text[, font as "name,size in pixels"])
 inline constexpr KLSyntax kTextWidth[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view t) { return system::TextWidth(c, t); }, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<system::TextWidth, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // TexteHauteur/TextHeight
-// signature chosen here: (text[, font])
+// signature chosen here: (text[, font as "name,size in pixels"])
 inline constexpr KLSyntax kTextHeight[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+    Syntax<[](ExecContext* c, std::u16string_view t) { return system::TextHeight(c, t); }, KL_T_INT,
+           KL_T_TEXT_CELL>(),
+    Syntax<system::TextHeight, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // SysNomExe/SysNameExe
 inline constexpr KLSyntax kSysNameExe[] = {
@@ -188,10 +193,13 @@ inline constexpr KLSyntax kSysWindowsVersion[] = {
     Syntax<system::WindowsVersion, KL_T_TEXT, KL_T_INT>()};
 
 // EnvoieTouche/SendKey
+// a target window name is a window title
 inline constexpr KLSyntax kSendKey[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view k) { return system::SendKeys(c, k); }, KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view k, std::u16string_view w) { return system::SendKeys(c, k, w); },
+           KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<[](ExecContext* c, std::u16string_view k, int32_t w) { return system::SendKeys(c, k, w); }, KL_T_BOOL,
+           KL_T_TEXT_CELL, KL_T_INT>()};
 
 // DDELance/DDEStart
 // signature chosen here: the same seven forms as LanceAppli; without a
@@ -273,8 +281,8 @@ inline constexpr KLSyntax kSysShutdown[] = {
 
 // ToucheEnfoncée/KeyPressed
 inline constexpr KLSyntax kKeyPressed[] = {
-    Unavailable<KL_T_INT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
+    Syntax<system::KeyState, KL_T_INT, KL_T_INT>(),
+    Syntax<system::KeyPressed, KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
 
 // SupprimeRaccourci/DeleteShortCut
 inline constexpr KLSyntax kDeleteShortCut[] = {
@@ -307,22 +315,23 @@ inline constexpr KLSyntax kExeListDLL[] = {
 // PiloteSaisie/EmulateInput
 // signature chosen here: (keys[, modifier keys])
 inline constexpr KLSyntax kEmulateInput[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view k) { return system::DriveInput(c, k); }, KL_T_BOOL,
+           KL_T_TEXT_CELL>(),
+    Syntax<system::DriveInput, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // SysListeOrientationEcran/SysListScreenOrientation
 inline constexpr KLSyntax kSysListScreenOrientation[] = {
-    Unavailable<KL_T_TEXT>()};
+    Syntax<system::ListScreenOrientations, KL_T_TEXT>()};
 
 // SysOrientationEcran/SysScreenOrientation
 inline constexpr KLSyntax kSysScreenOrientation[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
+    Syntax<system::ScreenOrientation, KL_T_TEXT>(),
+    Syntax<system::SetScreenOrientation, KL_T_TEXT, KL_T_TEXT_CELL>()};
 
 // PiloteSouris/EmulateMouse
-// signature chosen here: (mouse action, x, y)
+// signature chosen here: (mouse action, x, y) with a screen point
 inline constexpr KLSyntax kEmulateMouse[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<system::DriveMouse, KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // SysIMEI/SysIMEI
 // the optional variable cannot be declared with a single syntax; () is declared
@@ -344,19 +353,20 @@ inline constexpr KLSyntax kSysDirStorageCard[] = {
     Syntax<system::StorageCards, KL_T_TEXT>()};
 
 // PiloteSouris/DriveMouse
-// signature chosen here: (mouse action, x, y)
+// signature chosen here: (mouse action, x, y) with a screen point
 inline constexpr KLSyntax kDriveMouse[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
+    Syntax<system::DriveMouse, KL_T_BOOL, KL_T_INT, KL_T_INT, KL_T_INT>()};
 
 // PiloteSaisie/DriveInput
 // signature chosen here: (keys[, modifier keys])
 inline constexpr KLSyntax kDriveInput[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
+    Syntax<[](ExecContext* c, std::u16string_view k) { return system::DriveInput(c, k); }, KL_T_BOOL,
+           KL_T_TEXT_CELL>(),
+    Syntax<system::DriveInput, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>()};
 
 // SysNombreEcran/SysNumberScreen
 inline constexpr KLSyntax kSysNumberScreen[] = {
-    Unavailable<KL_T_INT>()};
+    Syntax<system::ScreenCount, KL_T_INT>()};
 
 // ExeDonnePID/ExeGetPID
 inline constexpr KLSyntax kExeGetPID[] = {
