@@ -1,6 +1,6 @@
 // kp160std — the registry seam on Windows: the Reg* calls themselves, and the
 // INI engine's whole files from the root of the current drive.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <algorithm>
 #include <string>
