@@ -39,4 +39,5 @@ add_dependencies(kp_abi_tests kp160std kp_test_hook kp)
 # One ctest entry per executable: discovering the cases would start Wine once
 # more for every build.
 add_test(NAME WindowsAbiTests COMMAND kp_abi_tests --gtest_brief=1)
-set_tests_properties(WindowsAbiTests PROPERTIES ENVIRONMENT "${KP_WINE_ENVIRONMENT}" TIMEOUT 900)
+set_tests_properties(WindowsAbiTests PROPERTIES ENVIRONMENT "${KP_WINE_ENVIRONMENT};KP_PREFIX=${KP_Z}${CMAKE_CURRENT_BINARY_DIR}/device-abi" TIMEOUT 900)
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/device-abi)

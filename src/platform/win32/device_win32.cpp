@@ -66,7 +66,7 @@ std::wstring SystemPath(std::u16string_view name) {
     if (part == L"." || part == L"..") return {};
     start = end + 1;
   }
-  return prefix + out;
+  return prefix + L"\\fs" + out;
 }
 
 }  // namespace kp::platform::win32dev

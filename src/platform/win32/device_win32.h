@@ -21,7 +21,7 @@ std::wstring FilePrefix();
 std::wstring StateDirectory();
 bool EnsureStateDirectory();
 // A device path as the system sees it: with a prefix, "\X" becomes
-// "<prefix>\X"; separators become backslashes.
+// "<prefix>\fs\X", as on POSIX; separators become backslashes.
 std::wstring SystemPath(std::u16string_view name);
 
 }  // namespace kp::platform::win32dev

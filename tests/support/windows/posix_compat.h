@@ -1,9 +1,13 @@
 // The few POSIX calls the tests make, on Windows (mingw-w64): force-included
 // in the Windows test executables only, so the tests keep one source.
-// Environment changes go through _putenv_s, which the library's getenv sees.
+// Environment changes reach both the C runtime and the process environment.
 #pragma once
 
 #ifdef _WIN32
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
 #include <direct.h>
 #include <io.h>
 #include <process.h>
@@ -25,9 +29,12 @@ static inline struct tm* gmtime_r(const time_t* t, struct tm* out) { return gmti
 
 static inline int setenv(const char* name, const char* value, int overwrite) {
   if (!overwrite && getenv(name)) return 0;
-  return _putenv_s(name, value) == 0 ? 0 : -1;
+  // Both the C runtime's copy and the process's own, which the library reads.
+  return _putenv_s(name, value) == 0 && SetEnvironmentVariableA(name, value) ? 0 : -1;
 }
-static inline int unsetenv(const char* name) { return _putenv_s(name, "") == 0 ? 0 : -1; }
+static inline int unsetenv(const char* name) {
+  return _putenv_s(name, "") == 0 && SetEnvironmentVariableA(name, NULL) ? 0 : -1;
+}
 
 // The trailing XXXXXX replaced until a new directory can be made.
 static inline char* mkdtemp(char* pattern) {
