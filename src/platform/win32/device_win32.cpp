@@ -33,8 +33,10 @@ std::wstring StateDirectory() {
   return Backslashes(local.empty() ? L"." : local) + L"\\kp160std\\device";
 }
 
-bool EnsureStateDirectory() {
-  const std::wstring dir = StateDirectory();
+namespace {
+
+// Makes `dir` and its missing parents; true when it is a directory after.
+bool EnsureDirectory(const std::wstring& dir) {
   // Each missing parent in turn; the drive and the existing parents stay.
   for (size_t at = dir.find(L'\\', 1); ; at = dir.find(L'\\', at + 1)) {
     const std::wstring part = at == std::wstring::npos ? dir : dir.substr(0, at);
@@ -47,16 +49,20 @@ bool EnsureStateDirectory() {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+}  // namespace
+
+bool EnsureStateDirectory() { return EnsureDirectory(StateDirectory()); }
+
 std::wstring SystemPath(std::u16string_view name) {
   std::wstring out(name.begin(), name.end());
   for (auto& c : out)
     if (c == L'/') c = L'\\';
-  // A device path: one leading backslash, not a UNC name ("\\server").
   const std::wstring prefix = FilePrefix();
   if (prefix.empty()) return out;
-  // Under a prefix, as on POSIX: only rooted names, and no "." or ".." that
-  // could leave the prefix. A refused name is the empty path, which the
-  // system refuses with "path not found".
+  // Under a prefix, as on POSIX: only rooted names (one leading backslash,
+  // not a UNC name "\\server"), and no "." or ".." that could leave the
+  // prefix. A refused name is the empty path, which the system refuses with
+  // "path not found".
   const bool rooted = !out.empty() && out[0] == L'\\' && (out.size() == 1 || out[1] != L'\\');
   if (!rooted) return {};
   for (size_t start = 1; start <= out.size();) {
@@ -66,7 +72,10 @@ std::wstring SystemPath(std::u16string_view name) {
     if (part == L"." || part == L"..") return {};
     start = end + 1;
   }
-  return prefix + L"\\fs" + out;
+  // The device's file system is made on first use, as on POSIX.
+  const std::wstring root = prefix + L"\\fs";
+  if (GetFileAttributesW(root.c_str()) == INVALID_FILE_ATTRIBUTES) EnsureDirectory(root);
+  return root + out;
 }
 
 }  // namespace kp::platform::win32dev
