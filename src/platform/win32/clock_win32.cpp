@@ -77,7 +77,11 @@ bool SetLocalTime(const SystemTime& t) {
     return false;
   }
   const int64_t target = static_cast<int64_t>((static_cast<uint64_t>(wanted.dwHighDateTime) << 32) | wanted.dwLowDateTime);
-  if (!win32dev::EnsureStateDirectory() || !WriteOffset((target - HostFileTime()) / 10000)) {
+  // Rounded up to the millisecond: a read right after the change never gives
+  // a time before the one set (10:30:00 read back as 10:29:59.999).
+  const int64_t ticks = target - HostFileTime();
+  const int64_t offset = ticks / 10000 + (ticks % 10000 > 0 ? 1 : 0);
+  if (!win32dev::EnsureStateDirectory() || !WriteOffset(offset)) {
     SetLastError(win32::kAccessDenied);
     return false;
   }

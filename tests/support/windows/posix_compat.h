@@ -4,10 +4,6 @@
 #pragma once
 
 #ifdef _WIN32
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
 #include <direct.h>
 #include <io.h>
 #include <process.h>
@@ -26,6 +22,13 @@
 
 static inline struct tm* localtime_r(const time_t* t, struct tm* out) { return localtime_s(out, t) == 0 ? out : NULL; }
 static inline struct tm* gmtime_r(const time_t* t, struct tm* out) { return gmtime_s(out, t) == 0 ? out : NULL; }
+
+// Declared here rather than through <windows.h>, whose macros (CopyFile,
+// CreateFile, ...) would rename the functions the tests call.
+#ifdef __cplusplus
+extern "C"
+#endif
+__declspec(dllimport) int __stdcall SetEnvironmentVariableA(const char* name, const char* value);
 
 static inline int setenv(const char* name, const char* value, int overwrite) {
   if (!overwrite && getenv(name)) return 0;
