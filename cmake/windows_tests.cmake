@@ -93,9 +93,6 @@ set(KP_WINDOWS_GAPS
   TempFiles.NamesAreFreshAndLeaveNothing TempFiles.OpenTempFileGivesAHandle
   # Windows-1252's undefined bytes: MultiByteToWideChar gives C1 controls, not U+FFFD.
   TextFiles.CodePageRoundTrips
-  # INI files and parameters written under a directory the device lacks.
-  IniFiles.ReadAndWriteThroughTheDevice ParamStore.IniRoundTripsSkipUnchangedAndSubSections
-  ParamStore.LargeIniFileWarnsThroughTheTrace
   # Registry texts: the terminating zero by index, and writing at a missing index.
   RegistryWrite.TextCarriesItsZeroByNameButNotByIndex RegistryWrite.NoValueAtTheIndexWritesNothing)
 list(JOIN KP_WINDOWS_GAPS ":" KP_WINDOWS_GAP_FILTER)
