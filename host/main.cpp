@@ -7,9 +7,7 @@
 //   kp help NAME
 //
 // The library is found beside the host (../libkp160std.so from the host's
-// directory) unless KP_LIBRARY names it.
-#include <unistd.h>
-
+// directory; KP160STD.DLL on Windows) unless KP_LIBRARY names it.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +19,7 @@
 #include <vector>
 
 #include "eval.h"
+#include "os.h"
 #include "prompt.h"
 #include "script_eval.h"
 #include "script_parser.h"
@@ -49,16 +48,16 @@ int Usage(int status) {
 
 std::string LibraryPath() {
   if (const char* path = std::getenv("KP_LIBRARY"); path && *path) return path;
-  char self[4096];
-  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
-  if (n <= 0) return "libkp160std.so." + std::to_string(KP160STD_VERSION_MAJOR);
-  std::string dir(self, static_cast<size_t>(n));
-  dir = dir.substr(0, dir.rfind('/'));
-  const std::string parent = dir.substr(0, dir.rfind('/'));
-  for (const std::string& candidate : {parent + "/libkp160std.so", dir + "/libkp160std.so"})
-    if (access(candidate.c_str(), R_OK) == 0) return candidate;
-  // Installed: the library's SONAME, found where the system keeps libraries.
-  return "libkp160std.so." + std::to_string(KP160STD_VERSION_MAJOR);
+  // Beside the host, or one directory up (build/<preset>/host/kp beside
+  // build/<preset>/<library>).
+  const std::string dir = os::ProgramDirectory();
+  if (dir.empty()) return os::kLibraryName;
+  const size_t slash = dir.find_last_of(os::kSeparators);
+  const std::string parent = slash == std::string::npos ? dir : dir.substr(0, slash);
+  for (const std::string& candidate : {parent + "/" + os::kLibraryName, dir + "/" + os::kLibraryName})
+    if (os::FileReadable(candidate)) return candidate;
+  // Installed: the name the system's loader finds (the SONAME on POSIX).
+  return os::kInstalledLibraryName;
 }
 
 int32_t DefaultLanguage() {
@@ -179,7 +178,7 @@ int Repl(std::vector<std::string> args) {
   if (!TakeLanguage(args, language) || !args.empty()) return Usage(2);
   auto lib = Open(language);
   if (!lib) return 2;
-  if (!isatty(STDIN_FILENO)) {
+  if (!os::StdinIsTerminal()) {
     // Piped in: the lines are a script, without prompts or editing.
     std::ostringstream in;
     in << std::cin.rdbuf();
@@ -236,9 +235,11 @@ int Help(const std::string& name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return Repl({});
-  const std::string command = argv[1];
-  std::vector<std::string> rest(argv + 2, argv + argc);
+  os::PrepareStandardStreams();
+  const std::vector<std::string> arguments = os::Arguments(argc, argv);
+  if (arguments.size() < 2) return Repl({});
+  const std::string command = arguments[1];
+  std::vector<std::string> rest(arguments.begin() + 2, arguments.end());
   if (command == "eval") return Eval(rest);
   if (command == "run") return Run(rest);
   if (command == "repl") return Repl(rest);

@@ -1,4 +1,6 @@
-// kp — the interactive prompt (see prompt.h).
+// kp — the interactive prompt on POSIX: GNU readline for editing, history and
+// completion of names, SIGINT to abandon a line or stop a statement, and the
+// posted calls run while readline waits for a key.
 #include "prompt.h"
 
 #include <readline/history.h>
@@ -14,19 +16,14 @@
 #include <string>
 #include <vector>
 
-#include "eval.h"
-#include "script_eval.h"
-#include "script_parser.h"
+#include "prompt_session.h"
 #include "text.h"
 
 namespace kphost {
 namespace {
 
-constexpr const char* kPrompt = "kp> ";
-constexpr const char* kMore = "..> ";
-
 // Readline's hooks are plain functions: the session they serve.
-Interpreter* gInterpreter = nullptr;
+PromptSession* gSession = nullptr;
 Library* gLibrary = nullptr;
 std::atomic<bool> gStop{false};
 volatile sig_atomic_t gReading = 0;
@@ -44,7 +41,7 @@ void OnInterrupt(int) {
   if (write(STDOUT_FILENO, "\n", 1) < 0) return;
   rl_on_new_line();
   rl_replace_line("", 0);
-  rl_set_prompt(kPrompt);
+  rl_set_prompt(PromptSession::kPrompt);
   rl_redisplay();
 }
 
@@ -69,9 +66,9 @@ char* NextName(const char* text, int state) {
   if (state == 0) {
     index = 0;
     folded = FoldName(text);
-    std::set<std::string> names(gNames.begin(), gNames.end());
-    for (const auto& [name, proc] : gInterpreter->procedures()) names.insert(proc->name);
-    for (const auto& [name, value] : gInterpreter->globals()) names.insert(name);
+    std::set<std::string> names(gSession->names().begin(), gSession->names().end());
+    for (const auto& [name, proc] : gSession->interpreter().procedures()) names.insert(proc->name);
+    for (const auto& [name, value] : gSession->interpreter().globals()) names.insert(name);
     gNames.assign(names.begin(), names.end());
   }
   while (index < gNames.size()) {
@@ -92,36 +89,13 @@ std::string HistoryFile() {
   return home && *home ? std::string(home) + "/.kp_history" : std::string();
 }
 
-void Help() {
-  std::printf(
-      "Type a KL statement: a call (DateSys(), EstPair(4)), x = 1 + 2, or a block\n"
-      "(IF/SI, WHILE/TANTQUE, FOR/POUR, PROCEDURE) ended by END/FIN. Tab completes\n"
-      "names. Results and error records are shown after each statement.\n"
-      "  :quit   leave (or Ctrl-D)      Ctrl-C   abandon the line, or stop a statement\n"
-      "The language: docs/scripts.md.\n");
-}
-
 }  // namespace
 
 int Prompt(Library& library) {
-  Interpreter interpreter(library);
-  interpreter.trace = [](const std::string& line) { std::printf("%s\n", line.c_str()); };
-  interpreter.onLibraryError = [](const ErrorState& error, const std::string& where) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: %s\n", where.c_str(), DescribeError(error).c_str());
-  };
-  interpreter.stop = &gStop;
-  gInterpreter = &interpreter;
+  PromptSession session(library, &gStop);
+  gSession = &session;
   gLibrary = &library;
   gNames.clear();
-  for (const auto& f : library.functions()) {
-    gNames.push_back(f.french);
-    gNames.push_back(f.english);
-  }
-  for (const auto* k : {"IF", "THEN", "ELSE", "END", "WHILE", "FOR", "TO", "STEP", "PROCEDURE", "RETURN", "AND",
-                        "OR", "NOT", "True", "False", "SI", "ALORS", "SINON", "FIN", "TANTQUE", "POUR", "RENVOYER",
-                        "ET", "OU", "PAS", "Vrai", "Faux", "Trace", "Wait", "Attends"})
-    gNames.push_back(k);
 
   rl_readline_name = "kp";
   rl_attempted_completion_function = Complete;
@@ -140,13 +114,12 @@ int Prompt(Library& library) {
   if (!history.empty()) read_history(history.c_str());
 
   std::printf("kp: KL prompt, %zu library functions. :help for help, Ctrl-D to leave.\n", library.functions().size());
-  std::string chunk;
   for (;;) {
     gReading = 1;
-    char* raw = readline(chunk.empty() ? kPrompt : kMore);
+    char* raw = readline(session.Continuing() ? PromptSession::kMore : PromptSession::kPrompt);
     gReading = 0;
     if (gAbandoned) {
-      chunk.clear();
+      session.Abandon();
       gAbandoned = 0;
     }
     if (!raw) {
@@ -156,41 +129,11 @@ int Prompt(Library& library) {
     std::string line(raw);
     std::free(raw);
     if (line.find_first_not_of(" \t") != std::string::npos) add_history(line.c_str());
-    if (chunk.empty()) {
-      const auto first = line.find_first_not_of(" \t");
-      const std::string command = first == std::string::npos ? "" : line.substr(first, line.find_last_not_of(" \t") + 1 - first);
-      if (command == ":quit" || command == ":q") break;
-      if (command == ":help") {
-        Help();
-        continue;
-      }
-      if (command.empty()) continue;
-    }
-    chunk += line + "\n";
-    Script script;
-    try {
-      script = Parse(chunk, "");
-    } catch (const ScriptError& e) {
-      if (e.incomplete()) continue;  // more lines to come
-      std::fprintf(stderr, "%s\n", e.Describe().c_str());
-      chunk.clear();
-      continue;
-    }
-    chunk.clear();
-    gStop = false;
-    try {
-      const Value v = interpreter.Run(script);
-      std::fflush(stdout);
-      if (v.type != KL_T_NONE) std::printf("%s\n", Display(v).c_str());
-    } catch (const ScriptError& e) {
-      std::fflush(stdout);
-      std::fprintf(stderr, "%s\n", e.Describe().c_str());
-    }
-    std::fflush(stdout);
+    if (session.Feed(line) == PromptSession::Fed::Quit) break;
   }
   if (!history.empty()) write_history(history.c_str());
   sigaction(SIGINT, &previous, nullptr);
-  gInterpreter = nullptr;
+  gSession = nullptr;
   gLibrary = nullptr;
   return 0;
 }

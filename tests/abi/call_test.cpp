@@ -116,6 +116,9 @@ TEST(Call, HostileArgumentsNeverCrash) {
 }
 
 TEST(Call, HostCommandLine) {
+#ifdef _WIN32
+  GTEST_SKIP() << "POSIX by nature: a sh command line with single quotes; kp.exe --json is compared with kp by ./kp test";
+#endif
   // The JSON form is what tools build on: one object per expression.
   const std::string command = std::string(KP_HOST_PATH) + " eval --json 'EstPair(4)' 'x = DateSys()' 'EstImpair(\"a\")' 2>&1";
   FILE* pipe = popen(command.c_str(), "r");

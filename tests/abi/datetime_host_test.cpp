@@ -30,6 +30,9 @@ KpRun Kp(const std::string& prefix, const std::string& arguments) {
 }
 
 TEST(DateHost, RefusedClockChangeIsASystemError) {
+#ifdef _WIN32
+  GTEST_SKIP() << "POSIX by nature: an environment assignment before the command on a sh command line";
+#endif
   const auto prefix = std::filesystem::temp_directory_path() / ("kp-dt-host-" + std::to_string(::getpid()));
   std::filesystem::create_directories(prefix);
   const KpRun json = Kp(prefix.string(), "eval --json 'DateSys(\"15000229\")' 'DateSys()'");

@@ -86,6 +86,21 @@ TEST_F(FilesThroughTheHost, LayerFailuresShowTheirMessageInBothLanguages) {
   }
 }
 
+// A new prefix has no file system yet: the first call makes it, and a
+// missing file in it is "file not found" (2), not "path not found" (3).
+TEST_F(FilesThroughTheHost, AFreshPrefixGetsItsFileSystemOnFirstUse) {
+  std::filesystem::remove_all(dir_ + "/fs");
+  auto lib = kp::abi::Load();
+  ASSERT_TRUE(lib);
+  const Outcome missing = Eval(*lib, R"(fOuvre("/missing.txt", foLecture))");
+  EXPECT_EQ(missing.value.integer, -1);
+  EXPECT_EQ(missing.error.systemError, 2u);
+  kphost::Evaluator evaluator(*lib);
+  ASSERT_GE(evaluator.Evaluate(R"(h = fCrée("/new.txt"))").value.integer, 2);
+  evaluator.Evaluate("fFerme(h)");
+  EXPECT_TRUE(Exists("new.txt"));
+}
+
 TEST_F(FilesThroughTheHost, ReadFailuresAnswerTheEmptyText) {
   Put("data.bin", "abc");
   auto lib = kp::abi::Load();

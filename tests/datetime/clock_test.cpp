@@ -42,7 +42,7 @@ class DateClock : public ::testing::Test {
     const char* prefix = std::getenv("KP_PREFIX");
     saved_ = prefix ? prefix : "";
     dir_ = std::filesystem::temp_directory_path() / ("kp-dt-clock-" + std::to_string(::getpid()));
-    setenv("KP_PREFIX", dir_.c_str(), 1);
+    setenv("KP_PREFIX", dir_.string().c_str(), 1);
   }
   void TearDown() override {
     if (saved_.empty()) unsetenv("KP_PREFIX");

@@ -1,5 +1,5 @@
 // kp160std — the ANSI code page on Windows: the system's conversions.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <cstdlib>
 #include <string>

@@ -1,37 +1,21 @@
 // kp160std — the device's file system on Windows: the machine's own, through
 // the Win32 file API (see platform/filesystem.h).
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <memory>
 #include <string>
 
 #include "platform/filesystem.h"
+#include "platform/win32/device_win32.h"
 #include "platform/win32_errors.h"
 
-// The API's ANSI/Unicode macros would rename the functions of the seam.
-#undef CreateFile
-#undef CopyFile
-#undef MoveFile
-#undef DeleteFile
-#undef CreateDirectory
-#undef RemoveDirectory
-#undef FindFirstFile
-#undef FindNextFile
-#undef GetTempPath
-#undef GetTempFileName
-#undef GetFileAttributes
-#undef SetFileAttributes
 
 namespace kp::platform::fs {
 
 namespace {
 
-std::wstring Wide(std::u16string_view name) {
-  std::wstring out(name.begin(), name.end());
-  for (auto& c : out)
-    if (c == L'/') c = L'\\';
-  return out;
-}
+// The name as the system sees it: under the device prefix when there is one.
+std::wstring Wide(std::u16string_view name) { return win32dev::SystemPath(name); }
 
 int64_t FromFileTime(const FILETIME& t) {
   return static_cast<int64_t>((static_cast<uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime);

@@ -1,7 +1,7 @@
 // kp160std — HTTP GET through WinHTTP. A session is opened per request and
 // closed after it, so no connection outlives the call (and none idle longer
 // than the seam's 5000 ms is reused).
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 #include <winhttp.h>
 
 #include <cstdlib>

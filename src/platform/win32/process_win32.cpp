@@ -7,13 +7,10 @@
 // library; only the snapshots fail. PSAPI is loaded the same way when the
 // system is of the NT family. Every library loaded here is released before
 // the call returns.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <shellapi.h>
 #include <tlhelp32.h>
-// The seam's names, not the API's character-set macros.
-#undef CreateProcess
-#undef ShellExecute
 
 #include <algorithm>
 #include <string>
@@ -183,6 +180,13 @@ ProcessHandle OpenProcess(uint32_t access, uint32_t processId) {
 }
 
 bool TerminateProcess(ProcessHandle process, uint32_t exitCode) {
+  // Never the VM itself nor the system's own processes, as on POSIX: the
+  // program that wants to end ends on its own.
+  const DWORD id = ::GetProcessId(H(process));
+  if (id != 0 && (id == ::GetCurrentProcessId() || id <= 4)) {
+    ::SetLastError(ERROR_ACCESS_DENIED);
+    return false;
+  }
   return ::TerminateProcess(H(process), exitCode) != 0;
 }
 

@@ -1,7 +1,7 @@
 // kp160std — randomness on Windows: identifiers from ole32's CoCreateGuid,
 // loaded for the call and unloaded again so that the library does not keep
 // COM's DLL mapped (the runtime generator is common/rand.cpp).
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <cstring>
 

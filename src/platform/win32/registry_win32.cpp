@@ -1,12 +1,13 @@
 // kp160std — the registry seam on Windows: the Reg* calls themselves, and the
 // INI engine's whole files from the root of the current drive.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <algorithm>
 #include <string>
 #include <vector>
 
 #include "platform/registry.h"
+#include "platform/win32/device_win32.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::reg {
@@ -25,15 +26,15 @@ HKEY ToHkey(HKey key) {
 
 std::wstring Wide(std::u16string_view s) { return std::wstring(s.begin(), s.end()); }
 
+// A device file (INI files, parameters) as the system sees it: under the
+// device prefix when there is one, as every other file.
 std::wstring WidePath(std::string_view path) {
   // The path is ASCII-checked UTF-8 from the INI engine; widen it as UTF-8.
-  std::wstring out = L"\\";
   const int n = MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), nullptr, 0);
-  std::wstring rest(static_cast<size_t>(n), L'\0');
-  if (n) MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), rest.data(), n);
-  for (auto& c : rest)
-    if (c == L'/') c = L'\\';
-  return out + rest;
+  std::u16string name(static_cast<size_t>(n > 0 ? n : 0) + 1, u'\\');
+  if (n > 0)
+    MultiByteToWideChar(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), reinterpret_cast<wchar_t*>(&name[1]), n);
+  return win32dev::SystemPath(name);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // kp160std — the VM's thread-local slot on Windows: the index is a TlsAlloc
 // index. TlsGetValue sets the last error even on success; the caller's last
 // error is kept.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include "platform/tls.h"
 

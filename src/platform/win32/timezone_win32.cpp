@@ -1,7 +1,7 @@
 // kp160std — time zone and locale on Windows: the zone record from
 // GetTimeZoneInformation (its bias decision is common/zone_record.cpp),
 // GetDateFormatW and GetLocaleInfoW.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <string>
 

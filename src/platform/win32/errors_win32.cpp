@@ -1,5 +1,6 @@
-// kp160std — the Win32 backend: the device is the machine itself.
-#include <windows.h>
+// kp160std — last error and system error texts on Windows: the thread's own
+// last error and FormatMessageW's texts.
+#include "platform/win32/windows_api.h"
 
 #include <string>
 
@@ -24,23 +25,5 @@ std::u16string SystemErrorText(uint32_t code, int32_t languageCode) {
   while (!out.empty() && (out.back() == u'\n' || out.back() == u'\r')) out.pop_back();
   return out;
 }
-
-void* FindSymbol(uintptr_t module, const char* name) {
-  if (!module || !name) return nullptr;
-  return reinterpret_cast<void*>(GetProcAddress(reinterpret_cast<HMODULE>(module), name));
-}
-
-SystemTime GetLocalTime() {
-  SYSTEMTIME st;
-  ::GetLocalTime(&st);
-  return {st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds};
-}
-
-bool SetLocalTime(const SystemTime& t) {
-  SYSTEMTIME st{t.year, t.month, t.dayOfWeek, t.day, t.hour, t.minute, t.second, t.milliseconds};
-  return ::SetLocalTime(&st) != 0;
-}
-
-uint32_t TickCount() { return ::GetTickCount(); }
 
 }  // namespace kp::platform

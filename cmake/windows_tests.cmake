@@ -1,0 +1,104 @@
+# The tests as Windows executables (64-bit mingw-w64), run under Wine by ctest
+# (the toolchain's CMAKE_CROSSCOMPILING_EMULATOR). GoogleTest is built from
+# Debian's sources in /usr/src/googletest with the same cross compiler.
+#
+# Wine runs headless in a throw-away prefix inside the build folder; ./kp test
+# stops its wineserver when the stage ends.
+set(BUILD_GMOCK OFF CACHE BOOL "" FORCE)
+set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+add_subdirectory(/usr/src/googletest/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+# Debian's build of GoogleTest warns about its own code under -Wall.
+target_compile_options(gtest PRIVATE -w)
+target_compile_options(gtest_main PRIVATE -w)
+
+set(KP_WINE_PREFIX ${CMAKE_BINARY_DIR}/wineprefix)
+set(KP_WINE_ENVIRONMENT "WINEPREFIX=${KP_WINE_PREFIX}" "WINEDEBUG=-all" "DISPLAY=" "WAYLAND_DISPLAY=")
+# Paths as a Windows program sees them: Wine's Z: drive is the Linux root.
+set(KP_Z "Z:")
+
+# Every run starts from a new prefix: the registry under Wine is the prefix's
+# own, and the tests expect a registry no earlier run has written to.
+add_test(NAME WindowsFreshWinePrefix
+         COMMAND sh -c "WINEPREFIX='${KP_WINE_PREFIX}' wineserver -k 2>/dev/null; rm -rf '${KP_WINE_PREFIX}'")
+set_tests_properties(WindowsFreshWinePrefix PROPERTIES FIXTURES_SETUP WinePrefix)
+
+# The POSIX calls the tests make (setenv, mkdtemp, dlopen, the exit status of
+# pclose) on Windows: force-included and found before the system headers.
+set(KP_TEST_COMPAT -include ${CMAKE_CURRENT_SOURCE_DIR}/support/windows/posix_compat.h)
+
+# ABI tests: the built DLL loaded through the host, as a VM on Windows does.
+add_library(kp_test_hook SHARED abi/hook_module.c)
+set_target_properties(kp_test_hook PROPERTIES PREFIX "")
+file(GLOB KP_ABI_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/abi/*.cpp)
+add_executable(kp_abi_tests ${KP_ABI_SOURCES})
+target_include_directories(kp_abi_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support/windows)
+target_compile_options(kp_abi_tests PRIVATE ${KP_TEST_COMPAT})
+target_link_libraries(kp_abi_tests PRIVATE kphost gtest gtest_main)
+target_link_options(kp_abi_tests PRIVATE -static)
+set_target_properties(kp_abi_tests PROPERTIES ENABLE_EXPORTS ON)
+target_compile_definitions(kp_abi_tests PRIVATE
+  KP_LIBRARY_PATH="${KP_Z}$<TARGET_FILE:kp160std>"
+  KP_HOOK_PATH="${KP_Z}$<TARGET_FILE:kp_test_hook>"
+  KP_HOST_PATH="${KP_Z}$<TARGET_FILE:kp>"
+  KP_MINGW_DLL_PATH="${KP_Z}${PROJECT_SOURCE_DIR}/build/mingw/KP160STD.DLL")
+add_dependencies(kp_abi_tests kp160std kp_test_hook kp)
+# One ctest entry per executable: discovering the cases would start Wine once
+# more for every build.
+add_test(NAME WindowsAbiTests COMMAND kp_abi_tests --gtest_brief=1)
+set_tests_properties(WindowsAbiTests PROPERTIES FIXTURES_REQUIRED WinePrefix ENVIRONMENT "${KP_WINE_ENVIRONMENT};KP_PREFIX=${KP_Z}${CMAKE_CURRENT_BINARY_DIR}/device-abi" TIMEOUT 900)
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/device-abi)
+
+# Unit tests: the families and the Win32 backend called directly. Left out,
+# each for its reason:
+#   platform/beneath, device_prefix, errno_map, nonregular, swap_escape,
+#     walk_loop: the POSIX backend's own machinery (openat beneath the
+#     device root, the errno map, symbolic links, FIFOs);
+#   files/filesystem_test: the POSIX backend's name resolution (posix/ headers);
+#   files/read_ahead_test: a writer in a forked child (fork, pwrite);
+#   datetime/zone_test: FIFOs as zone files and struct tm's tm_gmtoff;
+#   registry/registry_test, whole_key_test, deletion_loops_test: they read
+#     the POSIX registry's SQLite database (on Windows the registry is the
+#     system's);
+#   registry/ini_safety_test: symbolic links, FIFOs, flock and forked writers;
+#   update/update_test: its HTTP server runs in a forked child;
+#   platform/named_objects, files/shared_memory*, system/*: owned by their
+#     own engineers' Windows work, not built for Windows yet.
+file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
+  ${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/component/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/datetime/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/files/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/registry/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/update/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/encoding/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/project/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp)
+list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX
+     "/(files/(filesystem|read_ahead|shared_memory[a-z_]*)|datetime/zone|registry/(registry|whole_key|deletion_loops|ini_safety)|update/update)_test\\.cpp$")
+add_executable(kp_unit_tests ${KP_WINDOWS_UNIT_SOURCES} ${PROJECT_SOURCE_DIR}/host/error_record.cpp)
+target_include_directories(kp_unit_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host
+                           ${CMAKE_CURRENT_SOURCE_DIR}/support/windows)
+target_compile_options(kp_unit_tests PRIVATE ${KP_TEST_COMPAT})
+target_link_libraries(kp_unit_tests PRIVATE kp160std_objects gtest gtest_main z)
+target_link_options(kp_unit_tests PRIVATE -static)
+# Known gaps of the Win32 backend, each listed in docs/windows.md; they run in
+# WindowsUnitTestsKnownGaps, which is expected to fail until they are closed.
+set(KP_WINDOWS_GAPS
+  # Wine's own message texts differ from Windows' (docs/windows.md).
+  ErrorTest.EnglishProgramsReadEnglishTexts ErrorTest.OutOfMemoryStartsAFreshRecord
+  # The zone is the system's (GetTimeZoneInformation): TZ set by a test is not seen.
+  DateTimeZone.CentralEuropeAcrossBothChanges DateTimeZone.NewYorkAndFailures
+  # Read-only files, archive attribute, temporary files under the prefix.
+  FileIo.ReadOnlyFileOpensForReadingOnlyAndWriteOnlyRetry PathFunctions.AttributesAndDates
+  TempFiles.NamesAreFreshAndLeaveNothing TempFiles.OpenTempFileGivesAHandle
+  # Windows-1252's undefined bytes: MultiByteToWideChar gives C1 controls, not U+FFFD.
+  TextFiles.CodePageRoundTrips
+  # Registry texts: the terminating zero by index, and writing at a missing index.
+  RegistryWrite.TextCarriesItsZeroByNameButNotByIndex RegistryWrite.NoValueAtTheIndexWritesNothing)
+list(JOIN KP_WINDOWS_GAPS ":" KP_WINDOWS_GAP_FILTER)
+add_test(NAME WindowsUnitTests COMMAND kp_unit_tests --gtest_brief=1 --gtest_filter=-${KP_WINDOWS_GAP_FILTER})
+add_test(NAME WindowsUnitTestsKnownGaps COMMAND kp_unit_tests --gtest_brief=1 --gtest_filter=${KP_WINDOWS_GAP_FILTER})
+set_tests_properties(WindowsUnitTestsKnownGaps PROPERTIES WILL_FAIL ON FIXTURES_REQUIRED WinePrefix
+  ENVIRONMENT "${KP_WINE_ENVIRONMENT};KP_PREFIX=${KP_Z}${CMAKE_CURRENT_BINARY_DIR}/device-gaps" TIMEOUT 300)
+set_tests_properties(WindowsUnitTests PROPERTIES FIXTURES_REQUIRED WinePrefix
+  ENVIRONMENT "${KP_WINE_ENVIRONMENT};KP_PREFIX=${KP_Z}${CMAKE_CURRENT_BINARY_DIR}/device" TIMEOUT 900)
