@@ -77,6 +77,11 @@ TEST(diffCree, SmallEditsInALargeBufferGiveASmallPatch) {
   Bytes out;
   ASSERT_EQ(enc::ApplyPatch(a, packed, &out), enc::PatchStatus::kOk);
   EXPECT_EQ(out, b);
+  // The documented example: header, one copy of 31, the 8 new bytes.
+  const std::string o = "Bonjour tout le monde, comment allez-vous ?", r = "Bonjour tout le monde, comment vas-tu ?";
+  const Bytes example = enc::MakePatch(Bytes(o.begin(), o.end()), Bytes(r.begin(), r.end()), false);
+  EXPECT_EQ(example.size(), 37u);
+  EXPECT_EQ(Bytes(example.begin() + 24, example.begin() + 29), (Bytes{1, 0, 31, 0, 8}));
   // Identical buffers: the header and one copy.
   EXPECT_LT(enc::MakePatch(a, a, false).size(), 40u);
 }
