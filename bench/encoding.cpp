@@ -148,7 +148,10 @@ void BM_CrypteKeyDerivation(benchmark::State& state) {
 
 BENCHMARK(BM_AesGcm_Gcrypt)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CrypteSealWithKey)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_CrypteKeyDerivation)->Arg(kp::encoding::kFastIterations)->Arg(kp::encoding::kSecureIterations)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CrypteKeyDerivation)
+    ->Arg(kp::encoding::kFastIterations)
+    ->Arg(kp::encoding::kSecureIterations)
+    ->Unit(benchmark::kMillisecond);
 
 std::pair<std::vector<uint8_t>, std::vector<uint8_t>> OnePercentChanged() {
   auto a = Bytes(1 << 20);
