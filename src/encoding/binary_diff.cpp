@@ -134,15 +134,25 @@ Bytes MakePatch(std::span<const uint8_t> original, std::span<const uint8_t> resu
     }
     size_t start = p, from = static_cast<size_t>(q);
     while (start > literal && from > 0 && r[start - 1] == o[from - 1]) --start, --from;
-    const size_t length = (p - start) + kBlock +
-                          CommonForward(r + p + kBlock, o + q + kBlock, std::min(n - p - kBlock, m - static_cast<size_t>(q) - kBlock));
+    const size_t length =
+        (p - start) + kBlock +
+        CommonForward(r + p + kBlock, o + q + kBlock, std::min(n - p - kBlock, m - static_cast<size_t>(q) - kBlock));
     ins.Add(result.subspan(literal, start - literal));
     ins.Copy(from, length);
     diagonal = static_cast<int64_t>(from) - static_cast<int64_t>(start);
     p = start + length;
     literal = p;
   }
-  ins.Add(result.subspan(literal));
+  // The tail is too short to index: a change near the end leaves the
+  // original's last bytes there, which a copy takes for a few bytes.
+  size_t suffix = 0;
+  while (suffix < n - literal && suffix < m && r[n - 1 - suffix] == o[m - 1 - suffix]) ++suffix;
+  if (suffix >= 8) {
+    ins.Add(result.subspan(literal, n - literal - suffix));
+    ins.Copy(m - suffix, suffix);
+  } else {
+    ins.Add(result.subspan(literal));
+  }
 
   Bytes patch(kMagic, kMagic + 4);
   patch.push_back(kVersion);
@@ -188,7 +198,8 @@ PatchStatus ApplyPatch(std::span<const uint8_t> original, std::span<const uint8_
     const uint8_t op = body[at++];
     uint64_t a, b;
     if (op == kAdd) {
-      if (!GetVarint(body, &at, &a) || a == 0 || a > body.size() - at || a > n - out.size()) return PatchStatus::kDamaged;
+      if (!GetVarint(body, &at, &a) || a == 0 || a > body.size() - at || a > n - out.size())
+        return PatchStatus::kDamaged;
       out.insert(out.end(), body.begin() + static_cast<ptrdiff_t>(at), body.begin() + static_cast<ptrdiff_t>(at + a));
       at += a;
     } else if (op == kCopy) {

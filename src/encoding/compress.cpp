@@ -64,8 +64,10 @@ InflateStatus Inflate(std::span<const uint8_t> stream, size_t limit, Bytes* out)
           z.avail_out = 1;
           r = inflate(&z, Z_NO_FLUSH);
         } while (r == Z_OK && z.avail_out == 1);
-        if (z.avail_out == 0) status = InflateStatus::kTooLarge;
-        else if (r != Z_STREAM_END) status = InflateStatus::kDamaged;
+        if (z.avail_out == 0)
+          status = InflateStatus::kTooLarge;
+        else if (r != Z_STREAM_END)
+          status = InflateStatus::kDamaged;
         break;
       }
       out->resize(std::min(limit, out->size() * 2));

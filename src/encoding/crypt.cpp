@@ -156,8 +156,7 @@ OpenStatus Open(std::span<const uint8_t> container, std::string_view password, B
   Cipher c(key.bytes, h + 28);
   const size_t n = container.size() - kHeaderSize - kTagSize;
   Bytes plain(n);
-  if (gcry_cipher_authenticate(c.h, h, kHeaderSize) ||
-      gcry_cipher_decrypt(c.h, plain.data(), n, h + kHeaderSize, n))
+  if (gcry_cipher_authenticate(c.h, h, kHeaderSize) || gcry_cipher_decrypt(c.h, plain.data(), n, h + kHeaderSize, n))
     throw std::bad_alloc();
   // The plain bytes are handed out only once the tag has been checked.
   if (gcry_cipher_checktag(c.h, h + kHeaderSize + n, kTagSize) != 0) {
@@ -178,8 +177,8 @@ std::u16string Crypt(ExecContext* context, std::u16string_view text, std::u16str
   Bytes container;
   if (method & kCryptAnsi) {
     const std::string ansi = ToEightBit(text);
-    container = Seal({reinterpret_cast<const uint8_t*>(ansi.data()), ansi.size()}, kKindAnsi, ToUtf8(password),
-                     iterations);
+    container =
+        Seal({reinterpret_cast<const uint8_t*>(ansi.data()), ansi.size()}, kKindAnsi, ToUtf8(password), iterations);
   } else {
     container = Seal(AsBytes(text), kKindUtf16, ToUtf8(password), iterations);
   }

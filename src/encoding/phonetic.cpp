@@ -47,7 +47,7 @@ std::string Soundex2(std::u16string_view text) {
   if (s.size() == 1) return s + "   ";
   // 1. Primary groups, each over the whole word in this order.
   static constexpr std::pair<std::string_view, std::string_view> kPrimary[] = {
-      {"GUI", "KI"}, {"GUE", "KE"}, {"GA", "KA"}, {"GO", "KO"}, {"GU", "K"},  {"CA", "KA"},
+      {"GUI", "KI"}, {"GUE", "KE"}, {"GA", "KA"}, {"GO", "KO"}, {"GU", "K"}, {"CA", "KA"},
       {"CO", "KO"},  {"CU", "KU"},  {"Q", "K"},   {"CC", "K"},  {"CK", "K"}};
   for (auto [from, to] : kPrimary) ReplaceAll(&s, from, to);
   // 2. Every vowel but Y, except the first letter, becomes A.

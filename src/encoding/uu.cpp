@@ -21,7 +21,9 @@ int Dec(char16_t c) {
   return (c - 32) & 63;
 }
 
-bool StartsWith(std::u16string_view line, std::u16string_view prefix) { return line.substr(0, prefix.size()) == prefix; }
+bool StartsWith(std::u16string_view line, std::u16string_view prefix) {
+  return line.substr(0, prefix.size()) == prefix;
+}
 
 }  // namespace
 
@@ -85,8 +87,8 @@ std::optional<Bytes> UuDecodeBody(std::u16string_view text) {
       int v[4];
       for (int k = 0; k < 4; ++k)
         if ((v[k] = Dec(line[1 + 4 * g + k])) < 0) return std::nullopt;
-      const uint8_t bytes[3] = {static_cast<uint8_t>(v[0] << 2 | v[1] >> 4), static_cast<uint8_t>(v[1] << 4 | v[2] >> 2),
-                                static_cast<uint8_t>(v[2] << 6 | v[3])};
+      const uint8_t bytes[3] = {static_cast<uint8_t>(v[0] << 2 | v[1] >> 4),
+                                static_cast<uint8_t>(v[1] << 4 | v[2] >> 2), static_cast<uint8_t>(v[2] << 6 | v[3])};
       const size_t take = std::min<size_t>(3, static_cast<size_t>(n) - 3 * g);
       out.insert(out.end(), bytes, bytes + take);
     }

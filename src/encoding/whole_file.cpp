@@ -25,8 +25,10 @@ bool ReadWholeFile(std::u16string_view name, Bytes* out) {
     size_t done = 0;
     while (ok && done < out->size()) {
       uint32_t got = 0;
-      if (!fs::ReadFile(f, out->data() + done, static_cast<uint32_t>(out->size() - done), &got)) ok = false;
-      else if (got == 0) out->resize(done);  // the file shrank meanwhile: what was there
+      if (!fs::ReadFile(f, out->data() + done, static_cast<uint32_t>(out->size() - done), &got))
+        ok = false;
+      else if (got == 0)
+        out->resize(done);  // the file shrank meanwhile: what was there
       done += got;
     }
   }

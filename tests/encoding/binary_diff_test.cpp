@@ -36,7 +36,8 @@ Bytes Edit(std::mt19937& rng, Bytes v) {
         break;
       }
       case 2:
-        v.erase(v.begin() + static_cast<ptrdiff_t>(at), v.begin() + static_cast<ptrdiff_t>(std::min(v.size(), at + len)));
+        v.erase(v.begin() + static_cast<ptrdiff_t>(at),
+                v.begin() + static_cast<ptrdiff_t>(std::min(v.size(), at + len)));
         break;
       default:
         if (v.size() > 200) {
@@ -77,6 +78,15 @@ TEST(diffCree, SmallEditsInALargeBufferGiveASmallPatch) {
   Bytes out;
   ASSERT_EQ(enc::ApplyPatch(a, packed, &out), enc::PatchStatus::kOk);
   EXPECT_EQ(out, b);
+  // The documented example: header, one copy of 31, the 8 new bytes.
+  const std::string o = "Bonjour tout le monde, comment allez-vous ?", r = "Bonjour tout le monde, comment vas-tu ?";
+  const Bytes example = enc::MakePatch(Bytes(o.begin(), o.end()), Bytes(r.begin(), r.end()), false);
+  EXPECT_EQ(example.size(), 37u);
+  EXPECT_EQ(Bytes(example.begin() + 24, example.begin() + 29), (Bytes{1, 0, 31, 0, 8}));
+  // A byte changed near the end: the last bytes are still copied.
+  Bytes nearEnd = a;
+  nearEnd[nearEnd.size() - 12] ^= 1;
+  EXPECT_LT(enc::MakePatch(a, nearEnd, false).size(), 24u + 4 + 3 + 4 + 8);
   // Identical buffers: the header and one copy.
   EXPECT_LT(enc::MakePatch(a, a, false).size(), 40u);
 }

@@ -51,10 +51,10 @@ TEST(Compresse, PythonZlibReadsEveryMethod) {
       ASSERT_FALSE(context.hasError());
       ASSERT_TRUE(kp::test::WriteAll(dir / "z", packed.data(), packed.size()));
       int status;
-      const std::string theirs =
-          Capture("python3 -c 'import zlib,sys; sys.stdout.buffer.write(zlib.decompress(open(sys.argv[1],\"rb\").read()))' " +
-                      (dir / "z"),
-                  &status);
+      const std::string theirs = Capture(
+          "python3 -c 'import zlib,sys; sys.stdout.buffer.write(zlib.decompress(open(sys.argv[1],\"rb\").read()))' " +
+              (dir / "z"),
+          &status);
       ASSERT_EQ(status, 0);
       EXPECT_EQ(Bytes(theirs.begin(), theirs.end()), data) << "method " << method << ", " << n << " bytes";
     }

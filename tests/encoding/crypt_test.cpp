@@ -20,7 +20,8 @@ namespace enc = kp::encoding;
 
 Bytes Hex(std::string_view hex) {
   Bytes out;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) out.push_back(static_cast<uint8_t>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
+  for (size_t i = 0; i + 1 < hex.size(); i += 2)
+    out.push_back(static_cast<uint8_t>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
   return out;
 }
 
@@ -60,7 +61,8 @@ TEST(Crypte, AesGcmPrimitiveMatchesPublishedVectors) {
   const uint8_t nonce[12] = {};
   EXPECT_EQ(enc::AesGcmSeal(key, nonce, {}, {}), Hex("530f8afbc74536b9a963b4f1c4cb738b"));
   const Bytes zeros(16, 0);
-  EXPECT_EQ(enc::AesGcmSeal(key, nonce, {}, zeros), Hex("cea7403d4d606b6e074ec5d3baf39d18d0d1c8a799996bf0265b98b5d48ab919"));
+  EXPECT_EQ(enc::AesGcmSeal(key, nonce, {}, zeros),
+            Hex("cea7403d4d606b6e074ec5d3baf39d18d0d1c8a799996bf0265b98b5d48ab919"));
 }
 
 TEST(Crypte, IndependentPythonDecoderReadsOurContainer) {
@@ -74,7 +76,8 @@ TEST(Crypte, IndependentPythonDecoderReadsOurContainer) {
   const std::string ascii(sealed.begin(), sealed.end());
   ASSERT_TRUE(kp::test::WriteAll(dir / "c", ascii.data(), ascii.size()));
   int status;
-  const std::string out = Capture("python3 " + (dir / "open.py") + " " + (dir / "c") + " " + Quote("mot de passe é"), &status);
+  const std::string out =
+      Capture("python3 " + (dir / "open.py") + " " + (dir / "c") + " " + Quote("mot de passe é"), &status);
   ASSERT_EQ(status, 0);
   std::string hex;
   for (char16_t c : text) {

@@ -39,7 +39,8 @@ TEST(Phonetique, CodesFollowTheRules) {
       {u"McDonald", "MCDN"},
       {u"O'Brien", "OBRN"},  // the apostrophe dropped
   };
-  for (const auto& c : cases) EXPECT_EQ(kp::encoding::Soundex2(c.word), c.code) << std::string(c.word.begin(), c.word.end());
+  for (const auto& c : cases)
+    EXPECT_EQ(kp::encoding::Soundex2(c.word), c.code) << std::string(c.word.begin(), c.word.end());
   EXPECT_EQ(kp::encoding::Phonetic(nullptr, u"Dupont"), u"DPN ");
 }
 

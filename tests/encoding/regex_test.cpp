@@ -37,11 +37,11 @@ TEST(VerifieExpressionReguliere, DialectTable) {
       {u"[^@\\s]+@[^@\\s]+\\.[a-z]{2,}", u"jean dupont@exemple.fr", false},
       {u"(?i)bonjour", u"BonJour", true},
       {u"bonjour", u"BonJour", false},
-      {u"a.c", u"a\nc", false},  // "." does not take a line break...
-      {u"(?s)a.c", u"a\nc", true},  // ...unless (?s)
+      {u"a.c", u"a\nc", false},       // "." does not take a line break...
+      {u"(?s)a.c", u"a\nc", true},    // ...unless (?s)
       {u"\\pL+", u"Éléonore", true},  // Unicode letter classes
       {u"\\w+", u"Éléonore", false},  // \w is ASCII only
-      {u"caf.", u"café", true},        // "." is one character, not one byte
+      {u"caf.", u"café", true},       // "." is one character, not one byte
       {u"x*", u"", true},
       {u"(a|b)*c", u"ababc", true},
       {u"\\x{20AC}\\d+", u"€12", true},

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "encoding/reference.h"
 #include "abi/error_ids.h"
+#include "encoding/reference.h"
 #include "encoding/uu.h"
 #include "support/fake_context.h"
 
@@ -97,7 +97,8 @@ TEST(UUDecode, RoundTripsEveryLength) {
 }
 
 TEST(UUDecode, BadTextIsAnErrorWithAnEmptyBuffer) {
-  for (std::u16string bad : {u"", u"\r\n", u"begin 644 x\n", u"M" /* says 45 bytes, has none */, u"#0V)\u00e9\n", u"\x01\x02\n", u"$86)C\n" /* 4 bytes need 8 */}) {
+  for (std::u16string bad : {u"", u"\r\n", u"begin 644 x\n", u"M" /* says 45 bytes, has none */, u"#0V)\u00e9\n",
+                             u"\x01\x02\n", u"$86)C\n" /* 4 bytes need 8 */}) {
     kp::test::FakeContext context;
     EXPECT_TRUE(kp::encoding::UUDecode(context, bad).empty());
     EXPECT_EQ(context.errorId(), kp::kErrNotUuEncoded) << kp::test::Utf8(bad);
