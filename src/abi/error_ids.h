@@ -43,7 +43,7 @@
   X(kErrHookModuleNotLoaded, 80016)   /* reserved */    \
   X(kErrSystemFunctionMissing, 80017) /* reserved */    \
   X(kErrSystemLibraryNotFound, 80018) /* reserved */    \
-  X(kErrBufferTooSmall, 80019)        /* reserved */    \
+  X(kErrBufferTooSmall, 80019)                         \
   X(kErrProgramStopping, 80020)       /* reserved */    \
   X(kErrSuccess, 80160)                                 \
   X(kErrInterruptedByUser, 81830)
@@ -112,16 +112,16 @@
 // Data and texts: encryption, compression, encodings, expressions, GUIDs,
 // and the pickers that choose a file or a directory.
 #define KP_ERROR_IDS_DATA(X)                         \
-  X(kErrCannotEncryptFile, 80072)     /* reserved */ \
-  X(kErrCannotDecryptFile, 80073)     /* reserved */ \
-  X(kErrEmptyPassword, 80074)         /* reserved */ \
-  X(kErrUnknownEncryptionMode, 80075) /* reserved */ \
-  X(kErrEncryptedDataDamaged, 80076)  /* reserved */ \
+  X(kErrCannotEncryptFile, 80072)                   \
+  X(kErrCannotDecryptFile, 80073)                   \
+  X(kErrEmptyPassword, 80074)                       \
+  X(kErrUnknownEncryptionMode, 80075)               \
+  X(kErrEncryptedDataDamaged, 80076)                \
   X(kErrCannotCompress, 80077)        /* reserved */ \
-  X(kErrCompressedDataDamaged, 80078) /* reserved */ \
-  X(kErrNotUuEncoded, 80079)          /* reserved */ \
-  X(kErrBadRegularExpression, 80081)  /* reserved */ \
-  X(kErrFileDifferenceFailed, 80082)  /* reserved */ \
+  X(kErrCompressedDataDamaged, 80078)               \
+  X(kErrNotUuEncoded, 80079)                        \
+  X(kErrBadRegularExpression, 80081)                \
+  X(kErrFileDifferenceFailed, 80082)                \
   X(kErrCannotGenerateGuid, 80085)    /* reserved */ \
   X(kErrFilePickerFailed, 80088)      /* reserved */ \
   X(kErrDirectoryPickerFailed, 80089) /* reserved */

@@ -15,7 +15,10 @@
 
 namespace {
 
-#ifdef _WIN32
+#if defined(__SANITIZE_ADDRESS__)
+// AddressSanitizer catches the fault, reports it and exits with status 1.
+const auto kFaulted = ::testing::ExitedWithCode(1);
+#elif defined(_WIN32)
 // An access violation ends a Windows process with its exception code.
 const auto kFaulted = ::testing::ExitedWithCode(static_cast<int>(0xC0000005u));
 #else
