@@ -88,9 +88,8 @@ set(KP_WINDOWS_GAPS
   ErrorTest.EnglishProgramsReadEnglishTexts ErrorTest.OutOfMemoryStartsAFreshRecord
   # The zone is the system's (GetTimeZoneInformation): TZ set by a test is not seen.
   DateTimeZone.CentralEuropeAcrossBothChanges DateTimeZone.NewYorkAndFailures
-  # Read-only files, archive attribute, temporary files under the prefix.
+  # Read-only files made from the Linux side, the archive attribute.
   FileIo.ReadOnlyFileOpensForReadingOnlyAndWriteOnlyRetry PathFunctions.AttributesAndDates
-  TempFiles.NamesAreFreshAndLeaveNothing TempFiles.OpenTempFileGivesAHandle
   # Windows-1252's undefined bytes: MultiByteToWideChar gives C1 controls, not U+FFFD.
   TextFiles.CodePageRoundTrips
   # Registry texts: the terminating zero by index, and writing at a missing index.

@@ -154,6 +154,12 @@ void FindClose(FindHandle find) {
 }
 
 std::u16string GetTempPath() {
+  // Under a device prefix the temporary directory is the device's, as on
+  // POSIX; otherwise the system's.
+  if (!win32dev::FilePrefix().empty()) {
+    CreateDirectory(u"\\Temp");
+    return u"\\Temp\\";
+  }
   wchar_t buffer[MAX_PATH + 1];
   const DWORD n = ::GetTempPathW(MAX_PATH + 1, buffer);
   return std::u16string(reinterpret_cast<const char16_t*>(buffer), n <= MAX_PATH ? n : 0);
@@ -162,8 +168,16 @@ std::u16string GetTempPath() {
 uint32_t GetTempFileName(std::u16string_view directory, std::u16string_view prefix, uint32_t unique,
                          std::u16string* name) {
   wchar_t buffer[MAX_PATH + 1];
-  const UINT n = ::GetTempFileNameW(Wide(directory).c_str(), Wide(prefix).c_str(), unique, buffer);
-  if (n) name->assign(reinterpret_cast<const char16_t*>(buffer));
+  const std::wstring start(prefix.begin(), prefix.end());  // a name's beginning, not a path
+  const std::wstring where = Wide(directory);
+  const UINT n = ::GetTempFileNameW(where.c_str(), start.c_str(), unique, buffer);
+  if (n) {
+    name->assign(win32dev::DevicePath(buffer));
+  } else if (::GetLastError() == ERROR_DIRECTORY && ::GetFileAttributesW(where.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    // A directory that does not exist is "path not found", as on POSIX, not
+    // "the directory name is invalid".
+    ::SetLastError(ERROR_PATH_NOT_FOUND);
+  }
   return n;
 }
 
