@@ -29,9 +29,9 @@ HKEY SystemRoot(HKey key) {
 }
 
 // Under a device prefix the registry is the device's own, as on POSIX: each
-// root is a key of its own below HKEY_CURRENT_USER\Software\kp160std\Devices\
-// <a hash of the prefix>. The root keys of the current prefix stay open;
-// they are closed when the prefix changes.
+// root is a key of its own, HKEY_CURRENT_USER\Software\kp160std\Devices\<a
+// hash of the prefix>\<root name>. The root keys of the current prefix stay
+// open; they are closed when the prefix changes.
 // Thread-safety: gRoots is guarded by gRootsMutex.
 std::mutex gRootsMutex;
 std::wstring gRootsPrefix;
