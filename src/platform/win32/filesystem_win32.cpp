@@ -44,7 +44,18 @@ bool Dots(const wchar_t* name) { return name[0] == L'.' && (name[1] == 0 || (nam
 FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share, uint32_t disposition,
                       uint32_t flags, bool* created) {
   if (created) *created = false;
-  HANDLE h = ::CreateFileW(Wide(name).c_str(), access, share, nullptr, disposition, flags, nullptr);
+  const std::wstring path = Wide(name);
+  // A read-only file is never opened for writing. Windows refuses it itself;
+  // Wine run by root does not (root may write any file), so it is checked here.
+  if (access & (GENERIC_WRITE | FILE_WRITE_DATA | FILE_APPEND_DATA)) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) &&
+        !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+      ::SetLastError(ERROR_ACCESS_DENIED);
+      return kInvalidFile;
+    }
+  }
+  HANDLE h = ::CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
   if (h == INVALID_HANDLE_VALUE) return kInvalidFile;
   if (created) *created = (disposition == kOpenAlways || disposition == kCreateAlways) ? GetLastError() != ERROR_ALREADY_EXISTS
                                                                                     : disposition == kCreateNew;
