@@ -91,7 +91,7 @@ set(KP_WINDOWS_GAPS
   ErrorTest.EnglishProgramsReadEnglishTexts ErrorTest.OutOfMemoryStartsAFreshRecord
   # The zone is the system's (GetTimeZoneInformation): TZ set by a test is not seen.
   DateTimeZone.CentralEuropeAcrossBothChanges DateTimeZone.NewYorkAndFailures
-  # Windows sets the archive attribute on a new file.
+  # Wine keeps the archive attribute when the attributes are set to "S".
   PathFunctions.AttributesAndDates
   # Wine's RegSetValueExW adds the terminating zero to a REG_SZ written without one.
   RegistryWrite.TextCarriesItsZeroByNameButNotByIndex)
