@@ -32,6 +32,12 @@ std::u16string FromCodePage(std::string_view bytes, uint32_t codePage) {
   if (n > 0)
     MultiByteToWideChar(codePage, 0, bytes.data(), static_cast<int>(bytes.size()),
                         reinterpret_cast<wchar_t*>(out.data()), n);
+  // Windows-1252 leaves five bytes undefined and the system gives them as the
+  // C1 controls of the same number; they read as U+FFFD, as on POSIX. One byte
+  // is one unit in this code page, so the positions match.
+  if (codePage == 1252 && out.size() == bytes.size())
+    for (char16_t& c : out)
+      if (c == 0x81 || c == 0x8D || c == 0x8F || c == 0x90 || c == 0x9D) c = u'\uFFFD';
   return out;
 }
 

@@ -78,4 +78,14 @@ std::wstring SystemPath(std::u16string_view name) {
   return root + out;
 }
 
+std::u16string DevicePath(std::wstring_view systemPath) {
+  const std::wstring prefix = FilePrefix();
+  const std::wstring root = prefix + L"\\fs";
+  const bool under = !prefix.empty() && systemPath.size() > root.size() && systemPath[root.size()] == L'\\' &&
+                     CompareStringOrdinal(systemPath.data(), static_cast<int>(root.size()), root.data(),
+                                          static_cast<int>(root.size()), TRUE) == CSTR_EQUAL;
+  const std::wstring_view rest = under ? systemPath.substr(root.size()) : systemPath;
+  return std::u16string(rest.begin(), rest.end());
+}
+
 }  // namespace kp::platform::win32dev

@@ -23,5 +23,8 @@ bool EnsureStateDirectory();
 // A device path as the system sees it: with a prefix, "\X" becomes
 // "<prefix>\fs\X", as on POSIX; separators become backslashes.
 std::wstring SystemPath(std::u16string_view name);
+// The converse, for names the system makes (temporary files): a path under
+// "<prefix>\fs" becomes the device path; any other is kept.
+std::u16string DevicePath(std::wstring_view systemPath);
 
 }  // namespace kp::platform::win32dev

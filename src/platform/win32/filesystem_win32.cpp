@@ -44,7 +44,18 @@ bool Dots(const wchar_t* name) { return name[0] == L'.' && (name[1] == 0 || (nam
 FileHandle CreateFile(std::u16string_view name, uint32_t access, uint32_t share, uint32_t disposition,
                       uint32_t flags, bool* created) {
   if (created) *created = false;
-  HANDLE h = ::CreateFileW(Wide(name).c_str(), access, share, nullptr, disposition, flags, nullptr);
+  const std::wstring path = Wide(name);
+  // A read-only file is never opened for writing. Windows refuses it itself;
+  // Wine run by root does not (root may write any file), so it is checked here.
+  if (access & (GENERIC_WRITE | FILE_WRITE_DATA | FILE_APPEND_DATA)) {
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) &&
+        !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+      ::SetLastError(ERROR_ACCESS_DENIED);
+      return kInvalidFile;
+    }
+  }
+  HANDLE h = ::CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
   if (h == INVALID_HANDLE_VALUE) return kInvalidFile;
   if (created) *created = (disposition == kOpenAlways || disposition == kCreateAlways) ? GetLastError() != ERROR_ALREADY_EXISTS
                                                                                     : disposition == kCreateNew;
@@ -154,6 +165,12 @@ void FindClose(FindHandle find) {
 }
 
 std::u16string GetTempPath() {
+  // Under a device prefix the temporary directory is the device's, as on
+  // POSIX; otherwise the system's.
+  if (!win32dev::FilePrefix().empty()) {
+    CreateDirectory(u"\\Temp");
+    return u"\\Temp\\";
+  }
   wchar_t buffer[MAX_PATH + 1];
   const DWORD n = ::GetTempPathW(MAX_PATH + 1, buffer);
   return std::u16string(reinterpret_cast<const char16_t*>(buffer), n <= MAX_PATH ? n : 0);
@@ -162,8 +179,16 @@ std::u16string GetTempPath() {
 uint32_t GetTempFileName(std::u16string_view directory, std::u16string_view prefix, uint32_t unique,
                          std::u16string* name) {
   wchar_t buffer[MAX_PATH + 1];
-  const UINT n = ::GetTempFileNameW(Wide(directory).c_str(), Wide(prefix).c_str(), unique, buffer);
-  if (n) name->assign(reinterpret_cast<const char16_t*>(buffer));
+  const std::wstring start(prefix.begin(), prefix.end());  // a name's beginning, not a path
+  const std::wstring where = Wide(directory);
+  const UINT n = ::GetTempFileNameW(where.c_str(), start.c_str(), unique, buffer);
+  if (n) {
+    name->assign(win32dev::DevicePath(buffer));
+  } else if (::GetLastError() == ERROR_DIRECTORY && ::GetFileAttributesW(where.c_str()) == INVALID_FILE_ATTRIBUTES) {
+    // A directory that does not exist is "path not found", as on POSIX, not
+    // "the directory name is invalid".
+    ::SetLastError(ERROR_PATH_NOT_FOUND);
+  }
   return n;
 }
 

@@ -1,8 +1,12 @@
-// kp160std — the registry seam on Windows: the Reg* calls themselves, and the
-// INI engine's whole files from the root of the current drive.
+// kp160std — the registry seam on Windows: the Reg* calls themselves (under a
+// device prefix, on keys of the device's own), and the INI engine's whole
+// files, under the device prefix too.
 #include "platform/win32/windows_api.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cwchar>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,14 +18,56 @@ namespace kp::platform::reg {
 
 namespace {
 
-HKEY ToHkey(HKey key) {
+HKEY SystemRoot(HKey key) {
   switch (key) {
     case kClassesRoot: return HKEY_CLASSES_ROOT;
     case kCurrentUser: return HKEY_CURRENT_USER;
     case kLocalMachine: return HKEY_LOCAL_MACHINE;
     case kUsers: return HKEY_USERS;
-    default: return reinterpret_cast<HKEY>(key);
+    default: return nullptr;
   }
+}
+
+// Under a device prefix the registry is the device's own, as on POSIX: each
+// root is a key of its own, HKEY_CURRENT_USER\Software\kp160std\Devices\<a
+// hash of the prefix>\<root name>. The root keys of the current prefix stay
+// open; they are closed when the prefix changes.
+// Thread-safety: gRoots is guarded by gRootsMutex.
+std::mutex gRootsMutex;
+std::wstring gRootsPrefix;
+HKEY gRoots[4] = {};
+
+HKEY DeviceRoot(HKey key, const std::wstring& prefix) {
+  static const wchar_t* const kNames[4] = {L"HKEY_CLASSES_ROOT", L"HKEY_CURRENT_USER", L"HKEY_LOCAL_MACHINE",
+                                           L"HKEY_USERS"};
+  const size_t slot = key - kClassesRoot;
+  std::lock_guard lock(gRootsMutex);
+  if (prefix != gRootsPrefix) {
+    for (auto& root : gRoots)
+      if (root) RegCloseKey(root), root = nullptr;
+    gRootsPrefix = prefix;
+  }
+  if (!gRoots[slot]) {
+    uint64_t hash = 1469598103934665603ull;  // FNV-1a over the prefix, case folded
+    for (wchar_t c : prefix) hash = (hash ^ static_cast<uint16_t>(towlower(c))) * 1099511628211ull;
+    wchar_t id[17];
+    swprintf(id, 17, L"%016llx", static_cast<unsigned long long>(hash));
+    const std::wstring path = std::wstring(L"Software\\kp160std\\Devices\\") + id + L"\\" + kNames[slot];
+    if (RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &gRoots[slot],
+                        nullptr) != ERROR_SUCCESS)
+      gRoots[slot] = nullptr;
+  }
+  return gRoots[slot];
+}
+
+HKEY ToHkey(HKey key) {
+  if (HKEY root = SystemRoot(key)) {
+    const std::wstring prefix = win32dev::FilePrefix();
+    if (prefix.empty()) return root;
+    HKEY device = DeviceRoot(key, prefix);
+    return device ? device : reinterpret_cast<HKEY>(INVALID_HANDLE_VALUE);
+  }
+  return reinterpret_cast<HKEY>(key);
 }
 
 std::wstring Wide(std::u16string_view s) { return std::wstring(s.begin(), s.end()); }
