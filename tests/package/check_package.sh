@@ -8,6 +8,7 @@ set -euo pipefail
 build=$(cd "$1" && pwd)
 work=$(mktemp -d "${TMPDIR:-/tmp}/kp-package-XXXXXX")
 trap 'rm -rf "$work"' EXIT
+trap 'echo "check_package: failed at line $LINENO: $BASH_COMMAND" >&2' ERR
 
 (cd "$build" && cpack -G DEB -B "$work/deb" >/dev/null)
 deb=$(ls "$work"/deb/kp160std_*.deb)
