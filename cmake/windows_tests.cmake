@@ -33,6 +33,8 @@ set(KP_TEST_COMPAT -include ${CMAKE_CURRENT_SOURCE_DIR}/support/windows/posix_co
 add_library(kp_test_hook SHARED abi/hook_module.c)
 set_target_properties(kp_test_hook PROPERTIES PREFIX "")
 file(GLOB KP_ABI_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/abi/*.cpp)
+# Left out: abi/sysinfo_test compares the host-answering profile with uname(2).
+list(FILTER KP_ABI_SOURCES EXCLUDE REGEX "/abi/sysinfo_test\\.cpp$")
 add_executable(kp_abi_tests ${KP_ABI_SOURCES})
 target_include_directories(kp_abi_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/support/windows)
 target_compile_options(kp_abi_tests PRIVATE ${KP_TEST_COMPAT})
@@ -78,6 +80,10 @@ file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp)
 list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX
      "/(files/(filesystem|read_ahead|shared_memory[a-z_]*)|datetime/zone|registry/(registry|whole_key|deletion_loops|ini_safety)|update/update)_test\\.cpp$")
+# support/fault_injection: the POSIX backend's system-call table and SQLite's;
+# encoding/regex_test: regular expressions are RE2's, which Debian does not
+# build for Windows (the function has no entry in the DLL, docs/encoding.md).
+list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX "/(support/fault_injection|encoding/regex_test)\\.cpp$")
 add_executable(kp_unit_tests ${KP_WINDOWS_UNIT_SOURCES} ${PROJECT_SOURCE_DIR}/host/error_record.cpp)
 target_include_directories(kp_unit_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host
                            ${CMAKE_CURRENT_SOURCE_DIR}/support/windows)
