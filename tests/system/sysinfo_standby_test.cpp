@@ -147,6 +147,8 @@ pid_t WaitingChild(int readyPipe, uint32_t waitMs) {
   const char ready = event ? 'r' : 'x';
   if (write(readyPipe, &ready, 1) != 1 || !event) _exit(3);
   const uint32_t r = named::WaitForObject(event, waitMs);
+  // Closed before leaving, so that the prefix's object table goes with it.
+  named::CloseHandle(event);
   _exit(r == named::kWaitObject0 ? 0 : r == named::kWaitTimeout ? 2 : 3);
 }
 
