@@ -206,18 +206,38 @@ std::u16string Uncrypt(ExecContext* context, std::u16string_view text, std::u16s
   return Refuse(context, kErrEncryptedDataDamaged), std::u16string();
 }
 
-bool CryptFile(ExecContext* context, std::u16string_view source, std::u16string_view destination,
-               std::u16string_view password, int32_t method, int32_t encoding) {
+namespace {
+
+// What fCrypte and fDécrypte share before their work: the arguments checked
+// and the source read whole; false with the error raised (`errorId` for a
+// file that cannot be read).
+bool ReadFileToTransform(ExecContext* context, int32_t errorId, std::u16string_view source,
+                         std::u16string_view destination, std::u16string_view password, int32_t method,
+                         int32_t encoding, Bytes* data) {
   if (!IterationsOf(context, method | (method == kCryptNone ? kCryptFast : 0)) ||
       !KnownEncoding(context, encoding, true))
     return false;
   if (method != kCryptNone && password.empty()) return Refuse(context, kErrEmptyPassword);
   if (!files::CheckName(context, source) || !files::CheckName(context, destination)) return false;
+  if (ReadWholeFile(source, data)) return true;
+  RaiseSystem(context, errorId, platform::LastError(), {source});
+  return false;
+}
+
+// And after it: the destination replaced whole, or left as it was.
+bool WriteTransformed(ExecContext* context, int32_t errorId, std::u16string_view destination, const Bytes& out) {
+  if (ReplaceWholeFile(destination, out)) return true;
+  RaiseSystem(context, errorId, platform::LastError(), {destination});
+  return false;
+}
+
+}  // namespace
+
+bool CryptFile(ExecContext* context, std::u16string_view source, std::u16string_view destination,
+               std::u16string_view password, int32_t method, int32_t encoding) {
   Bytes data;
-  if (!ReadWholeFile(source, &data)) {
-    RaiseSystem(context, kErrCannotEncryptFile, platform::LastError(), {source});
+  if (!ReadFileToTransform(context, kErrCannotEncryptFile, source, destination, password, method, encoding, &data))
     return false;
-  }
   Bytes out;
   if (method == kCryptNone) {
     out = std::move(data);  // crypteAucun: a copy
@@ -230,25 +250,14 @@ bool CryptFile(ExecContext* context, std::u16string_view source, std::u16string_
       out.assign(text.begin(), text.end());
     }
   }
-  if (!ReplaceWholeFile(destination, out)) {
-    RaiseSystem(context, kErrCannotEncryptFile, platform::LastError(), {destination});
-    return false;
-  }
-  return true;
+  return WriteTransformed(context, kErrCannotEncryptFile, destination, out);
 }
 
 bool UncryptFile(ExecContext* context, std::u16string_view source, std::u16string_view destination,
                  std::u16string_view password, int32_t method, int32_t encoding) {
-  if (!IterationsOf(context, method | (method == kCryptNone ? kCryptFast : 0)) ||
-      !KnownEncoding(context, encoding, true))
-    return false;
-  if (method != kCryptNone && password.empty()) return Refuse(context, kErrEmptyPassword);
-  if (!files::CheckName(context, source) || !files::CheckName(context, destination)) return false;
   Bytes data;
-  if (!ReadWholeFile(source, &data)) {
-    RaiseSystem(context, kErrCannotDecryptFile, platform::LastError(), {source});
+  if (!ReadFileToTransform(context, kErrCannotDecryptFile, source, destination, password, method, encoding, &data))
     return false;
-  }
   Bytes out;
   if (method == kCryptNone) {
     out = std::move(data);
@@ -267,11 +276,7 @@ bool UncryptFile(ExecContext* context, std::u16string_view source, std::u16strin
       return false;
     }
   }
-  if (!ReplaceWholeFile(destination, out)) {
-    RaiseSystem(context, kErrCannotDecryptFile, platform::LastError(), {destination});
-    return false;
-  }
-  return true;
+  return WriteTransformed(context, kErrCannotDecryptFile, destination, out);
 }
 
 }  // namespace kp::encoding

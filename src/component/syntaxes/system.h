@@ -201,25 +201,6 @@ inline constexpr KLSyntax kSendKey[] = {
     Syntax<[](ExecContext* c, std::u16string_view k, int32_t w) { return system::SendKeys(c, k, w); }, KL_T_BOOL,
            KL_T_TEXT_CELL, KL_T_INT>()};
 
-// DDELance/DDEStart
-// signature chosen here: the same seven forms as LanceAppli; without a
-// conversation mechanism here, it starts the program as LanceAppli does
-inline constexpr KLSyntax kDDEStart[] = {
-    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
-           KL_T_INT, KL_T_TEXT_CELL>(),
-    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
-           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
-           KL_T_INT, KL_T_TEXT_CELL>(),
-    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w) { return system::Run(c, l, w, system::exeDontWait); },
-           KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Syntax<system::Run, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>(),
-    // the trailing text is accepted and ignored on this platform
-    Syntax<[](ExecContext* c, std::u16string_view l, int32_t w, int32_t m, std::u16string_view) {
-      return system::Run(c, l, w, m);
-    }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
-
 // LanceAppli/ExeRun
 inline constexpr KLSyntax kExeRun[] = {
     Syntax<[](ExecContext* c, std::u16string_view l) { return system::Run(c, l, system::exeActive, system::exeDontWait); },
@@ -236,6 +217,12 @@ inline constexpr KLSyntax kExeRun[] = {
     Syntax<[](ExecContext* c, std::u16string_view l, int32_t w, int32_t m, std::u16string_view) {
       return system::Run(c, l, w, m);
     }, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT, KL_T_TEXT_CELL>()};
+
+// DDELance/DDEStart
+// signature chosen here: the same seven forms as LanceAppli; without a
+// conversation mechanism here, it starts the program as LanceAppli does, so
+// its row shares LanceAppli's syntaxes.
+inline constexpr const auto& kDDEStart = kExeRun;
 
 // SysIconeAjoute/SysIconAdd
 // signature chosen here: (icon[, tooltip[, up to five procedure names]])

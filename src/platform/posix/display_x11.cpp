@@ -433,19 +433,25 @@ bool GetOrientation(int32_t* orientation) {
   }
 }
 
+// The screen's RandR configuration for turning it to `orientation` (the
+// rotation wanted in `*wanted`); null with the last error set.
+static XRRScreenConfiguration* RotationConfig(Session& s, int32_t orientation, int* wanted) {
+  *wanted = RandrRotation(orientation);
+  if (!*wanted || !gHaveRandr) {
+    SetLastError(*wanted ? win32::kNotSupported : win32::kInvalidParameter);
+    return nullptr;
+  }
+  XRRScreenConfiguration* config = XRRGetScreenInfo(s.d(), s.root());
+  if (!config) SetLastError(win32::kNotSupported);
+  return config;
+}
+
 bool TestOrientation(int32_t orientation) {
   Session s;
   if (!s.ok()) return false;
-  const int wanted = RandrRotation(orientation);
-  if (!wanted || !gHaveRandr) {
-    SetLastError(wanted ? win32::kNotSupported : win32::kInvalidParameter);
-    return false;
-  }
-  XRRScreenConfiguration* config = XRRGetScreenInfo(s.d(), s.root());
-  if (!config) {
-    SetLastError(win32::kNotSupported);
-    return false;
-  }
+  int wanted = 0;
+  XRRScreenConfiguration* config = RotationConfig(s, orientation, &wanted);
+  if (!config) return false;
   Rotation current = 0;
   const Rotation supported = XRRConfigRotations(config, &current);
   XRRFreeScreenConfigInfo(config);
@@ -457,16 +463,9 @@ bool TestOrientation(int32_t orientation) {
 bool SetOrientation(int32_t orientation) {
   Session s;
   if (!s.ok()) return false;
-  const int wanted = RandrRotation(orientation);
-  if (!wanted || !gHaveRandr) {
-    SetLastError(wanted ? win32::kNotSupported : win32::kInvalidParameter);
-    return false;
-  }
-  XRRScreenConfiguration* config = XRRGetScreenInfo(s.d(), s.root());
-  if (!config) {
-    SetLastError(win32::kNotSupported);
-    return false;
-  }
+  int wanted = 0;
+  XRRScreenConfiguration* config = RotationConfig(s, orientation, &wanted);
+  if (!config) return false;
   Rotation current = 0;
   const Rotation supported = XRRConfigRotations(config, &current);
   const SizeID size = XRRConfigCurrentConfiguration(config, &current);
