@@ -12,11 +12,15 @@ trap 'echo "check_package: failed at line $LINENO: $BASH_COMMAND" >&2' ERR
 
 (cd "$build" && cpack -G DEB -B "$work/deb" >/dev/null)
 deb=$(ls "$work"/deb/kp160std_*.deb)
-dpkg-deb --info "$deb" | grep -q "Package: kp160std"
+# Read whole outputs into variables: with pipefail, "grep -q" or "head" closing
+# the pipe early fails the writer with SIGPIPE, and the test with it.
+info=$(dpkg-deb --field "$deb" Package)
+[ "$info" = "kp160std" ] || { echo "package is named '$info'"; exit 1; }
 root="$work/root"
 dpkg-deb -x "$deb" "$root"
-libdir=$(dirname "$(find "$root" -name 'libkp160std.so.16' | head -1)")
-[ -n "$libdir" ] || { echo "no libkp160std.so.16 in the package"; exit 1; }
+lib=$(find "$root" -name 'libkp160std.so.16' -print -quit)
+[ -n "$lib" ] || { echo "no libkp160std.so.16 in the package"; exit 1; }
+libdir=$(dirname "$lib")
 [ -L "$libdir/libkp160std.so" ] || { echo "no development link libkp160std.so"; exit 1; }
 [ -f "$root/usr/include/kp160std/abi.h" ] && [ -f "$root/usr/share/man/man1/kp.1" ]
 
@@ -56,6 +60,7 @@ got=$(LD_LIBRARY_PATH="$libdir" "$work/consumer/by-pkg-config")
 # shellcheck disable=SC2086
 cc "$(dirname "$0")/../../examples/embed/embed.c" $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags kp160std) \
   -ldl -o "$work/embed"
-got=$(LD_LIBRARY_PATH="$libdir" "$work/embed" | head -1)
+embed_out=$(LD_LIBRARY_PATH="$libdir" "$work/embed")
+got=${embed_out%%$'\n'*}
 [ "$got" = 'DateVersChaîne("20240305", "JJ/MM/AAAA") = 05/03/2024' ] || { echo "embed printed '$got'"; exit 1; }
 echo "package: $(basename "$deb") installs, runs and builds consumers and the embedding example"
