@@ -4,12 +4,7 @@
 // "user32.dll" on the desktop), so that a system without it still loads the
 // library and only the orientation calls fail. The handheld's orientation
 // numbers (0, 1, 2, 4) are the desktop's 0, 1, 2, 3.
-#include <windows.h>
-
-#undef FindWindow
-#undef GetWindowText
-#undef SetWindowText
-#undef VkKeyScan
+#include "platform/win32/windows_api.h"
 
 #include <string>
 

@@ -1,22 +1,13 @@
 // kp160std — named kernel objects on Windows: the system's own file
 // mappings, mutexes, semaphores and events, whose semantics the seam copies.
-#include "platform/named_objects.h"
-
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <string>
 #include <vector>
 
+#include "platform/named_objects.h"
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
-
-// The seam's names are the undecorated Win32 ones.
-#undef CreateMutex
-#undef OpenMutex
-#undef CreateSemaphore
-#undef OpenSemaphore
-#undef CreateEvent
-#undef OpenEvent
 
 namespace kp::platform::named {
 

@@ -4,7 +4,7 @@
 // "note_prj.dll", and the desktop's own where a device has none), so that its
 // absence gives an empty answer rather than a library that does not load.
 // Every library loaded here is released before the call returns.
-#include <windows.h>
+#include "platform/win32/windows_api.h"
 
 #include <cstring>
 #include <string>

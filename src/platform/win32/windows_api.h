@@ -34,3 +34,8 @@
 #undef OpenSemaphore
 #undef CreateEvent
 #undef OpenEvent
+// The desktop (platform/display.h).
+#undef FindWindow
+#undef GetWindowText
+#undef SetWindowText
+#undef VkKeyScan
