@@ -114,12 +114,6 @@ std::u16string LoadText(ExecContext* context, std::u16string_view name) {
 
 bool SaveText(ExecContext* context, std::u16string_view name, const Value& content) {
   if (!CheckName(context, name)) return false;
-  File f(fs::CreateFile(name, fs::kGenericWrite, fs::kShareRead | fs::kShareWrite, fs::kCreateAlways,
-                        fs::kFlagRandomAccess));
-  if (!f.ok()) {
-    layer::RecordLast(context);
-    return false;
-  }
   std::string bytes;
   if (const auto* b = std::get_if<Bytes>(&content)) {
     bytes.assign(b->begin(), b->end());
@@ -133,9 +127,16 @@ bool SaveText(ExecContext* context, std::u16string_view name, const Value& conte
   } else if (const auto* f2 = std::get_if<bool>(&content)) {
     bytes = *f2 ? "1" : "0";
   }
+  // The file is rewritten in place, so that a reader holding it open sees the
+  // new text, but only once the room for it is reserved: a full disk then
+  // leaves the old text whole instead of a truncated file.
+  File f(fs::CreateFile(name, fs::kGenericWrite, fs::kShareRead | fs::kShareWrite, fs::kOpenAlways,
+                        fs::kFlagRandomAccess));
   uint32_t done = 0;
-  if (!bytes.empty() && (!fs::WriteFile(f.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), &done) ||
-                         done != bytes.size())) {
+  if (!f.ok() || !fs::ReserveSpace(f.get(), static_cast<int64_t>(bytes.size())) ||
+      (!bytes.empty() && (!fs::WriteFile(f.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), &done) ||
+                          done != bytes.size())) ||
+      !fs::SetEndOfFile(f.get())) {
     layer::RecordLast(context);
     return false;
   }

@@ -74,6 +74,12 @@ bool WriteFile(FileHandle file, const void* buffer, uint32_t count, uint32_t* wr
 // 131 (negative seek), an origin above 2 with 87.
 bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t* position);
 bool SetEndOfFile(FileHandle file);
+// Makes room for `size` bytes from the start of the file without changing
+// its size or content, so that rewriting it in place cannot run out of space
+// half-way and leave neither the old bytes nor the new. Fails with 112 (disk
+// full) when the room is not there; a file system that cannot reserve ahead
+// answers true and the writes themselves report a full disk.
+bool ReserveSpace(FileHandle file, int64_t size);
 // -1 on failure.
 int64_t GetFileSize(FileHandle file);
 bool CloseHandle(FileHandle file);

@@ -133,10 +133,19 @@ TEST_P(FaultInjection, FileWriteAndWriteLineReportTheFault) {
   EXPECT_EQ(GetFile("a.bin"), "old");
 }
 
-// fSauveTexte creates its file afresh ("create always") before it writes:
-// the old text is gone before the fault, so only the report is checked here.
-TEST_P(FaultInjection, SaveTextReportsTheFault) {
+// fSauveTexte rewrites its file in place once the room for the new text is
+// reserved: a reservation refused leaves the old text whole; a write that
+// fails after it (not a full disk then) is reported.
+TEST_P(FaultInjection, SaveTextKeepsTheOldTextWhenNoRoomIsLeftAndReportsTheFault) {
   PutFile("t.txt", "old text");
+  {
+    FailNext fault("fallocate", error(), kLasting);
+    EXPECT_FALSE(files::SaveText(ctx_, u"\\t.txt", Value{std::u16string(u"a longer new text")}));
+    EXPECT_EQ(fault.failed(), 1);
+  }
+  EXPECT_EQ(ctx_.systemError(), code());
+  EXPECT_EQ(GetFile("t.txt"), "old text");
+  ctx_.clearError();
   {
     FailNext fault("write", error(), kLasting);
     EXPECT_FALSE(files::SaveText(ctx_, u"\\t.txt", Value{std::u16string(u"new text")}));
@@ -154,8 +163,32 @@ TEST_P(FaultInjection, SaveTextReportsTheFault) {
 }
 
 // fCopieFichier, like fSauveTexte, rewrites the target in place (a reader
-// holding it open sees the copy at once): the target's old bytes are gone
-// once its open truncated it, so the source and the report are checked.
+// holding it open sees the copy at once) once the room is reserved: a
+// refused reservation leaves the old target whole, and a target the copy
+// created is removed again.
+TEST_P(FaultInjection, CopyKeepsTheOldTargetWhenNoRoomIsLeftAndReportsTheFault) {
+  PutFile("src.txt", "source, longer than the target");
+  PutFile("dst.txt", "previous");
+  for (const std::u16string_view target : {u"\\dst.txt", u"\\new.txt"}) {
+    ctx_.clearError();
+    {
+      FailNext fault("fallocate", error(), kLasting);
+      EXPECT_FALSE(files::CopyFile(ctx_, u"\\src.txt", target, 0));
+      EXPECT_GE(fault.failed(), 1);
+    }
+    EXPECT_EQ(ctx_.errorId(), kErrCopyFailed);
+    EXPECT_EQ(ctx_.systemError(), code());
+  }
+  EXPECT_EQ(GetFile("dst.txt"), "previous");
+  EXPECT_FALSE(HostExists("new.txt"));
+  // With room, a longer and then a shorter source replace the bytes exactly.
+  EXPECT_TRUE(files::CopyFile(ctx_, u"\\src.txt", u"\\dst.txt", 0));
+  EXPECT_EQ(GetFile("dst.txt"), "source, longer than the target");
+  PutFile("src.txt", "short");
+  EXPECT_TRUE(files::CopyFile(ctx_, u"\\src.txt", u"\\dst.txt", 0));
+  EXPECT_EQ(GetFile("dst.txt"), "short");
+}
+
 TEST_P(FaultInjection, CopyReportsTheFaultAndKeepsTheSource) {
   PutFile("src.txt", "source");
   PutFile("dst.txt", "previous");

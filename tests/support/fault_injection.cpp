@@ -109,6 +109,7 @@ std::vector<FailNext::Slot>& Slots() {
         Backend<&SysCalls::unlinkat>("unlinkat"),
         Backend<&SysCalls::fsync>("fsync"),
         Backend<&SysCalls::ftruncate>("ftruncate"),
+        Backend<&SysCalls::fallocate>("fallocate"),
         Backend<&SysCalls::mkdirat>("mkdirat"),
         Backend<&SysCalls::close>("close"),
         {"sqlite.write",

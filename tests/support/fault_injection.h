@@ -7,7 +7,7 @@
 //   FailNext io("sqlite.write", EIO, 1000);     // the registry's writes fail
 //
 // Backend names: openat, read, pread, write, renameat, renameat2, unlinkat,
-// fsync, ftruncate, mkdirat, close. SQLite names: "sqlite." and one of
+// fsync, ftruncate, fallocate, mkdirat, close. SQLite names: "sqlite." and one of
 // open, read (read, pread, pread64), write (write, pwrite, pwrite64),
 // ftruncate, unlink; SQLite's fsync is not one of the calls its VFS lets a
 // caller replace. The call is restored when the object goes out of scope;

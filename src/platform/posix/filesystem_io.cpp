@@ -118,6 +118,13 @@ bool SetEndOfFile(FileHandle file) {
   return true;
 }
 
+bool ReserveSpace(FileHandle file, int64_t size) {
+  if (size <= 0) return true;
+  if (sys::Sys().fallocate(static_cast<int>(file), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size)) == 0) return true;
+  if (errno == EOPNOTSUPP || errno == ENOSYS) return true;
+  return Fail(Win32FromErrno(errno));
+}
+
 int64_t GetFileSize(FileHandle file) {
   struct stat st {};
   if (fstat(static_cast<int>(file), &st) != 0) return Fail(Win32FromErrno(errno)), -1;

@@ -45,21 +45,30 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
   }
   const UniqueFd in(detail::OpenRegular(from, O_RDONLY));
   if (!in) return false;
-  const UniqueFd out(detail::OpenRegular(to, O_WRONLY | O_CREAT | O_TRUNC | (failIfExists ? O_EXCL : 0), 0666));
+  // The target is rewritten in place (a reader holding it open sees the copy)
+  // but only once the room for the whole copy is reserved, so that a full
+  // disk leaves its old bytes whole; a target made here is removed again.
+  const UniqueFd out(detail::OpenRegular(to, O_WRONLY | O_CREAT | (failIfExists || !to.exists ? O_EXCL : 0), 0666));
   if (!out) return false;
+  struct stat st {};
+  if (fstat(in.get(), &st) != 0) st = from.st;
   char buffer[65536];
-  bool ok = true;
+  int64_t copied = 0;
+  bool ok = ReserveSpace(out.get(), st.st_size);
   while (ok) {
     uint32_t got = 0;
     if (!ReadFile(in.get(), buffer, sizeof buffer, &got)) ok = false;
     if (!ok || got == 0) break;
     if (!WriteFile(out.get(), buffer, got, nullptr)) ok = false;
+    copied += got;
   }
-  const uint32_t error = ok ? 0 : LastError();
-  if (!ok) return Fail(error);
+  if (ok && sys::Sys().ftruncate(out.get(), static_cast<off_t>(copied)) != 0) ok = Fail(Win32FromErrno(errno));
+  if (!ok) {
+    const uint32_t error = LastError();
+    if (!to.exists) sys::Sys().unlinkat(to.dir.get(), to.leaf.c_str(), 0);
+    return Fail(error);
+  }
   // The copy keeps the source's attributes and last-write time, as the system's copy does.
-  struct stat st {};
-  if (fstat(in.get(), &st) != 0) st = from.st;
   const timespec t[2] = {timespec{0, UTIME_NOW}, st.st_mtim};
   futimens(out.get(), t);
   const std::string kept = detail::KeptAttributeText(in.get());

@@ -22,6 +22,7 @@ constexpr SysCalls kReal = {
     .unlinkat = ::unlinkat,
     .fsync = ::fsync,
     .ftruncate = ::ftruncate,
+    .fallocate = ::fallocate,
     .mkdirat = ::mkdirat,
     .close = ::close,
 };

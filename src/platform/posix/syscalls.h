@@ -11,7 +11,7 @@
 //
 // Only file I/O goes through here: the calls whose failure changes what a
 // KL program sees (opening, reading, writing, syncing, renaming, removing,
-// truncating, making a directory, closing). Status calls (fstat, fstatat)
+// truncating, reserving space, making a directory, closing). Status calls (fstat, fstatat)
 // and the walk beneath the root do not.
 //
 // Thread-safety: reading the table is free; a test swaps entries only while
@@ -33,6 +33,7 @@ struct SysCalls {
   int (*unlinkat)(int dir, const char* name, int flags);
   int (*fsync)(int fd);
   int (*ftruncate)(int fd, off_t length);
+  int (*fallocate)(int fd, int mode, off_t offset, off_t length);
   int (*mkdirat)(int dir, const char* name, mode_t mode);
   int (*close)(int fd);
 };

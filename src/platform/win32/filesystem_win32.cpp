@@ -86,6 +86,17 @@ bool SetFilePointer(FileHandle file, int64_t distance, uint32_t origin, int64_t*
 
 bool SetEndOfFile(FileHandle file) { return ::SetEndOfFile(reinterpret_cast<HANDLE>(file)) != 0; }
 
+bool ReserveSpace(FileHandle file, int64_t size) {
+  // The allocation may only grow here: a smaller one would cut the file.
+  LARGE_INTEGER current;
+  if (!::GetFileSizeEx(reinterpret_cast<HANDLE>(file), &current)) return false;
+  if (size <= current.QuadPart) return true;
+  FILE_ALLOCATION_INFO info{};
+  info.AllocationSize.QuadPart = size;
+  if (::SetFileInformationByHandle(reinterpret_cast<HANDLE>(file), FileAllocationInfo, &info, sizeof info)) return true;
+  return ::GetLastError() == ERROR_INVALID_PARAMETER || ::GetLastError() == ERROR_NOT_SUPPORTED;
+}
+
 int64_t GetFileSize(FileHandle file) {
   LARGE_INTEGER size;
   return ::GetFileSizeEx(reinterpret_cast<HANDLE>(file), &size) ? size.QuadPart : -1;
