@@ -8,6 +8,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "os.h"
 
@@ -51,15 +54,40 @@ const void* GuardedCopy(const void* data, size_t size) {
 
 namespace {
 
-int32_t Convert(const char* from, const char* to, const void* source, size_t inBytes, size_t unit, void** result) {
+// A converter per thread and direction, kept open: opening one costs more
+// than converting a short text, and the library converts on most calls. An
+// iconv descriptor keeps a shift state and is not to be shared by threads.
+struct Converter {
+  std::string from, to;
+  iconv_t cd = reinterpret_cast<iconv_t>(-1);
+  ~Converter() {
+    if (cd != reinterpret_cast<iconv_t>(-1)) iconv_close(cd);
+  }
+};
+
+iconv_t Open(const char* from, const char* to) {
+  thread_local std::vector<std::unique_ptr<Converter>> open;
+  for (const auto& c : open)
+    if (c->from == from && c->to == to) {
+      iconv(c->cd, nullptr, nullptr, nullptr, nullptr);  // back to the initial state
+      return c->cd;
+    }
   iconv_t cd = iconv_open(to, from);
+  if (cd == reinterpret_cast<iconv_t>(-1)) return cd;
+  auto c = std::make_unique<Converter>();
+  c->from = from;
+  c->to = to;
+  c->cd = cd;
+  open.push_back(std::move(c));
+  return cd;
+}
+
+int32_t Convert(const char* from, const char* to, const void* source, size_t inBytes, size_t unit, void** result) {
+  iconv_t cd = Open(from, to);
   if (cd == reinterpret_cast<iconv_t>(-1)) return -1;
   const size_t capacity = inBytes * 4 + 4;
   char* out = static_cast<char*>(std::malloc(capacity));
-  if (!out) {
-    iconv_close(cd);
-    return -1;
-  }
+  if (!out) return -1;
   char* in = const_cast<char*>(static_cast<const char*>(source));
   char* o = out;
   size_t inLeft = inBytes, outLeft = capacity - 4;
@@ -79,7 +107,6 @@ int32_t Convert(const char* from, const char* to, const void* source, size_t inB
       inLeft = inLeft > skip ? inLeft - skip : 0;
     }
   }
-  iconv_close(cd);
   std::memset(o, 0, 4);
   *result = out;
   return static_cast<int32_t>((o - out) / unit);
