@@ -287,6 +287,9 @@ Value Interpreter::CallFunction(const FunctionInfo& f, const Expr& e, std::vecto
   pending_.reset();
   program.ClearError();
   const auto status = library_.Call(f, args, result, why, &assigned);
+  // Named as the script wrote it, in that name's language.
+  if (status == Library::CallStatus::NoMatch)
+    why = NoSyntaxTakes(f, args, FoldName(e.name) == FoldName(f.english) ? f.english : f.french);
   if (status != Library::CallStatus::Ok) Fail(e.at, why);
   // The VM reads the record after each call and clears it before the next.
   const ErrorState error = program.ReadError();
