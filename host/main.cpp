@@ -131,6 +131,8 @@ int Eval(std::vector<std::string> args) {
     if (!o.ok()) {
       status = 2;
     } else if (o.error.present()) {
+      // After the value's line, also when both streams go to one pipe.
+      std::fflush(stdout);
       if (!json) std::fprintf(stderr, "%s\n", DescribeError(o.error).c_str());
       if (status == 0) status = 1;
     }

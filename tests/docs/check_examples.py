@@ -23,7 +23,7 @@ import subprocess
 import sys
 import tempfile
 
-FENCE = re.compile(r"^```(\S*)(.*)$")
+FENCE = re.compile(r"^( *)```(\S*)(.*)$")  # indented inside a list item too
 
 
 def blocks(path):
@@ -37,11 +37,12 @@ def blocks(path):
         if not m:
             i += 1
             continue
-        start, info = i + 1, [m.group(1)] + m.group(2).split()
+        indent, info = m.group(1), [m.group(2)] + m.group(3).split()
+        start = i + 1
         i += 1
         body = []
-        while i < len(lines) and not lines[i].startswith("```"):
-            body.append(lines[i])
+        while i < len(lines) and not lines[i].strip().startswith("```"):
+            body.append(lines[i][len(indent):] if lines[i].startswith(indent) else lines[i])
             i += 1
         i += 1
         out.append((start, info, body))
@@ -97,7 +98,11 @@ def main():
                 env.pop("KP_LIBRARY", None)
                 env.pop("LC_ALL", None)
                 env.pop("LC_MESSAGES", None)
-                for command, expected in steps(body):
+                commands = steps(body)
+                if not commands:
+                    failures += 1
+                    print("%s:%d: a console block without a \"$ \" command" % (name, start), file=sys.stderr)
+                for command, expected in commands:
                     while expected and not expected[-1].strip():
                         expected.pop()
                     run = subprocess.run(["bash", "-c", command], cwd=work, env=env, stdout=subprocess.PIPE,
