@@ -88,9 +88,12 @@ std::unique_ptr<Library> Open(int32_t language) {
 std::string OneLine(const std::string& shown) {
   std::string out;
   for (char c : shown) {
-    if (c == '\n') out += "\\n";
-    else if (c == '\r') out += "\\r";
-    else out += c;
+    if (c == '\n')
+      out += "\\n";
+    else if (c == '\r')
+      out += "\\r";
+    else
+      out += c;
   }
   return out;
 }

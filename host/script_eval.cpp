@@ -90,8 +90,7 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
         Assign(FoldName(s.name), lastValue_);
         return Flow::Next;
       case Stmt::Evaluate: lastValue_ = Evaluate(*s.value); return Flow::Next;
-      case Stmt::If:
-        return Execute(Condition(*s.value, "the condition of IF") ? s.body : s.otherwise);
+      case Stmt::If: return Execute(Condition(*s.value, "the condition of IF") ? s.body : s.otherwise);
       case Stmt::While:
         while (Condition(*s.value, "the condition of WHILE")) {
           if (Execute(s.body) == Flow::Return) return Flow::Return;
@@ -102,9 +101,10 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
         const Value from = Evaluate(*s.value), to = Evaluate(*s.limit);
         const Value step = s.step ? Evaluate(*s.step) : Value::Int(1);
         if (!IsInteger(from) || !IsInteger(to) || !IsInteger(step)) {
-          const Expr& wrong = !IsInteger(from) ? *s.value : !IsInteger(to) ? *s.limit : *s.step;
-          Fail(StartOf(wrong), "FOR counts with integers, not " +
-                                   KindName(!IsInteger(from) ? from : !IsInteger(to) ? to : step));
+          const bool fromWrong = !IsInteger(from), toWrong = !fromWrong && !IsInteger(to);
+          const Value& wrong = fromWrong ? from : toWrong ? to : step;
+          const Expr& where = fromWrong ? *s.value : toWrong ? *s.limit : *s.step;
+          Fail(StartOf(where), "FOR counts with integers, not " + KindName(wrong));
         }
         if (step.integer == 0) Fail(StartOf(*s.step), "FOR with a step of 0 never ends");
         const std::string var = FoldName(s.name);
@@ -131,9 +131,7 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
 
 // Where an expression begins: an operator's position is its own, so a
 // binary one begins where its left side does.
-ScriptPosition Interpreter::StartOf(const Expr& e) {
-  return e.kind == Expr::Binary ? StartOf(*e.operands[0]) : e.at;
-}
+ScriptPosition Interpreter::StartOf(const Expr& e) { return e.kind == Expr::Binary ? StartOf(*e.operands[0]) : e.at; }
 
 bool Interpreter::Condition(const Expr& e, const char* what) {
   const Value v = Evaluate(e);

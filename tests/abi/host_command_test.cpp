@@ -25,8 +25,8 @@ struct KpRun {
 KpRun Kp(const kp::test::TempDir& dir, const std::string& arguments, const std::string& environment = "") {
   KpRun run;
   const std::string errFile = dir.path() + "/stderr";
-  const std::string command = environment + " KP_PREFIX='" + dir.path() + "/device' " + KP_HOST_PATH + " " + arguments + " 2>'" +
-                              errFile + "'";
+  const std::string command =
+      environment + " KP_PREFIX='" + dir.path() + "/device' " + KP_HOST_PATH + " " + arguments + " 2>'" + errFile + "'";
   FILE* pipe = popen(command.c_str(), "r");
   if (!pipe) return run;
   char buffer[4096];

@@ -59,7 +59,9 @@ class Terminal {
   }
   bool ok() const { return master_ >= 0 && pid_ > 0; }
 
-  void Type(const std::string& keys) { ASSERT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size())); }
+  void Type(const std::string& keys) {
+    ASSERT_EQ(write(master_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+  }
 
   // Reads until `wanted` has been shown since the last call (true), or 5 s
   // pass or kp ends (false). What was read is in seen().

@@ -255,7 +255,8 @@ TEST_F(Script, AWrongConditionIsReportedAtTheCondition) {
   EXPECT_EQ(at("FOR i = 1 TO \"3\"\nEND"), "1:14");
   EXPECT_EQ(at("FOR i = 1 TO 3 STEP 0\nEND"), "1:21");
   const ScriptError e = ErrorOf("IF 1 THEN END", "c.kl");
-  EXPECT_EQ(e.Describe(), "c.kl:1:4: the condition of IF must be a boolean, not an integer\n    IF 1 THEN END\n       ^");
+  EXPECT_EQ(e.Describe(),
+            "c.kl:1:4: the condition of IF must be a boolean, not an integer\n    IF 1 THEN END\n       ^");
 }
 
 TEST_F(Script, NestingIsBounded) {
@@ -481,8 +482,7 @@ TEST(ScriptCommand, RunReportsWhereTheScriptStopped) {
   EXPECT_EQ(out, "2 pair\n");
   std::tie(status, out) = Host("run " + bad);
   EXPECT_EQ(status, 2);
-  EXPECT_EQ(out, "first\n" + bad + ":2:13: '-' does not take a text and an integer\n" +
-                     "    x = 1 + \"a\" - 1\n" +
+  EXPECT_EQ(out, "first\n" + bad + ":2:13: '-' does not take a text and an integer\n" + "    x = 1 + \"a\" - 1\n" +
                      "                ^\n");
   std::tie(status, out) = Host("run " + dir + "/absent.kl");
   EXPECT_EQ(status, 2);
