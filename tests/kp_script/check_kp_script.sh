@@ -95,6 +95,8 @@ grep -q "^\[2/2\] Linking CXX executable host/kp" <<<"$err" || fail "the first r
 
 kp eval 'EstPair(4)'
 [ "$out" = "kp ran: eval EstPair(4)" ] && [ -z "$err" ] || fail "a run with nothing to build is not quiet: $out / $err"
+kp --version
+[ "$out" = "kp ran: --version" ] || fail "./kp --version does not reach kp: $out / $err"
 
 touch "$work/fails"
 kp run x.kl
