@@ -225,6 +225,8 @@ void ScriptError::Quote(std::string_view source) {
   const size_t end = source.find('\n', start);
   line_ = std::string(source.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start));
   if (!line_.empty() && line_.back() == '\r') line_.pop_back();
+  // The byte-order mark is not shown, and takes no column (SkipBlanks).
+  if (start == 0 && line_.rfind("\xEF\xBB\xBF", 0) == 0) line_.erase(0, 3);
 }
 
 std::string ScriptError::Excerpt() const {

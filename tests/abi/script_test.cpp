@@ -219,6 +219,8 @@ TEST_F(Script, ParseErrorsQuoteTheLineWithACaretUnderTheColumn) {
             "column 13: comparisons do not chain: join them with AND\n"
             "    été = 1 < 2 < 3\n"
             "                ^");
+  // A byte-order mark, as Windows editors write, is neither shown nor counted.
+  EXPECT_EQ(ErrorOf("\xEF\xBB\xBFx = 1 $", "t.kl").Excerpt(), "    x = 1 $\n          ^\n");
   // A tab before the column stays a tab in the caret's line.
   EXPECT_EQ(ErrorOf("x = 1\t$", "t.kl").Excerpt(), "    x = 1\t$\n         \t^\n");
   // An error at the end of the line points just past it.
