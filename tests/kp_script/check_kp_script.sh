@@ -20,7 +20,7 @@ fail() {
 # A checkout of the script alone.
 mkdir -p "$work/root" "$work/bin" "$work/empty" "$work/full"
 cp "$source_dir/kp" "$work/root/kp"
-for tool in bash dirname mktemp cat rm grep sed id mkdir touch chmod printf; do
+for tool in bash dirname mktemp cat rm grep sed id mkdir touch chmod; do
   ln -s "$(command -v "$tool")" "$work/bin/$tool"
 done
 
