@@ -1,5 +1,6 @@
 // The KL script lexer and parser on arbitrary text: no crash, no hang, no
-// unbounded recursion, and an error always points inside the text.
+// unbounded recursion, and an error always points inside the text (and
+// quoting its line works whatever the line holds).
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -20,6 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (e.at().line < 1 || e.at().line > lines || e.at().column < 1 ||
         static_cast<size_t>(e.at().column) > size + 1)
       std::abort();
+    // The message quotes the line with a caret under the column.
+    if (e.Describe().rfind("fuzz.kl:", 0) != 0) std::abort();
   }
   return 0;
 }

@@ -65,7 +65,11 @@ Outcome Evaluator::Evaluate(std::string_view line) {
   try {
     outcome.value = interpreter_.Run(Parse(line, ""));
   } catch (const ScriptError& e) {
-    outcome.failure = e.Describe();
+    // The JSON message stays one sentence (and the calls it went through);
+    // the quoted expression is for people.
+    outcome.failure = e.Summary();
+    for (const auto& step : e.trail) outcome.failure += "\n  " + step;
+    outcome.excerpt = e.Excerpt();
   }
   current_ = nullptr;
   return outcome;

@@ -18,6 +18,7 @@ struct Outcome {
   Value value;
   ErrorState error;      // the library's error record, when a call left one
   std::string failure;   // the host's own complaint (syntax, unknown name, ...)
+  std::string excerpt;   // the expression with a caret under the failure's column, when there is one
   bool ok() const { return failure.empty(); }
 };
 

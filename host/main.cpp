@@ -5,6 +5,7 @@
 //   kp [repl [--lang fr|en]]
 //   kp tables
 //   kp help NAME
+//   kp --version
 //
 // The library is found beside the host (../libkp160std.so from the host's
 // directory; KP160STD.DLL on Windows) unless KP_LIBRARY names it.
@@ -37,9 +38,12 @@ int Usage(int status) {
                "       kp [repl [--lang fr|en]]        the interactive prompt\n"
                "       kp tables\n"
                "       kp help NAME\n"
+               "       kp --version                    the host's and the library's versions\n"
                "\n"
                "EXPR: a KL call by French or English name, nested calls, \"text\", integers,\n"
                "x\"0A1B\" buffers, True/False (Vrai/Faux), KL constants, NAME = EXPR.\n"
+               "eval prints one line per expression: a refused one prints an empty line\n"
+               "(the reason, with its number, on stderr); line ends in a text show as \\n.\n"
                "Scripts: docs/scripts.md. Exit status: 0, 1 when a call left an error\n"
                "record, 2 when kp refused the input or the script stopped.\n"
                "KP_LIBRARY names the library to load; KP_PREFIX the device directory.\n");
@@ -79,6 +83,21 @@ std::unique_ptr<Library> Open(int32_t language) {
   return lib;
 }
 
+// Line ends inside a text shown as \n and \r, so that a result stays on
+// its line (--json gives the exact value).
+std::string OneLine(const std::string& shown) {
+  std::string out;
+  for (char c : shown) {
+    if (c == '\n')
+      out += "\\n";
+    else if (c == '\r')
+      out += "\\r";
+    else
+      out += c;
+  }
+  return out;
+}
+
 int Eval(std::vector<std::string> args) {
   bool json = false;
   int32_t language = DefaultLanguage();
@@ -99,18 +118,24 @@ int Eval(std::vector<std::string> args) {
   if (!lib) return 2;
   Evaluator evaluator(*lib);
   int status = 0;
-  for (const auto& expression : expressions) {
-    const Outcome o = evaluator.Evaluate(expression);
+  for (size_t n = 0; n < expressions.size(); ++n) {
+    const Outcome o = evaluator.Evaluate(expressions[n]);
+    // One stdout line per expression, as with --json, so results line up
+    // with the expressions even when one is refused.
     if (json) {
       std::printf("%s\n", Json(o).c_str());
     } else if (!o.ok()) {
-      std::fprintf(stderr, "kp: %s\n", o.failure.c_str());
+      std::printf("\n");
+      std::fflush(stdout);
+      std::fprintf(stderr, "kp: expression %zu: %s\n%s", n + 1, o.failure.c_str(), o.excerpt.c_str());
     } else {
-      std::printf("%s\n", Display(o.value).c_str());
+      std::printf("%s\n", OneLine(Display(o.value)).c_str());
     }
     if (!o.ok()) {
       status = 2;
     } else if (o.error.present()) {
+      // After the value's line, also when both streams go to one pipe.
+      std::fflush(stdout);
       if (!json) std::fprintf(stderr, "%s\n", DescribeError(o.error).c_str());
       if (status == 0) status = 1;
     }
@@ -232,6 +257,24 @@ int Help(const std::string& name) {
   return 2;
 }
 
+// The host's version is the header it was built with; the library's is
+// the one of the file loaded, which KP_LIBRARY may point elsewhere.
+int Version() {
+  std::printf("kp %s\n", KP160STD_VERSION);
+  const std::string path = LibraryPath();
+  std::string error, file;
+  void* library = os::OpenLibrary(path, error);
+  if (!library) {
+    std::fprintf(stderr, "kp: %s\n", error.c_str());
+    return 2;
+  }
+  const std::string version = os::LibraryVersion(library, file);
+  std::printf("library %s %s\n", version.empty() ? "(no version declared)" : version.c_str(),
+              (file.empty() ? path : file).c_str());
+  os::CloseLibrary(library);
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -246,5 +289,6 @@ int main(int argc, char** argv) {
   if (command == "tables") return Tables();
   if (command == "help" && rest.size() == 1) return Help(rest[0]);
   if (command == "--help" || command == "-h") return Usage(0);
+  if (command == "--version" && rest.empty()) return Version();
   return Usage(2);
 }

@@ -21,6 +21,10 @@ void* OpenLibrary(const std::string& path, std::string& error);
 // An export of a loaded library by name; null when it has none.
 void* FindExport(void* library, const char* name);
 void CloseLibrary(void* library);
+// The file a loaded library was read from, and the version that file
+// declares ("16.0.97.7": the name's suffix after ".so." on POSIX, the
+// version resource on Windows); the version is empty when it declares none.
+std::string LibraryVersion(void* library, std::string& file);
 // This program as the library's module look-up expects it (a dlopen handle on
 // POSIX, an HMODULE on Windows): the conversion services are exported here.
 uintptr_t ProgramModule();

@@ -29,6 +29,23 @@ void* FindExport(void* library, const char* name) { return dlsym(library, name);
 
 void CloseLibrary(void* library) { dlclose(library); }
 
+std::string LibraryVersion(void* library, std::string& file) {
+  // The library's file through one of its exports; symbolic links followed
+  // to the versioned name (libkp160std.so -> .so.16 -> .so.16.0.97.7).
+  Dl_info info{};
+  void* any = dlsym(library, "InfoComposante");
+  if (!any || !dladdr(any, &info) || !info.dli_fname) return {};
+  file = info.dli_fname;
+  if (char* real = realpath(info.dli_fname, nullptr)) {
+    file = real;
+    std::free(real);
+  }
+  const size_t slash = file.find_last_of('/');
+  const std::string name = slash == std::string::npos ? file : file.substr(slash + 1);
+  const size_t so = name.find(".so.");
+  return so == std::string::npos ? std::string() : name.substr(so + 4);
+}
+
 uintptr_t ProgramModule() { return reinterpret_cast<uintptr_t>(dlopen(nullptr, RTLD_NOW)); }
 
 bool SetThreadSlot(void* value, uintptr_t& index) {

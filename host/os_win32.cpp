@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "os.h"
 
@@ -47,6 +48,28 @@ void* OpenLibrary(const std::string& path, std::string& error) {
   HMODULE module = LoadLibraryW(Wide(path).c_str());
   if (!module) error = "cannot load " + path + ": " + SystemText(GetLastError());
   return reinterpret_cast<void*>(module);
+}
+
+std::string LibraryVersion(void* library, std::string& file) {
+  wchar_t path[MAX_PATH * 4];
+  const DWORD n = GetModuleFileNameW(static_cast<HMODULE>(library), path, MAX_PATH * 4);
+  if (n == 0 || n >= MAX_PATH * 4) return {};
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(n), nullptr, 0, nullptr, nullptr);
+  file.assign(static_cast<size_t>(bytes > 0 ? bytes : 0), '\0');
+  if (bytes > 0) WideCharToMultiByte(CP_UTF8, 0, path, static_cast<int>(n), file.data(), bytes, nullptr, nullptr);
+  // The file version of the DLL's version resource.
+  DWORD ignored = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path, &ignored);
+  if (size == 0) return {};
+  std::string block(size, '\0');
+  VS_FIXEDFILEINFO* fixed = nullptr;
+  UINT length = 0;
+  if (!GetFileVersionInfoW(path, 0, size, block.data()) ||
+      !VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&fixed), &length) || !fixed ||
+      length < sizeof *fixed)
+    return {};
+  return std::to_string(HIWORD(fixed->dwFileVersionMS)) + "." + std::to_string(LOWORD(fixed->dwFileVersionMS)) + "." +
+         std::to_string(HIWORD(fixed->dwFileVersionLS)) + "." + std::to_string(LOWORD(fixed->dwFileVersionLS));
 }
 
 void* FindExport(void* library, const char* name) {

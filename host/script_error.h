@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kphost {
@@ -23,10 +24,19 @@ class ScriptError : public std::runtime_error {
   ScriptPosition at() const { return at_; }
   // The text ended where more was expected: the prompt asks for another line.
   bool incomplete() const { return incomplete_; }
-  // "file:line:column: message", then the calls it went through. Without a
-  // file (one line typed or given to `kp eval`) "column C: message", with
-  // the line when it is not the first.
+  // "file:line:column: message", then the line of text with a caret under
+  // the column (when the text is known), then the calls it went through.
+  // Without a file (one line typed or given to `kp eval`) "column C:
+  // message", with the line when it is not the first.
   std::string Describe() const;
+  // The first line of Describe(): where and what, without the quoted text.
+  std::string Summary() const;
+  // Keeps the line the error is on, out of the whole text, for Describe();
+  // a line already kept stays.
+  void Quote(std::string_view source);
+  // The quoted line and the caret line under it, each ending in '\n'; empty
+  // when no text was quoted or its line is blank.
+  std::string Excerpt() const;
   // The procedure calls the error went through, innermost first.
   std::vector<std::string> trail;
 
@@ -34,6 +44,8 @@ class ScriptError : public std::runtime_error {
   std::string file_;
   ScriptPosition at_;
   bool incomplete_;
+  std::string line_;  // the text of the line at_ is on, when quoted
+  bool quoted_ = false;
 };
 
 std::string DescribePosition(const std::string& file, ScriptPosition at);

@@ -23,10 +23,15 @@ void Interpreter::AddFunction(FunctionInfo function) {
 
 std::string Interpreter::Where(ScriptPosition at) const { return DescribePosition(file_, at); }
 
-void Interpreter::Fail(ScriptPosition at, const std::string& what) const { throw ScriptError(file_, at, what); }
+void Interpreter::Fail(ScriptPosition at, const std::string& what) const {
+  ScriptError error(file_, at, what);
+  if (source_) error.Quote(*source_);
+  throw error;
+}
 
 Value Interpreter::Run(const Script& script) {
   file_ = script.file;
+  source_ = script.source;
   frames_.clear();
   for (const auto& proc : script.procedures) {
     const std::string folded = FoldName(proc->name);
@@ -34,12 +39,15 @@ Value Interpreter::Run(const Script& script) {
     library_.program().procedures[folded] = [this, proc](const std::vector<Value>& args) {
       // Called by the library (slot 21) or from a posted call (slot 22).
       const std::string outer = file_;
+      const auto outerSource = source_;
       try {
         Value v = CallProcedure(*proc, args, nullptr);
         file_ = outer;
+        source_ = outerSource;
         return v;
       } catch (const ScriptError& e) {
         file_ = outer;
+        source_ = outerSource;
         pending_ = e;
         throw;
       }
@@ -82,10 +90,9 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
         Assign(FoldName(s.name), lastValue_);
         return Flow::Next;
       case Stmt::Evaluate: lastValue_ = Evaluate(*s.value); return Flow::Next;
-      case Stmt::If:
-        return Execute(Truth(Evaluate(*s.value), "the condition of IF") ? s.body : s.otherwise);
+      case Stmt::If: return Execute(Condition(*s.value, "the condition of IF") ? s.body : s.otherwise);
       case Stmt::While:
-        while (Truth(Evaluate(*s.value), "the condition of WHILE")) {
+        while (Condition(*s.value, "the condition of WHILE")) {
           if (Execute(s.body) == Flow::Return) return Flow::Return;
           SafePoint(s.at);  // an empty body is still interruptible
         }
@@ -93,10 +100,13 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
       case Stmt::For: {
         const Value from = Evaluate(*s.value), to = Evaluate(*s.limit);
         const Value step = s.step ? Evaluate(*s.step) : Value::Int(1);
-        if (!IsInteger(from) || !IsInteger(to) || !IsInteger(step))
-          Fail(s.at, "FOR counts with integers, not " +
-                         KindName(!IsInteger(from) ? from : !IsInteger(to) ? to : step));
-        if (step.integer == 0) Fail(s.at, "FOR with a step of 0 never ends");
+        if (!IsInteger(from) || !IsInteger(to) || !IsInteger(step)) {
+          const bool fromWrong = !IsInteger(from), toWrong = !fromWrong && !IsInteger(to);
+          const Value& wrong = fromWrong ? from : toWrong ? to : step;
+          const Expr& where = fromWrong ? *s.value : toWrong ? *s.limit : *s.step;
+          Fail(StartOf(where), "FOR counts with integers, not " + KindName(wrong));
+        }
+        if (step.integer == 0) Fail(StartOf(*s.step), "FOR with a step of 0 never ends");
         const std::string var = FoldName(s.name);
         // The limit is read once; the variable is the loop's, but the body
         // may read it (assigning it does not change the count).
@@ -117,6 +127,19 @@ Interpreter::Flow Interpreter::Execute(const Stmt& s) {
     Fail(s.at, e.what());
   }
   return Flow::Next;
+}
+
+// Where an expression begins: an operator's position is its own, so a
+// binary one begins where its left side does.
+ScriptPosition Interpreter::StartOf(const Expr& e) { return e.kind == Expr::Binary ? StartOf(*e.operands[0]) : e.at; }
+
+bool Interpreter::Condition(const Expr& e, const char* what) {
+  const Value v = Evaluate(e);
+  try {
+    return Truth(v, what);
+  } catch (const ValueError& x) {
+    Fail(StartOf(e), x.what());  // the condition, not the IF or WHILE before it
+  }
 }
 
 Value* Interpreter::Find(const std::string& folded) {
@@ -222,24 +245,33 @@ Value Interpreter::CallProcedure(const Procedure& p, std::vector<Value> args, co
   const ScriptPosition at = from ? *from : p.at;
   // Called back by the library: the place to show is the declaration.
   const std::string& file = from ? file_ : p.file;
+  const auto& source = from ? source_ : p.source;
+  auto fail = [&](const std::string& what) {
+    ScriptError error(file, at, what);
+    if (source) error.Quote(*source);
+    throw error;
+  };
   if (args.size() != p.params.size())
-    throw ScriptError(file, at, p.name + " takes " + std::to_string(p.params.size()) + " argument(s), not " +
-                                    std::to_string(args.size()));
+    fail(p.name + " takes " + std::to_string(p.params.size()) + " argument(s), not " + std::to_string(args.size()));
   if (static_cast<int>(frames_.size()) >= maxDepth)
-    throw ScriptError(file, at, "recursion deeper than " + std::to_string(maxDepth) + " calls (in " + p.name + ")");
+    fail("recursion deeper than " + std::to_string(maxDepth) + " calls (in " + p.name + ")");
   Frame& frame = frames_.emplace_back(Frame{&p, {}, {}});
   for (size_t i = 0; i < args.size(); ++i) frame.locals[FoldName(p.params[i])] = std::move(args[i]);
   const std::string caller = file_;
+  const auto callerSource = source_;
   file_ = p.file;
+  source_ = p.source;
   try {
     Execute(p.body);
   } catch (ScriptError& error) {
     file_ = caller;
+    source_ = callerSource;
     frames_.pop_back();
     if (error.trail.size() < 8) error.trail.push_back("in " + p.name + (from ? ", called at " + Where(at) : ""));
     throw;
   }
   file_ = caller;
+  source_ = callerSource;
   Value result = std::move(frame.result);
   frames_.pop_back();
   return result;
@@ -253,6 +285,9 @@ Value Interpreter::CallFunction(const FunctionInfo& f, const Expr& e, std::vecto
   pending_.reset();
   program.ClearError();
   const auto status = library_.Call(f, args, result, why, &assigned);
+  // Named as the script wrote it, in that name's language.
+  if (status == Library::CallStatus::NoMatch)
+    why = NoSyntaxTakes(f, args, FoldName(e.name) == FoldName(f.english) ? f.english : f.french);
   if (status != Library::CallStatus::Ok) Fail(e.at, why);
   // The VM reads the record after each call and clears it before the next.
   const ErrorState error = program.ReadError();

@@ -84,6 +84,8 @@ class Interpreter {
   Value* Find(const std::string& folded);
   void Assign(const std::string& folded, Value v);
   void SafePoint(ScriptPosition at);
+  bool Condition(const Expr& e, const char* what);
+  static ScriptPosition StartOf(const Expr& e);
   [[noreturn]] void Fail(ScriptPosition at, const std::string& what) const;
   std::string Where(ScriptPosition at) const;
 
@@ -93,6 +95,7 @@ class Interpreter {
   std::map<std::string, FunctionInfo> functions_;
   std::deque<Frame> frames_;  // references stay valid as calls nest
   std::string file_;  // of the code running now
+  std::shared_ptr<const std::string> source_;  // its text, quoted in errors
   // A failure inside a procedure the library called back: the library only
   // sees CallProcedure answer 0; the script stops when the library returns.
   std::optional<ScriptError> pending_;

@@ -37,6 +37,10 @@ class Lexer {
       const char c = s_[pos_];
       if (c == '\n') {
         Advance();
+        // Inside parentheses a line end is a blank, so a call or an
+        // expression can be spread over lines, and the text ending there
+        // asks for more rather than failing.
+        if (parens_ > 0) continue;
         t.kind = Token::LineEnd;
         // One token for a run of blank lines keeps the parser simple.
         if (out.empty() || out.back().kind != Token::LineEnd) out.push_back(std::move(t));
@@ -61,6 +65,8 @@ class Lexer {
       } else {
         t.kind = Token::Symbol;
         t.text = Symbol(t.at);
+        if (t.text == "(") ++parens_;
+        if (t.text == ")" && parens_ > 0) --parens_;
       }
       out.push_back(std::move(t));
     }
@@ -192,6 +198,7 @@ class Lexer {
   size_t pos_ = 0;
   int line_ = 1;
   int column_ = 1;
+  int parens_ = 0;  // open parentheses
 };
 
 }  // namespace
@@ -204,8 +211,45 @@ std::string DescribePosition(const std::string& file, ScriptPosition at) {
          std::to_string(at.column);
 }
 
+std::string ScriptError::Summary() const { return DescribePosition(file_, at_) + ": " + what(); }
+
+void ScriptError::Quote(std::string_view source) {
+  if (quoted_) return;
+  quoted_ = true;
+  size_t start = 0;
+  for (int line = 1; line < at_.line; ++line) {
+    start = source.find('\n', start);
+    if (start == std::string_view::npos) return;
+    ++start;
+  }
+  const size_t end = source.find('\n', start);
+  line_ = std::string(source.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start));
+  if (!line_.empty() && line_.back() == '\r') line_.pop_back();
+  // The byte-order mark is not shown, and takes no column (SkipBlanks).
+  if (start == 0 && line_.rfind("\xEF\xBB\xBF", 0) == 0) line_.erase(0, 3);
+}
+
+std::string ScriptError::Excerpt() const {
+  // The line without its indentation, the caret under the column's
+  // character: columns count characters, so UTF-8 continuation bytes do not
+  // move it, and a tab before the column stays a tab under it.
+  const size_t first = line_.find_first_not_of(" \t");
+  if (first == std::string::npos) return {};
+  std::string caret;
+  int column = 1;
+  for (size_t i = 0; i < line_.size() && column < at_.column; ++i) {
+    const unsigned char c = static_cast<unsigned char>(line_[i]);
+    if ((c & 0xC0) == 0x80) continue;
+    ++column;
+    if (i >= first) caret += c == '\t' ? '\t' : ' ';
+  }
+  return "    " + line_.substr(first) + "\n    " + caret + "^\n";
+}
+
 std::string ScriptError::Describe() const {
-  std::string out = DescribePosition(file_, at_) + ": " + what();
+  std::string out = Summary();
+  const std::string excerpt = Excerpt();
+  if (!excerpt.empty()) out += "\n" + excerpt.substr(0, excerpt.size() - 1);
   for (const auto& step : trail) out += "\n  " + step;
   return out;
 }

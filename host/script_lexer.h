@@ -4,7 +4,8 @@
 // a digit), integers (decimal, or 0x hexadecimal where up to 0xFFFFFFFF is a
 // 32-bit pattern, as colours are written), reals (digits '.' digits), texts
 // in double quotes ("" for a quote inside, on one line), buffers x"0A 1B",
-// the symbols ( ) , ; = <> < <= > >= + - * / %, line ends, and // comments.
+// the symbols ( ) , ; = <> < <= > >= + - * / %, line ends (none inside
+// parentheses: there a line end is a blank), and // comments.
 // Keywords are names: the parser gives them their meaning.
 #pragma once
 

@@ -30,11 +30,13 @@ bool Reserved(const Token& t) {
 
 class Parser {
  public:
-  Parser(std::vector<Token> tokens, const std::string& file) : t_(std::move(tokens)), file_(file) {}
+  Parser(std::vector<Token> tokens, const std::string& file, std::shared_ptr<const std::string> source)
+      : t_(std::move(tokens)), file_(file), source_(std::move(source)) {}
 
   Script Run() {
     Script script;
     script.file = file_;
+    script.source = source_;
     SkipSeparators();
     while (Peek().kind != Token::End) {
       if (Is(Peek(), kProcedure)) {
@@ -71,6 +73,16 @@ class Parser {
     if (!IsSymbol(Peek(), symbol)) Fail(Peek(), std::string(what) + " expected, not " + Shown(Peek()));
     Next();
   }
+  // The ')' of the '(' at `open`: when the text ends first, the message
+  // says where the parenthesis was opened, since line ends inside
+  // parentheses are blanks and the end may be far below it.
+  void ExpectClose(ScriptPosition open, const char* what) {
+    if (Peek().kind == Token::End) Fail(Peek(), "the '(' opened at " + Opened(open) + " is not closed");
+    Expect(")", what);
+  }
+  static std::string Opened(ScriptPosition at) {
+    return "line " + std::to_string(at.line) + ", column " + std::to_string(at.column);
+  }
   void SkipSeparators() {
     while (Peek().kind == Token::LineEnd || IsSymbol(Peek(), ";")) Next();
   }
@@ -104,7 +116,9 @@ class Parser {
     auto proc = std::make_shared<Procedure>();
     proc->at = Next().at;
     proc->file = file_;
+    proc->source = source_;
     proc->name = NameOf("a procedure name");
+    const ScriptPosition open = Peek().at;
     Expect("(", "'('");
     if (!IsSymbol(Peek(), ")")) {
       for (;;) {
@@ -117,18 +131,19 @@ class Parser {
         Next();
       }
     }
-    Expect(")", "',' or ')'");
-    proc->body = Block("procedure " + proc->name);
+    ExpectClose(open, "',' or ')'");
+    proc->body = Block("procedure " + proc->name, proc->at);
     return proc;
   }
 
   // Statements up to END (consumed) or, when `allowElse`, ELSE (left).
-  std::vector<std::unique_ptr<Stmt>> Block(const std::string& what, bool allowElse = false) {
+  // `opened`: where the block's keyword is, for a block left open.
+  std::vector<std::unique_ptr<Stmt>> Block(const std::string& what, ScriptPosition opened, bool allowElse = false) {
     std::vector<std::unique_ptr<Stmt>> body;
     SkipSeparators();
     for (;;) {
       const Token& t = Peek();
-      if (t.kind == Token::End) Fail(t, "END expected to close the " + what);
+      if (t.kind == Token::End) Fail(t, "END expected to close the " + what + " opened at " + Opened(opened));
       if (Is(t, kEnd)) break;
       if (Is(t, kElse)) {
         if (allowElse) return body;
@@ -152,10 +167,10 @@ class Parser {
       s->value = Expression();
       if (!Is(Peek(), kThen)) Fail(Peek(), "THEN expected after the condition, not " + Shown(Peek()));
       Next();
-      s->body = Block("IF", true);
+      s->body = Block("IF", first.at, true);
       if (Is(Peek(), kElse)) {  // else the block ended at END, already taken
-        Next();
-        s->otherwise = Block("ELSE");
+        const ScriptPosition otherwise = Next().at;
+        s->otherwise = Block("ELSE", otherwise);
       }
       return s;
     }
@@ -163,7 +178,7 @@ class Parser {
       Next();
       s->kind = Stmt::While;
       s->value = Expression();
-      s->body = Block("WHILE");
+      s->body = Block("WHILE", s->at);
       return s;
     }
     if (Is(first, kFor)) {
@@ -179,7 +194,7 @@ class Parser {
         Next();
         s->step = Expression();
       }
-      s->body = Block("FOR");
+      s->body = Block("FOR", s->at);
       return s;
     }
     if (Is(first, kReturn)) {
@@ -300,9 +315,9 @@ class Parser {
       return e;
     }
     if (IsSymbol(t, "(")) {
-      Next();
+      const ScriptPosition open = Next().at;
       auto e = Expression();
-      Expect(")", "')'");
+      ExpectClose(open, "')'");
       return e;
     }
     if (Is(t, kTrue) || Is(t, kFalse)) {
@@ -320,7 +335,7 @@ class Parser {
     }
     auto e = Make(Expr::Call, name.at);
     e->name = name.text;
-    Next();  // '('
+    const ScriptPosition open = Next().at;  // '('
     if (!IsSymbol(Peek(), ")")) {
       for (;;) {
         e->operands.push_back(Expression());
@@ -328,13 +343,14 @@ class Parser {
         Next();
       }
     }
-    Expect(")", "',' or ')'");
+    ExpectClose(open, "',' or ')'");
     return e;
   }
 
   std::vector<Token> t_;
   size_t pos_ = 0;
   const std::string& file_;
+  std::shared_ptr<const std::string> source_;
   int depth_ = 0;
 };
 
@@ -361,6 +377,14 @@ const char* OpName(Op op) {
   return "?";
 }
 
-Script Parse(std::string_view source, const std::string& file) { return Parser(Lex(source, file), file).Run(); }
+Script Parse(std::string_view source, const std::string& file) {
+  auto text = std::make_shared<const std::string>(source);
+  try {
+    return Parser(Lex(source, file), file, text).Run();
+  } catch (ScriptError& e) {
+    e.Quote(source);
+    throw;
+  }
+}
 
 }  // namespace kphost

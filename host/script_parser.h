@@ -51,6 +51,7 @@ struct Stmt {
 struct Procedure {
   std::string name;
   std::string file;
+  std::shared_ptr<const std::string> source;  // the text of `file`, quoted in errors
   ScriptPosition at;
   std::vector<std::string> params;
   std::vector<std::unique_ptr<Stmt>> body;
@@ -58,6 +59,7 @@ struct Procedure {
 
 struct Script {
   std::string file;
+  std::shared_ptr<const std::string> source;  // the whole text, quoted in errors
   std::vector<std::shared_ptr<const Procedure>> procedures;
   std::vector<std::unique_ptr<Stmt>> statements;
 };

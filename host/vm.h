@@ -246,5 +246,8 @@ class Library {
 };
 
 std::string TypeName(uint32_t code);
+// Why a call matched none of the function's syntaxes: the argument types
+// given, then each syntax, under `name` (the one the caller wrote).
+std::string NoSyntaxTakes(const FunctionInfo& function, const std::vector<Value>& args, const std::string& name);
 
 }  // namespace kphost

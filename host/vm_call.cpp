@@ -67,8 +67,7 @@ Library::CallStatus Library::Call(const FunctionInfo& function, const std::vecto
       why = function.french + "/" + function.english + ": this syntax is not available on this platform";
       return CallStatus::Unavailable;
     }
-    why = function.french + "/" + function.english + ": no syntax takes " + std::to_string(args.size()) +
-          " argument(s) of these types";
+    why = NoSyntaxTakes(function, args, function.french);
     return CallStatus::NoMatch;
   }
   CallSyntax(*best, args, result, assigned);
@@ -171,23 +170,43 @@ void Library::CallSyntax(const SyntaxInfo& syntax, const std::vector<Value>& arg
 }
 
 std::string TypeName(uint32_t code) {
+  // In words: how a text parameter is laid out (a cell or the pointer
+  // itself) is the ABI's business, not the caller's.
   switch (code & ~uint32_t{KL_T_FLAG_8000}) {
-    case KL_T_NONE: return "none";
+    case KL_T_NONE: return "nothing";
     case KL_T_BOOL: return "boolean";
     case KL_T_INT: return "integer";
-    case KL_T_INT64: return "integer8";
+    case KL_T_INT64: return "8-byte integer";
     case KL_T_CURRENCY: return "currency";
     case KL_T_REAL: return "real";
     case KL_T_INSTANCE: return "instance";
     case KL_T_WINDOW: return "window";
     case KL_T_TEXT_CELL:
+    case KL_T_TEXT_DIRECT:
     case KL_T_TEXT: return "text";
-    case KL_T_TEXT_DIRECT: return "text (direct)";
+    case KL_T_DATE: return "date";
+    case KL_T_TIME: return "time";
+    case KL_T_DATETIME: return "date-time";
     case KL_T_DURATION: return "duration";
     case KL_T_BUFFER: return "buffer";
-    case KL_T_VARIANT: return "variant";
+    case KL_T_VARIANT: return "any value";
+    case KL_T_ARRAY: return "array";
     default: return "type " + std::to_string(code);
   }
+}
+
+std::string NoSyntaxTakes(const FunctionInfo& function, const std::vector<Value>& args, const std::string& name) {
+  std::string given;
+  for (size_t i = 0; i < args.size(); ++i) given += (i ? ", " : "") + TypeName(args[i].type);
+  std::string out = name + ": no syntax takes (" + given + ")";
+  for (const auto& s : function.syntaxes) {
+    std::string params;
+    for (size_t i = 0; i < s.params.size(); ++i) params += (i ? ", " : "") + TypeName(s.params[i]);
+    out += "; " + name + "(" + params + ")";
+    if (Plain(s.result) != KL_T_NONE) out += " -> " + TypeName(s.result);
+    if (!s.entry) out += " (not available here)";
+  }
+  return out + "; see kp help " + name;
 }
 
 }  // namespace kphost

@@ -179,15 +179,22 @@ TEST_F(Script, ErrorsCarryFileLineAndColumn) {
   EXPECT_EQ(at(ErrorOf("IF True THEN\n PROCEDURE p()\n END\nEND")), "2:2");
   // Running: the statement or operator that failed.
   e = ErrorOf("PROCEDURE f(t)\n  RETURN t - 1\nEND\n\nTrace(f(\"a\"))", "b.kl");
-  EXPECT_EQ(e.Describe(), "b.kl:2:12: '-' does not take a text and an integer\n  in f, called at b.kl:5:7");
+  EXPECT_EQ(e.Describe(),
+            "b.kl:2:12: '-' does not take a text and an integer\n"
+            "    RETURN t - 1\n"
+            "             ^\n"
+            "  in f, called at b.kl:5:7");
   EXPECT_EQ(at(ErrorOf("x = 1\nNoSuchFunction(x)")), "2:1");
   EXPECT_EQ(at(ErrorOf("x = 1\nTrace(undefined)")), "2:7");
-  EXPECT_EQ(at(ErrorOf("WHILE 1\nEND")), "1:1");
+  EXPECT_EQ(at(ErrorOf("WHILE 1\nEND")), "1:7") << "the condition, not the WHILE";
   EXPECT_NE(std::string(ErrorOf("IF 1 THEN END").what()).find("must be a boolean, not an integer"), std::string::npos);
   EXPECT_NE(std::string(ErrorOf("EstPair(\"4\")").what()).find("no syntax takes"), std::string::npos);
   EXPECT_NE(std::string(ErrorOf("x = DateSys").what()).find("called with parentheses"), std::string::npos);
   // Text that ends inside a construct is "incomplete": the prompt reads on.
-  for (const char* open : {"IF x THEN", "x = (1 +", "PROCEDURE p()\n x = 1", "FOR i = 1 TO 3\n"}) {
+  // The prompt hands the parser each line with its line end: an open
+  // parenthesis must still read as unfinished then.
+  for (const char* open : {"IF x THEN", "x = (1 +", "x = (1 +\n", "EstPair(\n", "Trace(1,\n  2,\n",
+                           "PROCEDURE p()\n x = 1", "FOR i = 1 TO 3\n"}) {
     try {
       Parse(open, "");
       ADD_FAILURE() << open;
@@ -200,6 +207,58 @@ TEST_F(Script, ErrorsCarryFileLineAndColumn) {
   } catch (const ScriptError& error) {
     EXPECT_FALSE(error.incomplete());
   }
+}
+
+TEST_F(Script, ParseErrorsQuoteTheLineWithACaretUnderTheColumn) {
+  EXPECT_EQ(ErrorOf("x = 1\n\n  y = x +* 2", "a.kl").Describe(),
+            "a.kl:3:10: an expression expected, not '*'\n"
+            "    y = x +* 2\n"
+            "           ^");
+  // Columns count characters: the caret is under the '<' after "été".
+  EXPECT_EQ(ErrorOf("été = 1 < 2 < 3", "").Describe(),
+            "column 13: comparisons do not chain: join them with AND\n"
+            "    été = 1 < 2 < 3\n"
+            "                ^");
+  // A byte-order mark, as Windows editors write, is neither shown nor counted.
+  EXPECT_EQ(ErrorOf("\xEF\xBB\xBFx = 1 $", "t.kl").Excerpt(), "    x = 1 $\n          ^\n");
+  // A tab before the column stays a tab in the caret's line.
+  EXPECT_EQ(ErrorOf("x = 1\t$", "t.kl").Excerpt(), "    x = 1\t$\n         \t^\n");
+  // An error at the end of the line points just past it.
+  EXPECT_EQ(ErrorOf("x = 1 +\n").Excerpt(), "    x = 1 +\n           ^\n");
+  // A text that ends with the error has no line to quote.
+  EXPECT_EQ(ErrorOf("IF True THEN\n").Excerpt(), "");
+}
+
+TEST_F(Script, AnUnclosedBlockOrParenthesisSaysWhereItOpened) {
+  auto message = [this](std::string_view source) { return std::string(ErrorOf(source).what()); };
+  EXPECT_EQ(message("x = 1\nIF x = 1 THEN\n  WHILE False\n  END\n"),
+            "END expected to close the IF opened at line 2, column 1");
+  EXPECT_EQ(message("SI Vrai ALORS\nSINON\n  Trace(1)"), "END expected to close the ELSE opened at line 2, column 1");
+  EXPECT_EQ(message("PROCEDURE p()\n  FOR i = 1 TO 2\n  END"),
+            "END expected to close the procedure p opened at line 1, column 1");
+  // Line ends inside parentheses are blanks, so the end of the text may be
+  // far below the parenthesis left open.
+  EXPECT_EQ(message("x = 1\nTrace(EstPair(4),\n  (1 + 2\n\n"), "the '(' opened at line 3, column 3 is not closed");
+  EXPECT_EQ(message("Trace(EstPair(4)\n"), "the '(' opened at line 1, column 6 is not closed");
+  // Spread over lines, a call runs as one statement.
+  Run("Trace(EstPair(4),\n      IsOdd(3)\n)\nTrace(\"after\")");
+  EXPECT_EQ(out_, (std::vector<std::string>{"True True", "after"}));
+}
+
+TEST_F(Script, AWrongConditionIsReportedAtTheCondition) {
+  auto at = [this](std::string_view source) {
+    const ScriptError e = ErrorOf(source);
+    return std::to_string(e.at().line) + ":" + std::to_string(e.at().column);
+  };
+  EXPECT_EQ(at("IF 1 THEN END"), "1:4");
+  EXPECT_EQ(at("x = 2\n  SI x + 1 ALORS FIN"), "2:6") << "where the condition begins, not its operator";
+  EXPECT_EQ(at("n = 0\nWHILE n\n n = n + 1\nEND"), "2:7");
+  EXPECT_EQ(at("IF True AND 3 THEN END"), "1:9") << "an operand of AND: the operator is the place";
+  EXPECT_EQ(at("FOR i = 1 TO \"3\"\nEND"), "1:14");
+  EXPECT_EQ(at("FOR i = 1 TO 3 STEP 0\nEND"), "1:21");
+  const ScriptError e = ErrorOf("IF 1 THEN END", "c.kl");
+  EXPECT_EQ(e.Describe(),
+            "c.kl:1:4: the condition of IF must be a boolean, not an integer\n    IF 1 THEN END\n       ^");
 }
 
 TEST_F(Script, NestingIsBounded) {
@@ -342,8 +401,9 @@ TEST_F(ScriptVM, TheLibraryCallsProceduresBack) {
 TEST_F(ScriptVM, AFailureInACalledBackProcedureStopsTheScript) {
   const ScriptError e = ErrorOf("PROCEDURE bad(n)\n  RETURN n / 0\nEND\nx = CallBack(\"bad\", 1)\nTrace(\"not reached\")",
                                 "c.kl");
-  EXPECT_EQ(e.Describe(), "c.kl:2:12: division by zero\n  in bad\n"
-                          "  called back by CallBack at c.kl:4:5");
+  EXPECT_EQ(e.Describe(),
+            "c.kl:2:12: division by zero\n    RETURN n / 0\n             ^\n  in bad\n"
+            "  called back by CallBack at c.kl:4:5");
   EXPECT_TRUE(out_.empty());
   // Directly: the slot answers 0 and nothing escapes into the caller.
   ExecContext* c = lib_->program().context();
@@ -424,7 +484,8 @@ TEST(ScriptCommand, RunReportsWhereTheScriptStopped) {
   EXPECT_EQ(out, "2 pair\n");
   std::tie(status, out) = Host("run " + bad);
   EXPECT_EQ(status, 2);
-  EXPECT_EQ(out, "first\n" + bad + ":2:13: '-' does not take a text and an integer\n");
+  EXPECT_EQ(out, "first\n" + bad + ":2:13: '-' does not take a text and an integer\n" + "    x = 1 + \"a\" - 1\n" +
+                     "                ^\n");
   std::tie(status, out) = Host("run " + dir + "/absent.kl");
   EXPECT_EQ(status, 2);
   // Piped into the prompt, lines are a script.
