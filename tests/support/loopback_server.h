@@ -20,7 +20,8 @@ class LoopbackServer {
   explicit LoopbackServer(const std::string& log, const std::string& cert = {}, const std::string& key = {}) {
     int in[2], out[2];
     if (pipe(in) != 0 || pipe(out) != 0) return;
-    const std::string script = (std::filesystem::path(__FILE__).parent_path().parent_path() / "update" / "http_server.py").string();
+    // From the build, not __FILE__: a compiler cache may make __FILE__ relative.
+    const std::string script = (std::filesystem::path(KP_TESTS_DIR) / "update" / "http_server.py").string();
     pid_ = fork();
     if (pid_ == 0) {
       dup2(in[0], 0);
