@@ -224,13 +224,4 @@ void ParseRecords(std::string_view text, const std::string& file, Parsed& out) {
   parser.Finish();
 }
 
-const Parsed& Embedded() {
-  static const Parsed parsed = [] {
-    Parsed p;
-    for (size_t i = 0; i < kEmbeddedFileCount; ++i) ParseRecords(kEmbeddedFiles[i].text, kEmbeddedFiles[i].stem, p);
-    return p;
-  }();
-  return parsed;
-}
-
 }  // namespace kphost::ref
