@@ -168,7 +168,7 @@ std::string TypeWord(uint32_t code, bool french) {
     case KL_T_DATETIME: return Word(french, "date-time", "date-heure");
     case KL_T_DURATION: return Word(french, "duration", "durée");
     case KL_T_BUFFER: return Word(french, "buffer", "buffer");
-    case KL_T_VARIANT: return Word(french, "variable of any type", "variable de tout type");
+    case KL_T_VARIANT: return Word(french, "any type", "tout type");
     case KL_T_ARRAY: return Word(french, "array", "tableau");
     default: return Word(french, "type ", "type ") + std::to_string(code);
   }
