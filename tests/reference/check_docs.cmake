@@ -25,5 +25,5 @@ list(REMOVE_DUPLICATES stale)
 if(stale)
   string(REPLACE ";" ", " stale "${stale}")
   message(FATAL_ERROR "docs/reference is not current (${stale}); regenerate it with:\n"
-                      "  rm -f docs/reference/*.md && build/debug/host/kp reference --markdown docs/reference")
+                      "  cmake --build build/debug --target reference_docs")
 endif()
