@@ -2,7 +2,6 @@
 #include "names.h"
 
 #include <algorithm>
-#include <map>
 
 #include "text.h"
 
@@ -12,10 +11,10 @@ namespace {
 // Latin-1 letters U+00C0..U+00FF without their accents (lower case: the
 // input is folded first); "" where a letter is kept as it is.
 const char* const kLatin1[64] = {
-    "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i", "i",    // C0-CF
-    "d", "n", "o", "o", "o", "o", "o", "",  "o", "u", "u", "u", "u", "y", "th", "ss",  // D0-DF
-    "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i", "i",    // E0-EF
-    "d", "n", "o", "o", "o", "o", "o", "",  "o", "u", "u", "u", "u", "y", "th", "y"};  // F0-FF
+    "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i",  "i",   // C0-CF
+    "d", "n", "o", "o", "o", "o", "o",  "",  "o", "u", "u", "u", "u", "y", "th", "ss",  // D0-DF
+    "a", "a", "a", "a", "a", "a", "ae", "c", "e", "e", "e", "e", "i", "i", "i",  "i",   // E0-EF
+    "d", "n", "o", "o", "o", "o", "o",  "",  "o", "u", "u", "u", "u", "y", "th", "y"};  // F0-FF
 
 }  // namespace
 
@@ -63,26 +62,20 @@ std::vector<std::string> ClosestNames(const Library& library, std::string_view n
   // Near enough: a third of the name's letters wrong, at least one, at most 4.
   const size_t length = Utf16(wanted).size();
   const size_t limit = std::clamp<size_t>(length / 3, 1, 4);
-  std::map<std::pair<size_t, std::string>, bool> found;  // (distance, name), ordered
-  std::map<std::string, size_t> best;                      // name -> distance kept
+  // (distance, name shown), one per row: the spelling that came closest.
+  std::vector<std::pair<size_t, std::string>> near;
   auto consider = [&](const std::string& french, const std::string& english) {
     const size_t df = EditDistance(wanted, FoldAccents(french));
     const size_t de = EditDistance(wanted, FoldAccents(english));
-    const size_t d = std::min(df, de);
-    if (d > limit) return;
-    const std::string& shown = df <= de ? french : english;
-    auto it = best.find(shown);
-    if (it != best.end() && it->second <= d) return;
-    if (it != best.end()) found.erase({it->second, shown});
-    best[shown] = d;
-    found[{d, shown}] = true;
+    if (std::min(df, de) <= limit) near.emplace_back(std::min(df, de), df <= de ? french : english);
   };
   for (const auto& f : library.functions()) consider(f.french, f.english);
   for (const auto& c : library.constants()) consider(c.french, c.english);
+  std::sort(near.begin(), near.end());
   std::vector<std::string> out;
-  for (const auto& [key, unused] : found) {
+  for (const auto& [distance, shown] : near) {
     if (out.size() == most) break;
-    out.push_back(key.second);
+    if (std::find(out.begin(), out.end(), shown) == out.end()) out.push_back(shown);
   }
   return out;
 }
@@ -91,8 +84,7 @@ std::string DidYouMean(const Library& library, std::string_view name) {
   const auto names = ClosestNames(library, name);
   if (names.empty()) return "";
   std::string text = "; did you mean ";
-  for (size_t i = 0; i < names.size(); ++i)
-    text += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
+  for (size_t i = 0; i < names.size(); ++i) text += (i == 0 ? "" : i + 1 == names.size() ? " or " : ", ") + names[i];
   return text + "?";
 }
 

@@ -100,14 +100,22 @@ class Parser {
       return;
     }
     if (!function && key != "note") return Error(std::string(key) + " belongs to a function, not a constant");
-    if (key == "summary") Bilingual(value, r.summary, key);
-    else if (key == "result") Bilingual(value, r.result, key);
-    else if (key == "fails") Bilingual(value, r.fails, key);
-    else if (key == "unavailable") Bilingual(value, r.unavailable, key);
-    else if (key == "note") Bilingual(value, r.notes.emplace_back(), key);
-    else if (key == "syntax") Syntax(value);
-    else if (key == "example") ExampleLine(value);
-    else Error("unknown key " + std::string(key));
+    if (key == "summary")
+      Bilingual(value, r.summary, key);
+    else if (key == "result")
+      Bilingual(value, r.result, key);
+    else if (key == "fails")
+      Bilingual(value, r.fails, key);
+    else if (key == "unavailable")
+      Bilingual(value, r.unavailable, key);
+    else if (key == "note")
+      Bilingual(value, r.notes.emplace_back(), key);
+    else if (key == "syntax")
+      Syntax(value);
+    else if (key == "example")
+      ExampleLine(value);
+    else
+      Error("unknown key " + std::string(key));
   }
 
   void Syntax(std::string_view value) {

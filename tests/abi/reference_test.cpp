@@ -5,8 +5,8 @@
 #include <map>
 #include <set>
 
-#include "abi_support.h"
 #include "abi/host_process.h"
+#include "abi_support.h"
 #include "eval.h"
 #include "help.h"
 #include "names.h"
@@ -135,15 +135,19 @@ TEST_F(Reference, EveryRowAndConstantHasExactlyOneRecord) {
     const std::string key = kphost::FoldName(f.french);
     seenF.insert(key);
     auto it = functions.find(key);
-    if (it == functions.end()) missingF.push_back(f.french);
-    else if (it->second.size() > 1) twice.push_back(f.french + " (" + it->second[0]->file + ", " + it->second[1]->file + ")");
+    if (it == functions.end())
+      missingF.push_back(f.french);
+    else if (it->second.size() > 1)
+      twice.push_back(f.french + " (" + it->second[0]->file + ", " + it->second[1]->file + ")");
   }
   for (const auto& c : lib_->constants()) {
     const std::string key = kphost::FoldName(c.french);
     seenC.insert(key);
     auto it = constants.find(key);
-    if (it == constants.end()) missingC.push_back(c.french);
-    else if (it->second.size() > 1) twice.push_back(c.french + " (" + it->second[0]->file + ", " + it->second[1]->file + ")");
+    if (it == constants.end())
+      missingC.push_back(c.french);
+    else if (it->second.size() > 1)
+      twice.push_back(c.french + " (" + it->second[0]->file + ", " + it->second[1]->file + ")");
   }
   for (const auto& [key, records] : functions)
     if (!seenF.count(key)) unknown.push_back("function " + records[0]->name + " (" + records[0]->file + ".ref)");
@@ -202,7 +206,9 @@ TEST_F(Reference, ExamplesPrintWhatTheRecordsSay) {
     std::string shown;
     for (size_t i = 1; i < args.size(); ++i) shown += " '" + args[i] + "'";
     ADD_FAILURE() << r.file << ".ref:" << r.line << ": " << r.name << ": kp eval" << shown << "\nprinted:\n"
-                  << got.out << "expected:\n" << expected << "stderr:\n" << got.err;
+                  << got.out << "expected:\n"
+                  << expected << "stderr:\n"
+                  << got.err;
   }
   EXPECT_GT(run, 0u);
 }
@@ -264,8 +270,7 @@ TEST_F(Reference, NamesTypedWithoutAccentsOrMisspelt) {
   EXPECT_TRUE(accepted.ok()) << accepted.failure;
   EXPECT_EQ(kphost::Display(accepted.value), "20250420");
   const auto unknown = evaluator.Evaluate("Paqes(2025)");
-  EXPECT_NE(unknown.failure.find("unknown function Paqes; did you mean Pâques?"), std::string::npos)
-      << unknown.failure;
+  EXPECT_NE(unknown.failure.find("unknown function Paqes; did you mean Pâques?"), std::string::npos) << unknown.failure;
   EXPECT_NE(evaluator.Evaluate("foUnicod").failure.find("did you mean foUnicode"), std::string::npos);
 }
 
