@@ -175,7 +175,8 @@ TEST_F(Reference, RecordsAgreeWithTheTables) {
       if (r->syntaxes.empty()) continue;
     }
     EXPECT_TRUE(f.available() || !r->unavailable.empty()) << where << ": not callable here, and no unavailable: reason";
-    ASSERT_EQ(r->syntaxes.size(), f.syntaxes.size()) << where << ": syntax lines against the table's syntaxes";
+    EXPECT_EQ(r->syntaxes.size(), f.syntaxes.size()) << where << ": syntax lines against the table's syntaxes";
+    if (r->syntaxes.size() != f.syntaxes.size()) continue;
     for (size_t i = 0; i < f.syntaxes.size(); ++i)
       EXPECT_EQ(r->syntaxes[i].names.size(), f.syntaxes[i].params.size())
           << where << ": syntax " << i + 1 << " (line " << r->syntaxes[i].line << ")";
