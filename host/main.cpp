@@ -4,7 +4,9 @@
 //   kp run [--lang fr|en] FILE.kl | -
 //   kp [repl [--lang fr|en]]
 //   kp tables
-//   kp help NAME
+//   kp help [--lang en|fr] NAME
+//   kp list [--lang en|fr] [PATTERN]
+//   kp reference --markdown DIR
 //   kp --version
 //
 // The library is found beside the host (../libkp160std.so from the host's
@@ -20,6 +22,8 @@
 #include <vector>
 
 #include "eval.h"
+#include "help.h"
+#include "names.h"
 #include "os.h"
 #include "prompt.h"
 #include "script_eval.h"
@@ -37,7 +41,9 @@ int Usage(int status) {
                "       kp run [--lang fr|en] FILE.kl   (- reads the script from stdin)\n"
                "       kp [repl [--lang fr|en]]        the interactive prompt\n"
                "       kp tables\n"
-               "       kp help NAME\n"
+               "       kp help [--lang en|fr] NAME     a function or constant: syntaxes, meaning, example\n"
+               "       kp list [--lang en|fr] [PATTERN]  names and descriptions holding PATTERN\n"
+               "       kp reference --markdown DIR     writes the reference pages (docs/reference)\n"
                "       kp --version                    the host's and the library's versions\n"
                "\n"
                "EXPR: a KL call by French or English name, nested calls, \"text\", integers,\n"
@@ -231,30 +237,47 @@ int Tables() {
   return 0;
 }
 
-int Help(const std::string& name) {
-  auto lib = Open(DefaultLanguage());
+// kp help [--lang en|fr] NAME: the reference of one function or constant,
+// in English unless asked otherwise.
+int Help(std::vector<std::string> args) {
+  int32_t language = 9;
+  if (!TakeLanguage(args, language) || args.size() != 1) return Usage(2);
+  auto lib = Open(language);
   if (!lib) return 2;
-  if (const auto* f = lib->FindFunction(name)) {
-    std::printf("%s / %s  (row %zu, identifier 0x%08x, flags 0x%x)\n", f->french.c_str(), f->english.c_str(), f->index,
-                f->identifier, f->flags);
-    for (size_t i = 0; i < f->syntaxes.size(); ++i) {
-      const auto& s = f->syntaxes[i];
-      std::string params;
-      for (size_t p = 0; p < s.params.size(); ++p) params += (p ? ", " : "") + TypeName(s.params[p]);
-      std::printf("  %zu. (%s) -> %s%s\n", i + 1, params.c_str(), TypeName(s.result).c_str(),
-                  s.entry ? "" : "   [not available on this platform]");
-    }
-    return 0;
+  std::string text;
+  const bool found = RenderHelp(*lib, args[0], language == KL_LANGUAGE_FRENCH, text);
+  std::fputs(text.c_str(), found ? stdout : stderr);
+  return found ? 0 : 2;
+}
+
+// kp list [--lang en|fr] [PATTERN]: the functions and constants whose name
+// or description holds PATTERN.
+int List(std::vector<std::string> args) {
+  int32_t language = 9;
+  if (!TakeLanguage(args, language) || args.size() > 1) return Usage(2);
+  auto lib = Open(language);
+  if (!lib) return 2;
+  const std::string pattern = args.empty() ? "" : args[0];
+  const std::string text = RenderList(*lib, pattern, language == KL_LANGUAGE_FRENCH);
+  if (text.empty()) {
+    std::fprintf(stderr, "kp: nothing matches %s%s\n", pattern.c_str(), DidYouMean(*lib, pattern).c_str());
+    return 1;
   }
-  if (const auto* c = lib->FindConstant(name)) {
-    std::printf("%s / %s  constant, ", c->french.c_str(), c->english.c_str());
-    if (c->kind == KL_CONST_KIND_TEXT) std::printf("text \"%s\"\n", Utf8(c->text).c_str());
-    else if (c->kind == KL_CONST_KIND_NONE) std::printf("not available on this platform\n");
-    else std::printf("integer %d (0x%x)\n", c->value, static_cast<uint32_t>(c->value));
-    return 0;
+  std::fputs(text.c_str(), stdout);
+  return 0;
+}
+
+// kp reference --markdown DIR: the browsable reference (docs/reference).
+int Reference(const std::vector<std::string>& args) {
+  if (args.size() != 2 || args[0] != "--markdown") return Usage(2);
+  auto lib = Open(9);
+  if (!lib) return 2;
+  std::string error;
+  if (!WriteMarkdown(*lib, args[1], error)) {
+    std::fprintf(stderr, "kp: %s\n", error.c_str());
+    return 2;
   }
-  std::fprintf(stderr, "kp: no function or constant is named %s\n", name.c_str());
-  return 2;
+  return 0;
 }
 
 // The host's version is the header it was built with; the library's is
@@ -287,7 +310,9 @@ int main(int argc, char** argv) {
   if (command == "run") return Run(rest);
   if (command == "repl") return Repl(rest);
   if (command == "tables") return Tables();
-  if (command == "help" && rest.size() == 1) return Help(rest[0]);
+  if (command == "help") return Help(rest);
+  if (command == "list") return List(rest);
+  if (command == "reference") return Reference(rest);
   if (command == "--help" || command == "-h") return Usage(0);
   if (command == "--version" && rest.empty()) return Version();
   return Usage(2);

@@ -28,7 +28,8 @@ class PromptSession {
   bool Continuing() const { return !chunk_.empty(); }
 
   Interpreter& interpreter() { return interpreter_; }
-  // Function names in both languages, keywords: what completion offers.
+  // Names in both languages of the functions callable here and of the
+  // constants, and the keywords: what completion offers.
   const std::vector<std::string>& names() const { return names_; }
 
   static void Help();
@@ -36,6 +37,10 @@ class PromptSession {
   static constexpr const char* kMore = "..> ";
 
  private:
+  // :help NAME and :list [PATTERN], in the prompt's language.
+  void Reference(const std::string& command);
+
+  Library& library_;
   Interpreter interpreter_;
   std::atomic<bool>* stop_;
   std::vector<std::string> names_;

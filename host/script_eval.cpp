@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "eval.h"
+#include "names.h"
 #include "script_ops.h"
 #include "text.h"
 
@@ -174,7 +175,7 @@ Value Interpreter::Evaluate(const Expr& e) {
       }
       if (procedures_.count(folded) || functions_.count(folded) || library_.FindFunction(e.name))
         Fail(e.at, e.name + " is called with parentheses: " + e.name + "()");
-      Fail(e.at, "unknown name " + e.name);
+      Fail(e.at, "unknown name " + e.name + DidYouMean(library_, e.name));
     }
     case Expr::Unary:
       try {
@@ -219,7 +220,7 @@ Value Interpreter::CallNamed(const Expr& e) {
   }
   if (auto it = functions_.find(folded); it != functions_.end()) return CallFunction(it->second, e, std::move(args));
   if (const FunctionInfo* f = library_.FindFunction(e.name)) return CallFunction(*f, e, std::move(args));
-  Fail(e.at, "unknown function " + e.name);
+  Fail(e.at, "unknown function " + e.name + DidYouMean(library_, e.name));
 }
 
 Value Interpreter::Builtin(const std::string& folded, const Expr& e, const std::vector<Value>& args, bool& handled) {

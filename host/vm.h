@@ -166,6 +166,8 @@ class Library {
   const std::vector<VariableInfo>& variables() const { return variables_; }
   const std::vector<std::string>& typeNames() const { return typeNames_; }
 
+  // By either name, case folded; accents may be left out when that spells
+  // one row only ("Paques" finds Pâques).
   const FunctionInfo* FindFunction(std::string_view name) const;
   const ConstantInfo* FindConstant(std::string_view name) const;
 
@@ -243,6 +245,10 @@ class Library {
   std::vector<std::string> typeNames_;
   std::map<std::string, size_t> functionIndex_;
   std::map<std::string, size_t> constantIndex_;
+  // The same names with the accents dropped too ("paques"): a name typed
+  // without its accents is found when it spells one row only.
+  std::map<std::string, size_t> looseFunctionIndex_;
+  std::map<std::string, size_t> looseConstantIndex_;
 };
 
 std::string TypeName(uint32_t code);

@@ -2,6 +2,7 @@
 // order, the declaration tables read into FunctionInfo and ConstantInfo, and
 // the end of the run.
 #include "os.h"
+#include "names.h"
 #include "text.h"
 #include "vm_internal.h"
 
@@ -74,6 +75,25 @@ void Library::SetLanguage(int32_t code) {
   program_->SetLanguage(code);
 }
 
+namespace {
+
+// Rows by accent-folded name; kAmbiguous where two rows meet.
+constexpr size_t kAmbiguous = ~size_t{0};
+
+void AddLoose(std::map<std::string, size_t>& index, const std::string& name, size_t row) {
+  auto [it, added] = index.emplace(FoldAccents(name), row);
+  if (!added && it->second != row) it->second = kAmbiguous;
+}
+
+size_t FindIn(const std::map<std::string, size_t>& exact, const std::map<std::string, size_t>& loose,
+              std::string_view name) {
+  if (auto it = exact.find(FoldName(name)); it != exact.end()) return it->second;
+  auto it = loose.find(FoldAccents(name));
+  return it == loose.end() ? kAmbiguous : it->second;
+}
+
+}  // namespace
+
 void Library::ReadTables() {
   const auto* rows = reinterpret_cast<const KLFunctionRow*>(exports_.info(33, 0));
   const auto count = exports_.info(34, 0);
@@ -97,6 +117,8 @@ void Library::ReadTables() {
     // the same way; the English one must not hide it.
     functionIndex_.emplace(FoldName(f.french), functions_.size());
     functionIndex_.emplace(FoldName(f.english), functions_.size());
+    AddLoose(looseFunctionIndex_, f.french, functions_.size());
+    AddLoose(looseFunctionIndex_, f.english, functions_.size());
     functions_.push_back(std::move(f));
   }
   const auto* constants = reinterpret_cast<const KLConstantRow*>(exports_.info(23, 0));
@@ -113,6 +135,8 @@ void Library::ReadTables() {
       c.value = static_cast<int32_t>(static_cast<uint32_t>(constants[i].value));
     constantIndex_.emplace(FoldName(c.french), constants_.size());
     constantIndex_.emplace(FoldName(c.english), constants_.size());
+    AddLoose(looseConstantIndex_, c.french, constants_.size());
+    AddLoose(looseConstantIndex_, c.english, constants_.size());
     constants_.push_back(std::move(c));
   }
   const auto* variables = reinterpret_cast<const KLVariableRow*>(exports_.info(25, 0));
@@ -126,14 +150,15 @@ void Library::ReadTables() {
   exports_.info(29, 0);
 }
 
+
 const FunctionInfo* Library::FindFunction(std::string_view name) const {
-  auto it = functionIndex_.find(FoldName(name));
-  return it == functionIndex_.end() ? nullptr : &functions_[it->second];
+  const size_t row = FindIn(functionIndex_, looseFunctionIndex_, name);
+  return row == kAmbiguous ? nullptr : &functions_[row];
 }
 
 const ConstantInfo* Library::FindConstant(std::string_view name) const {
-  auto it = constantIndex_.find(FoldName(name));
-  return it == constantIndex_.end() ? nullptr : &constants_[it->second];
+  const size_t row = FindIn(constantIndex_, looseConstantIndex_, name);
+  return row == kAmbiguous ? nullptr : &constants_[row];
 }
 
 }  // namespace kphost
