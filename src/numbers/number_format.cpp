@@ -129,7 +129,9 @@ void AppendFormatted(const NumberMask& mask, double value, const Separators& sep
       magnitude = std::round(magnitude);  // halves away from zero
       if (magnitude == 0) negative = false;
       if (mask.precision == 0 && magnitude == 0) break;  // C: "%.0d" of zero writes no digit
-      end = Digits(buf, magnitude, std::chars_format::fixed, 0);
+      // Below 2^63 the integer conversion is the same digits, faster.
+      end = magnitude < 9.2e18 ? std::to_chars(buf, buf + kDigitBuffer, static_cast<uint64_t>(magnitude)).ptr
+                               : Digits(buf, magnitude, std::chars_format::fixed, 0);
       leadingZeros = std::max<int32_t>(0, mask.precision - static_cast<int32_t>(end - buf));
       break;
     case 'f':
