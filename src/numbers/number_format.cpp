@@ -126,7 +126,12 @@ void AppendFormatted(const NumberMask& mask, double value, const Separators& sep
   switch (mask.conversion) {
     case 'd':
     case 'i':
-      magnitude = std::round(magnitude);  // halves away from zero
+      // Halves away from zero. Not std::round: mingw-w64's adds 0.5 first,
+      // which takes 0.49999999999999994 to 1. The fraction m - trunc(m) is exact.
+      {
+        const double whole = std::trunc(magnitude);
+        magnitude = magnitude - whole >= 0.5 ? whole + 1 : whole;
+      }
       if (magnitude == 0) negative = false;
       if (mask.precision == 0 && magnitude == 0) break;  // C: "%.0d" of zero writes no digit
       // Below 2^63 the integer conversion is the same digits, faster.

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 
 #include "abi/error_ids.h"
+#include "component/tables.h"
 #include "numbers/numeric.h"
 #include "support/fake_context.h"
 
@@ -201,6 +203,31 @@ TEST(MinMax, BadListsFail) {
       EXPECT_EQ(f(context, b.value), 0);
       EXPECT_EQ(context.errorId(), b.error);
       EXPECT_NE(Utf8(context.message()).find(b.shown), std::string::npos) << Utf8(context.message());
+    }
+  }
+}
+
+// The rows as the VM sees them: every syntax implemented, the declared
+// result types kept; ZigouigouiARoulette keeps its null entry (docs say why).
+TEST(NumberTextRows, EntriesAndResultTypes) {
+  struct Row {
+    const char* english;
+    uint32_t syntaxes;
+    uint32_t result;
+  };
+  const Row rows[] = {{"Min", 2, KL_T_REAL},         {"Max", 2, KL_T_REAL},
+                      {"IsNumeric", 1, KL_T_BOOL},   {"NumToString", 2, KL_T_TEXT},
+                      {"LengthToString", 2, KL_T_TEXT}, {"ZigouigouiARoulette", 1, KL_T_TEXT}};
+  const KLFunctionRow* table = kp::FunctionTable();
+  for (const Row& r : rows) {
+    const KLFunctionRow* row = nullptr;
+    for (uint32_t i = 0; i < KL_FUNCTION_COUNT; ++i)
+      if (std::strcmp(table[i].englishName, r.english) == 0) row = &table[i];
+    ASSERT_NE(row, nullptr) << r.english;
+    ASSERT_EQ(row->identifier >> 24, r.syntaxes) << r.english;
+    for (uint32_t s = 0; s < r.syntaxes; ++s) {
+      EXPECT_EQ(row->syntaxes[s].descriptor[0], r.result) << r.english;
+      EXPECT_EQ(row->syntaxes[s].entry == nullptr, std::strcmp(r.english, "ZigouigouiARoulette") == 0) << r.english;
     }
   }
 }
