@@ -82,13 +82,20 @@ MaskParse ParseNumberMask(std::u16string_view text) {
     ++i;
     for (; i < text.size(); ++i) {
       const char16_t f = text[i];
-      if (f == u'-') mask.left = true;
-      else if (f == u'+') mask.plus = true;
-      else if (f == u' ') mask.space = true;
-      else if (f == u'0') mask.zero = true;
-      else if (f == u'#') mask.alternate = true;
-      else if (f == u'\'') mask.group = true;
-      else break;
+      if (f == u'-')
+        mask.left = true;
+      else if (f == u'+')
+        mask.plus = true;
+      else if (f == u' ')
+        mask.space = true;
+      else if (f == u'0')
+        mask.zero = true;
+      else if (f == u'#')
+        mask.alternate = true;
+      else if (f == u'\'')
+        mask.group = true;
+      else
+        break;
     }
     if (!ReadField(text, i, mask.width)) return {std::nullopt, i};
     if (i < text.size() && text[i] == u'.') {
@@ -104,9 +111,14 @@ MaskParse ParseNumberMask(std::u16string_view text) {
     }
     if (i >= text.size()) return {std::nullopt, i};
     switch (text[i]) {
-      case u'd': case u'i': case u'f': case u'F': case u'e': case u'E': case u'g': case u'G':
-        mask.conversion = static_cast<char>(text[i]);
-        break;
+      case u'd':
+      case u'i':
+      case u'f':
+      case u'F':
+      case u'e':
+      case u'E':
+      case u'g':
+      case u'G': mask.conversion = static_cast<char>(text[i]); break;
       default: return {std::nullopt, i};
     }
     ++i;
@@ -156,7 +168,9 @@ void AppendFormatted(const NumberMask& mask, double value, const Separators& sep
     default:  // g, G
       end = mask.alternate ? AlternateGeneral(buf, magnitude, mask.precision)
                            : Digits(buf, magnitude, std::chars_format::general,
-                                    mask.precision < 0 ? 6 : mask.precision == 0 ? 1 : mask.precision);
+                                    mask.precision < 0    ? 6
+                                    : mask.precision == 0 ? 1
+                                                          : mask.precision);
   }
   if (mask.conversion == 'E' || mask.conversion == 'G')
     for (char* p = buf; p < end; ++p)
@@ -257,8 +271,7 @@ std::u16string NumToStringWith(ExecContext* context, double value, std::u16strin
   const MaskParse parsed = ParseNumberMask(mask);
   if (!parsed.mask) {
     // A long mask is cut in the message; the position still counts in the whole.
-    const std::u16string shown =
-        mask.size() > 80 ? std::u16string(mask.substr(0, 80)) + u"…" : std::u16string(mask);
+    const std::u16string shown = mask.size() > 80 ? std::u16string(mask.substr(0, 80)) + u"…" : std::u16string(mask);
     Raise(context, kErrBadNumberMask, {shown, static_cast<int32_t>(parsed.errorAt + 1)});
     return {};
   }

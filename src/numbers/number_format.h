@@ -29,14 +29,14 @@ struct Separators {
 };
 
 struct NumberMask {
-  std::u16string prefix;  // literal text before the conversion, "%%" undone
-  std::u16string suffix;  // literal text after it
-  bool left = false;      // '-'
-  bool plus = false;      // '+'
-  bool space = false;     // ' '
-  bool zero = false;      // '0'
-  bool alternate = false; // '#'
-  bool group = false;     // '\''
+  std::u16string prefix;   // literal text before the conversion, "%%" undone
+  std::u16string suffix;   // literal text after it
+  bool left = false;       // '-'
+  bool plus = false;       // '+'
+  bool space = false;      // ' '
+  bool zero = false;       // '0'
+  bool alternate = false;  // '#'
+  bool group = false;      // '\''
   int32_t width = 0;
   int32_t precision = -1;  // -1: none written
   char conversion = 'g';   // d i f F e E g G

@@ -81,8 +81,10 @@ std::optional<double> ParseNumericText(std::u16string_view text) {
     for (++i; i < n && IsDigit(text[i]); ++i, ++fracDigits) {
       ascii.push_back(static_cast<char>(text[i]));
       if (!significant) {
-        if (text[i] != u'0') significant = true;
-        else --order;
+        if (text[i] != u'0')
+          significant = true;
+        else
+          --order;
       }
     }
   }

@@ -44,11 +44,12 @@ std::string Printf(const std::string& mask, char conversion, double value) {
 }
 
 std::vector<double> SampleValues() {
-  std::vector<double> v = {0.0,      -0.0,        0.5,     -0.5,      1.5,         2.5,         -2.5,
-                           0.125,    1e-5,        1e-4,    123.456,   -987654.321, 1e15,        1e16,
-                           1e20,     1e300,       5e-324,  DBL_MAX,   -DBL_MAX,    DBL_MIN,     0.1,
-                           2.0 / 3,  999.9995,    9.9999996, 99999.5, 0.00001234,  1234567.891, -0.0049,
-                           1e-300,   4503599627370496.5, 9.5, 10.5,  0.05,        0.15,        100};
+  std::vector<double> v = {0.0,      -0.0,       0.5,         -0.5,    1.5,      2.5,
+                           -2.5,     0.125,      1e-5,        1e-4,    123.456,  -987654.321,
+                           1e15,     1e16,       1e20,        1e300,   5e-324,   DBL_MAX,
+                           -DBL_MAX, DBL_MIN,    0.1,         2.0 / 3, 999.9995, 9.9999996,
+                           99999.5,  0.00001234, 1234567.891, -0.0049, 1e-300,   4503599627370496.5,
+                           9.5,      10.5,       0.05,        0.15,    100};
   std::mt19937_64 random(20261125);
   for (int i = 0; i < 30; ++i) {
     const double mantissa = std::uniform_real_distribution<double>(-10, 10)(random);
@@ -202,16 +203,16 @@ TEST(NumberMask, BadMasksAndPositions) {
     int32_t position;  // 1-based, as in the message
   };
   const Bad cases[] = {
-      {u"abc", 4},         // no conversion: the fault is past the end
-      {u"%", 2},           // unfinished
-      {u"%5.", 4},         // precision without conversion
-      {u"%q", 2},          // unknown conversion
-      {u"%s", 2},          {u"%x", 2}, {u"%a", 2}, {u"%c", 2}, {u"%n", 2}, {u"%p", 2},
-      {u"%*d", 2},         // no width from arguments: one number only
-      {u"%.*f", 3},        {u"%d %d", 4},   // two conversions
-      {u"%f%g", 3},        {u"%1000d", 5},  // four digits of width
-      {u"%.1000f", 6},     {u"%.0005f", 6},  // four digits of precision, zeros or not
-      {u"%lll", 4},        {u"%hhh", 4},    {u"%Ld x %", 7}, {u"%-+ 0#'", 8},
+      {u"abc", 4},  // no conversion: the fault is past the end
+      {u"%", 2},    // unfinished
+      {u"%5.", 4},  // precision without conversion
+      {u"%q", 2},   // unknown conversion
+      {u"%s", 2},      {u"%x", 2},      {u"%a", 2},      {u"%c", 2},
+      {u"%n", 2},      {u"%p", 2},      {u"%*d", 2},  // no width from arguments: one number only
+      {u"%.*f", 3},    {u"%d %d", 4},                 // two conversions
+      {u"%f%g", 3},    {u"%1000d", 5},                // four digits of width
+      {u"%.1000f", 6}, {u"%.0005f", 6},               // four digits of precision, zeros or not
+      {u"%lll", 4},    {u"%hhh", 4},    {u"%Ld x %", 7}, {u"%-+ 0#'", 8},
   };
   for (const Bad& b : cases) {
     kp::test::FakeContext context;
