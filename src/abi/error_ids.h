@@ -205,6 +205,15 @@
   X(kErrBoundsReversed, 80210)                         \
   X(kErrRandomBelowOne, 80260)
 
+// Number texts and formats (Min/Max, EstNumérique, NumériqueVersChaîne,
+// TailleVersChaîne).
+#define KP_ERROR_IDS_NUMBER_TEXT(X) \
+  X(kErrNotNumericText, 80221)     \
+  X(kErrBadNumberMask, 80222)      \
+  X(kErrNumberNotFinite, 80223)    \
+  X(kErrNegativeSize, 80224)       \
+  X(kErrNotANumberValue, 80225)
+
 // The registry, INI files and saved parameters. The three warnings go to the
 // trace, not to the program (severity 65538).
 #define KP_ERROR_IDS_REGISTRY(X)                        \
@@ -341,6 +350,7 @@
   KP_ERROR_IDS_PROCESSES(X)     \
   KP_ERROR_IDS_SYSTEM(X)        \
   KP_ERROR_IDS_NUMBERS(X)       \
+  KP_ERROR_IDS_NUMBER_TEXT(X)   \
   KP_ERROR_IDS_REGISTRY(X)      \
   KP_ERROR_IDS_SHARED_MEMORY(X) \
   KP_ERROR_IDS_PROJECT(X)       \

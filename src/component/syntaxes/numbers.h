@@ -77,23 +77,6 @@ inline constexpr KLSyntax kIsEven[] = {
   // EstImpair/IsOdd
 inline constexpr KLSyntax kIsOdd[] = {
     Syntax<numbers::IsOdd, KL_T_BOOL, KL_T_INT>()};
-  // NumériqueVersChaîne/NumToString — signature chosen here: (number),
-  // (number, format).
-inline constexpr KLSyntax kNumToString[] = {
-    Unavailable<KL_T_TEXT, KL_T_REAL>(),
-    Unavailable<KL_T_TEXT, KL_T_REAL, KL_T_TEXT_CELL>()};
-  // Max/Max: a real result; parameters chosen here: two values, or an array
-  // handed as a variant.
-inline constexpr KLSyntax kMax[] = {
-    Unavailable<KL_T_REAL, KL_T_REAL, KL_T_REAL>(),
-    Unavailable<KL_T_REAL, KL_T_VARIANT>()};
-  // Min/Min: as Max.
-inline constexpr KLSyntax kMin[] = {
-    Unavailable<KL_T_REAL, KL_T_REAL, KL_T_REAL>(),
-    Unavailable<KL_T_REAL, KL_T_VARIANT>()};
-  // EstNumérique/IsNumeric — signature chosen here: (value).
-inline constexpr KLSyntax kIsNumeric[] = {
-    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
   // TSL/HSL
 inline constexpr KLSyntax kHSL[] = {
     Syntax<numbers::Hsl, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
@@ -115,11 +98,6 @@ inline constexpr KLSyntax kRGBRed[] = {
   // RVBVert/RGBGreen
 inline constexpr KLSyntax kRGBGreen[] = {
     Syntax<numbers::RgbGreen, KL_T_INT, KL_T_INT>()};
-  // TailleVersChaîne/LengthToString — signature chosen here: (size in
-  // bytes), (size, format).
-inline constexpr KLSyntax kLengthToString[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT64>(),
-    Unavailable<KL_T_TEXT, KL_T_INT64, KL_T_TEXT_CELL>()};
   // TableVersTexte/TableToText — signature chosen here: (table), then
   // options, a column list, a separator; or (table, column list[, separator]).
 inline constexpr KLSyntax kTableToText[] = {
