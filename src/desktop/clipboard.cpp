@@ -57,7 +57,7 @@ bool SetClipboardBytes(ExecContext* context, std::span<const uint8_t> bytes) {
 }
 
 bool SetClipboardValue(ExecContext* context, const VariantArg& value) {
-  const std::optional<Value> v = value.Get();
+  const std::optional<Value> v = ObjectValue(context, value);
   if (!v) return false;
   if (const auto* text = std::get_if<std::u16string>(&*v)) return SetClipboardText(context, *text);
   if (const auto* bytes = std::get_if<Bytes>(&*v)) return SetClipboardBytes(context, *bytes);

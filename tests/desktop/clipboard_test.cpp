@@ -184,6 +184,43 @@ TEST_F(Clipboard, BufferIsTakenAsUtf16UpToItsZero) {
   EXPECT_EQ(XclipOut(), "");
 }
 
+// A VM value as the VM hands it to the any-value syntax.
+struct FakeVariant {
+  KLVariant base{&kOps};
+  KLValue value{};
+  static int32_t KL_CALL Get(const KLVariant* self, KLValue* out) {
+    *out = reinterpret_cast<const FakeVariant*>(self)->value;
+    return 1;
+  }
+  static constexpr KLVariantOps kOps{nullptr, &Get, nullptr};
+};
+
+TEST_F(Clipboard, AnyValueSyntaxTakesTextsAndBuffersOnly) {
+  const std::u16string text = u"valeur é";
+  FakeVariant v;
+  v.value.type = KL_T_TEXT;
+  v.value.size = uint32_t(text.size());
+  v.value.u.text = text.c_str();
+  ASSERT_TRUE(SetClipboardValue(ctx_, VariantArg(&v.base)));
+  EXPECT_EQ(XclipOut(), "valeur é");
+
+  const uint8_t bytes[] = {'b', 0, 'u', 0, 'f', 0};
+  v.value.type = KL_T_BUFFER;
+  v.value.size = sizeof bytes;
+  v.value.u.bytes = bytes;
+  ASSERT_TRUE(SetClipboardValue(ctx_, VariantArg(&v.base)));
+  EXPECT_EQ(XclipOut(), "buf");
+
+  // A number is refused and the clipboard keeps its text.
+  v.value.type = KL_T_INT;
+  v.value.size = 0;
+  v.value.u.i32 = 42;
+  EXPECT_FALSE(SetClipboardValue(ctx_, VariantArg(&v.base)));
+  EXPECT_FALSE(SetClipboardValue(ctx_, VariantArg(nullptr)));
+  EXPECT_EQ(XclipOut(), "buf");
+  EXPECT_FALSE(ctx_.hasError());
+}
+
 // --- images ----------------------------------------------------------------
 
 std::string Be32(uint32_t v) { return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; }

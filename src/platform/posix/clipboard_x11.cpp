@@ -99,9 +99,7 @@ enum AtomIndex {
   kIncr,
   kUtf8String,
   kTextPlainUtf8,
-  kTextPlain,
   kText,
-  kCompoundText,
   kManager,
   kSaveTargets,
   kProperty,
@@ -113,12 +111,25 @@ enum AtomIndex {
   kJpeg,
   kAtomCount
 };
-const char* const kAtomNames[kAtomCount] = {
-    "CLIPBOARD",    "TARGETS",      "TIMESTAMP",          "MULTIPLE",
-    "ATOM_PAIR",    "INCR",         "UTF8_STRING",        "text/plain;charset=utf-8",
-    "text/plain",   "TEXT",         "COMPOUND_TEXT",      "CLIPBOARD_MANAGER",
-    "SAVE_TARGETS", "KP_CLIPBOARD", "KP_CLIPBOARD_STAMP", "image/png",
-    "image/bmp",    "image/x-bmp",  "image/gif",          "image/jpeg"};
+// In the order of AtomIndex.
+const char* const kAtomNames[kAtomCount] = {"CLIPBOARD",
+                                            "TARGETS",
+                                            "TIMESTAMP",
+                                            "MULTIPLE",
+                                            "ATOM_PAIR",
+                                            "INCR",
+                                            "UTF8_STRING",
+                                            "text/plain;charset=utf-8",
+                                            "TEXT",
+                                            "CLIPBOARD_MANAGER",
+                                            "SAVE_TARGETS",
+                                            "KP_CLIPBOARD",
+                                            "KP_CLIPBOARD_STAMP",
+                                            "image/png",
+                                            "image/bmp",
+                                            "image/x-bmp",
+                                            "image/gif",
+                                            "image/jpeg"};
 
 // One connection with an unmapped window to receive selections on.
 class Link {
@@ -680,9 +691,9 @@ bool Targets(Link& l, std::vector<Atom>* targets) {
 
 bool Contains(const std::vector<Atom>& list, Atom a) { return std::find(list.begin(), list.end(), a) != list.end(); }
 
+// The text targets GetText reads.
 bool IsText(const Link& l, Atom a) {
-  return a == l.atom(kUtf8String) || a == l.atom(kTextPlainUtf8) || a == l.atom(kTextPlain) || a == XA_STRING ||
-         a == l.atom(kText) || a == l.atom(kCompoundText);
+  return a == l.atom(kUtf8String) || a == l.atom(kTextPlainUtf8) || a == XA_STRING || a == l.atom(kText);
 }
 
 bool IsImage(const Link& l, Atom a) {
@@ -702,7 +713,9 @@ bool GetText(std::u16string* text) {
   std::vector<Atom> targets;
   if (!Targets(l, &targets)) return false;
   // Best first; an owner that does not list its targets is asked in turn.
-  const Atom wanted[] = {l.atom(kUtf8String), l.atom(kTextPlainUtf8), XA_STRING};
+  // TEXT lets the owner choose the type: STRING is read as Latin-1, any
+  // other as UTF-8.
+  const Atom wanted[] = {l.atom(kUtf8String), l.atom(kTextPlainUtf8), XA_STRING, l.atom(kText)};
   for (Atom target : wanted) {
     if (!targets.empty() && !Contains(targets, target)) continue;
     Property p;
