@@ -221,6 +221,31 @@ TEST_F(Clipboard, AnyValueSyntaxTakesTextsAndBuffersOnly) {
   EXPECT_FALSE(ctx_.hasError());
 }
 
+// A child forked while the library serves the clipboard has no owner
+// thread: it must start its own, and end without waiting for the parent's.
+TEST_F(Clipboard, ForkedChildWritesAndEnds) {
+  ASSERT_TRUE(SetClipboardText(ctx_, u"parent"));
+  const pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    // _exit: the child must not run the test's exit handlers (they would
+    // stop the parent's Xvfb).
+    test::FakeContext child;
+    _exit(SetClipboardText(child, u"enfant") ? 0 : 1);
+  }
+  int status = 0;
+  const bool ended = test::WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(20));
+  if (!ended) {
+    kill(pid, SIGKILL);
+    waitpid(pid, &status, 0);
+  }
+  ASSERT_TRUE(ended) << "the forked child hung";
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  // The parent still serves (the child's text went with it).
+  ASSERT_TRUE(SetClipboardText(ctx_, u"parent again"));
+  EXPECT_EQ(XclipOut(), "parent again");
+}
+
 // --- images ----------------------------------------------------------------
 
 std::string Be32(uint32_t v) { return {char(v >> 24), char(v >> 16), char(v >> 8), char(v)}; }
@@ -521,7 +546,12 @@ TEST_F(Clipboard, TextOutlivesTheProgramWithAManager) {
   pid_t pid;
   ASSERT_EQ(posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv.data(), envp.data()), 0);
   int status = 0;
-  test::WithinSeconds(30, "the child's exit", [&] { waitpid(pid, &status, 0); });
+  const bool ended = test::WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, std::chrono::seconds(30));
+  if (!ended) {
+    kill(pid, SIGKILL);
+    waitpid(pid, &status, 0);
+  }
+  ASSERT_TRUE(ended) << "the child hung at its end";
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_TRUE(manager.saved());
   EXPECT_EQ(XclipOut(), text);

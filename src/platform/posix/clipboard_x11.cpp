@@ -284,8 +284,9 @@ class Owner {
     std::unique_lock hold(lock_);
     const char* name = std::getenv("DISPLAY");
     const std::string display = name ? name : "";
-    // A new $DISPLAY is a new clipboard: the old one's owner lets go.
-    if (link_ && (link_->dead() || display != display_)) StopLocked(hold, false);
+    // A new $DISPLAY is a new clipboard: the old one's owner lets go. A
+    // forked child starts an owner of its own.
+    if (link_ && (link_->dead() || display != display_ || getpid() != process_)) StopLocked(hold, false);
     if (!link_) {
       link_ = Link::Open();
       if (!link_) return false;  // last error set
@@ -297,12 +298,13 @@ class Owner {
       }
       stop_ = false;
       handOver_ = false;
-      thread_ = std::thread([this] { Serve(); });
+      process_ = getpid();
+      thread_ = std::make_unique<std::thread>([this] { Serve(); });
     }
     const uint64_t ticket = ++requested_;
     pending_ = std::move(text);
     Wake();
-    done_.wait(hold, [&] { return answered_ >= ticket || !thread_.joinable(); });
+    done_.wait(hold, [&] { return answered_ >= ticket || !thread_; });
     if (answered_ < ticket) {
       SetLastError(kNoDisplay);
       return false;
@@ -333,13 +335,21 @@ class Owner {
   }
 
   void StopLocked(std::unique_lock<std::mutex>& hold, bool handOver) {
-    if (!thread_.joinable()) return;
+    if (!thread_) return;
+    if (getpid() != process_) {
+      // A forked child ending: the thread and the connection are the
+      // parent's, so they are left alone (and the copies leaked).
+      (void)thread_.release();
+      (void)link_.release();
+      return;
+    }
     stop_ = true;
     handOver_ = handOver;
     Wake();
     hold.unlock();
-    thread_.join();
+    thread_->join();
     hold.lock();
+    thread_.reset();
     link_.reset();
     close(wake_[0]);
     close(wake_[1]);
@@ -596,7 +606,8 @@ class Owner {
   std::condition_variable done_;
   std::unique_ptr<Link> link_;
   std::string display_;  // the $DISPLAY link_ was opened on
-  std::thread thread_;
+  std::unique_ptr<std::thread> thread_;
+  pid_t process_ = 0;  // the process that started the thread
   int wake_[2] = {-1, -1};
   bool stop_ = false;
   bool handOver_ = false;
