@@ -557,6 +557,37 @@ TEST_F(Clipboard, TextOutlivesTheProgramWithAManager) {
   EXPECT_EQ(XclipOut(), text);
 }
 
+// The X server going away while the library owns the clipboard: the owner
+// thread ends, the process goes on, and the next calls fail cleanly.
+TEST_F(Clipboard, ServerGoingAwayFailsCleanly) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  auto server = std::make_unique<test::Child>(
+      std::vector<std::string>{"Xvfb", "-displayfd", "3", "-nolisten", "tcp", "-noreset"}, dir_ / "xvfb.log", fds[1]);
+  close(fds[1]);
+  std::string number;
+  char c;
+  while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+  close(fds[0]);
+  ASSERT_FALSE(number.empty()) << test::ReadFile(dir_ / "xvfb.log");
+  const std::string shared = std::getenv("DISPLAY");
+  setenv("DISPLAY", (":" + number).c_str(), 1);
+  ASSERT_TRUE(SetClipboardText(ctx_, u"bientôt orphelin"));
+  EXPECT_EQ(XclipOut(), "bientôt orphelin");
+  server.reset();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_FALSE(test::WithinSeconds(20, "writing after the server went", [&] { return SetClipboardText(ctx_, u"x"); }));
+  EXPECT_EQ(ctx_.systemError(), cb::kNoDisplay);
+  ctx_.clearError();
+  EXPECT_EQ(ClipboardText(ctx_), u"");
+  EXPECT_EQ(ctx_.systemError(), cb::kNoDisplay);
+  // Back on the shared server, all works again.
+  setenv("DISPLAY", shared.c_str(), 1);
+  ctx_.clearError();
+  ASSERT_TRUE(SetClipboardText(ctx_, u"de retour"));
+  EXPECT_EQ(XclipOut(), "de retour");
+}
+
 // --- no display ------------------------------------------------------------
 
 TEST(ClipboardWithoutDisplay, FailsCleanly) {

@@ -12,10 +12,11 @@
 // transfers at once. At unload it asks a running clipboard manager to save
 // the text (SAVE_TARGETS) and serves it until the manager has it.
 //
-// The connections here are used by one thread each. The X error handler is
-// process-wide: ours records the errors of our own connections and passes
-// the others on to the handler it replaced (the desktop's, when it was
-// first).
+// The connections here are used by one thread each. The X error handlers
+// are process-wide: ours record the errors (and the loss) of our own
+// connections and pass the others on to the handlers they replaced (the
+// desktop's, when it was first). Xlib's default would end the process when
+// the server goes away.
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <fcntl.h>
@@ -83,6 +84,21 @@ int OnXError(::Display* d, XErrorEvent* e) {
     }
   }
   return gPreviousHandler ? gPreviousHandler(d, e) : 0;
+}
+
+XIOErrorHandler gPreviousIoHandler = nullptr;
+
+// Xlib's own handler ends the process when a connection breaks; on ours the
+// connection is only marked dead, and the call that met it fails.
+int OnIoError(::Display* d) {
+  {
+    std::lock_guard hold(gConnectionsLock);
+    if (Connection* c = Find(d)) {
+      c->dead = true;
+      return 0;
+    }
+  }
+  return gPreviousIoHandler ? gPreviousIoHandler(d) : 0;
 }
 
 void OnIoExit(::Display* d, void*) {
@@ -197,6 +213,8 @@ class Link {
       gConnections.push_back(&c_);
       const XErrorHandler previous = XSetErrorHandler(OnXError);
       if (previous != OnXError) gPreviousHandler = previous;
+      const XIOErrorHandler previousIo = XSetIOErrorHandler(OnIoError);
+      if (previousIo != OnIoError) gPreviousIoHandler = previousIo;
     }
     XSetIOErrorExitHandler(d, OnIoExit, nullptr);
     XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms_);
