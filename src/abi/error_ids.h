@@ -187,9 +187,9 @@
   X(kErrUnknownKey, 80161)                 /* reserved */ \
   X(kErrUnclosedKeyBrace, 80162)           /* reserved */ \
   X(kErrCannotInstallNotifyIcon, 80166)    /* reserved */ \
-  X(kErrCannotOpenClipboard, 80170)        /* reserved */ \
+  X(kErrCannotOpenClipboard, 80170)                       \
   X(kErrClipboardHasNoText, 80171)         /* reserved */ \
-  X(kErrClipboardFormatUnsupported, 80173) /* reserved */ \
+  X(kErrClipboardFormatUnsupported, 80173)                \
   X(kErrCannotCreateShortcut, 80231)                      \
   X(kErrKeyboardEmulationDisabled, 81504)
 

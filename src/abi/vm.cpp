@@ -142,6 +142,14 @@ std::u16string ProjectQuery(ExecContext* context, int32_t what) {
 
 KLVMServices* VMServices(ExecContext* context) { return context ? context->services : nullptr; }
 
+std::optional<Value> ObjectValue(ExecContext* context, const VariantArg& object) {
+  KLVMServices* services = VMServices(context);
+  if (!services || !services->ops || !services->ops->ObjectValue) return object.Get();
+  KLValue v{};
+  if (!object.raw() || !services->ops->ObjectValue(services, object.raw(), &v)) return std::nullopt;
+  return FromKL(v);
+}
+
 std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number) {
   KLVMServices* services = VMServices(context);
   if (!services || !services->ops || !services->ops->Information) return std::nullopt;

@@ -56,6 +56,11 @@ std::u16string ProjectQuery(ExecContext* context, int32_t what);
 // The VM services object the context leads to; null when the VM gave none.
 KLVMServices* VMServices(ExecContext* context);
 
+// The value of a VM object, as the VM's services object gives it (its text
+// types as a text); the variant's own value when the VM gave no services
+// object; nullopt when neither can say.
+std::optional<Value> ObjectValue(ExecContext* context, const VariantArg& object);
+
 // A numbered piece of the VM's information as text; nullopt when the VM has
 // no services object or no answer.
 std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number);

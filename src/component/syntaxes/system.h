@@ -21,17 +21,6 @@ inline std::u16string Columns(ExecContext* c, std::initializer_list<int32_t> col
 }
 }  // namespace procsyn
 
-// VersPressePapier/ToClipboard
-inline constexpr KLSyntax kToClipboard[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_VARIANT>()};
-
-// PressePapier/Clipboard (1 unavailable)
-// signature chosen here: the second form names a clipboard format
-inline constexpr KLSyntax kClipboard[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
-
 // ExeInfo/ExeInfo
 inline constexpr KLSyntax kExeInfo[] = {
     Syntax<[](ExecContext* c, std::u16string_view keyword) { return system::ExeInfo(c, keyword, std::nullopt); },
@@ -244,19 +233,6 @@ inline constexpr KLSyntax kSysIconModify[] = {
 inline constexpr KLSyntax kSysIconDelete[] = {
     Unavailable<KL_T_BOOL>()};
 
-// PressePapierHauteur/ClipboardHeight
-inline constexpr KLSyntax kClipboardHeight[] = {
-    Unavailable<KL_T_INT>()};
-
-// PressePapierLargeur/ClipboardWidth
-inline constexpr KLSyntax kClipboardWidth[] = {
-    Unavailable<KL_T_INT>()};
-
-// PressePapierFormat/ClipboardFormat
-// signature chosen here: (format) tells whether the clipboard holds it
-inline constexpr KLSyntax kClipboardFormat[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT>()};
-
 // VersionWindows/WindowsVersion
 // signature chosen here: () as the first form of SysVersionWindows
 inline constexpr KLSyntax kWindowsVersion[] = {
@@ -359,9 +335,5 @@ inline constexpr KLSyntax kSysNumberScreen[] = {
 inline constexpr KLSyntax kExeGetPID[] = {
     Syntax<[](ExecContext* c) { return system::GetPID(c, system::exePID); }, KL_T_INT>(),
     Syntax<system::GetPID, KL_T_INT, KL_T_INT>()};
-
-// PressePapierUnicode/ClipboardUnicode
-inline constexpr KLSyntax kClipboardUnicode[] = {
-    Unavailable<KL_T_TEXT>()};
 
 }  // namespace kp::syn

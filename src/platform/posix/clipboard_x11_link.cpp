@@ -1,0 +1,185 @@
+// kp160std — the X11 clipboard's connections (see clipboard_x11.h): the
+// process-wide X error handlers, the atoms, whole-property reads.
+//
+// The X error handlers are process-wide: ours record the errors (and the
+// loss) of our own connections and pass the others on to the handlers they
+// replaced (the desktop's, when it was first). Xlib's default would end the
+// process when the server goes away.
+#include "platform/posix/clipboard_x11.h"
+
+#include <X11/Xlib.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+
+#include "platform/clipboard.h"
+#include "platform/platform.h"
+
+namespace kp::platform::clipboard {
+namespace x11 {
+namespace {
+
+std::atomic<uint32_t> gTimeoutMs{5000};
+
+// --- our connections and the X error handlers --------------------------------
+
+std::mutex gConnectionsLock;
+std::vector<Link::Connection*> gConnections;
+XErrorHandler gPreviousHandler = nullptr;
+
+Link::Connection* Find(::Display* d) {
+  for (Link::Connection* c : gConnections)
+    if (c->d == d) return c;
+  return nullptr;
+}
+
+int OnXError(::Display* d, XErrorEvent* e) {
+  {
+    std::lock_guard hold(gConnectionsLock);
+    if (Link::Connection* c = Find(d)) {
+      if (!c->error) c->error = e->error_code;
+      return 0;
+    }
+  }
+  return gPreviousHandler ? gPreviousHandler(d, e) : 0;
+}
+
+XIOErrorHandler gPreviousIoHandler = nullptr;
+
+// Xlib's own handler ends the process when a connection breaks; on ours the
+// connection is only marked dead, and the call that met it fails.
+int OnIoError(::Display* d) {
+  {
+    std::lock_guard hold(gConnectionsLock);
+    if (Link::Connection* c = Find(d)) {
+      c->dead = true;
+      return 0;
+    }
+  }
+  return gPreviousIoHandler ? gPreviousIoHandler(d) : 0;
+}
+
+void OnIoExit(::Display* d, void*) {
+  std::lock_guard hold(gConnectionsLock);
+  if (Link::Connection* c = Find(d)) c->dead = true;
+}
+
+// In the order of AtomIndex.
+const char* const kAtomNames[kAtomCount] = {"CLIPBOARD",
+                                            "TARGETS",
+                                            "TIMESTAMP",
+                                            "MULTIPLE",
+                                            "ATOM_PAIR",
+                                            "INCR",
+                                            "UTF8_STRING",
+                                            "text/plain;charset=utf-8",
+                                            "TEXT",
+                                            "CLIPBOARD_MANAGER",
+                                            "SAVE_TARGETS",
+                                            "KP_CLIPBOARD",
+                                            "KP_CLIPBOARD_STAMP",
+                                            "image/png",
+                                            "image/bmp",
+                                            "image/x-bmp",
+                                            "image/gif",
+                                            "image/jpeg"};
+
+// One connection with an unmapped window to receive selections on.
+
+}  // namespace
+
+Clock::duration Timeout() { return std::chrono::milliseconds(gTimeoutMs.load()); }
+
+std::unique_ptr<Link> Link::Open() {
+  const char* name = std::getenv("DISPLAY");
+  ::Display* d = name && *name ? XOpenDisplay(name) : nullptr;
+  if (!d) {
+    SetLastError(kNoDisplay);
+    return nullptr;
+  }
+  return std::unique_ptr<Link>(new Link(d));
+}
+
+Link::Link(::Display* d) {
+  c_.d = d;
+  {
+    std::lock_guard hold(gConnectionsLock);
+    gConnections.push_back(&c_);
+    const XErrorHandler previous = XSetErrorHandler(OnXError);
+    if (previous != OnXError) gPreviousHandler = previous;
+    const XIOErrorHandler previousIo = XSetIOErrorHandler(OnIoError);
+    if (previousIo != OnIoError) gPreviousIoHandler = previousIo;
+  }
+  XSetIOErrorExitHandler(d, OnIoExit, nullptr);
+  XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms_);
+  XSetWindowAttributes a{};
+  a.event_mask = PropertyChangeMask;
+  window_ = XCreateWindow(d, DefaultRootWindow(d), -10, -10, 1, 1, 0, CopyFromParent, InputOnly, CopyFromParent,
+                          CWEventMask, &a);
+}
+
+Link::~Link() {
+  // A dead connection is left as it is: closing it would write to it.
+  // Closing runs outside the lock, since it may report errors to us.
+  if (!dead()) XCloseDisplay(c_.d);
+  std::lock_guard hold(gConnectionsLock);
+  std::erase(gConnections, &c_);
+}
+
+bool Link::dead() const {
+  std::lock_guard hold(gConnectionsLock);
+  return c_.dead;
+}
+
+bool Link::Check() {
+  XSync(c_.d, False);
+  std::lock_guard hold(gConnectionsLock);
+  const bool ok = !c_.error && !c_.dead;
+  c_.error = 0;
+  return ok;
+}
+
+bool ReadProperty(Link& link, ::Window window, Atom property, bool remove, Property* out) {
+  *out = Property{};
+  long offset = 0;
+  for (;;) {
+    Atom type;
+    int format;
+    unsigned long items, after;
+    unsigned char* data = nullptr;
+    // Pieces of 1 MB: servers refuse a single huge reply.
+    if (XGetWindowProperty(link.d(), window, property, offset, 1 << 18, False, AnyPropertyType, &type, &format, &items,
+                           &after, &data) != Success)
+      return false;
+    if (type == None) {
+      if (data) XFree(data);
+      return false;
+    }
+    out->type = type;
+    out->format = format;
+    if (format == 8) {
+      out->bytes.append(reinterpret_cast<char*>(data), items);
+      offset += static_cast<long>(items / 4);
+    } else if (format == 32) {
+      const long* l = reinterpret_cast<const long*>(data);
+      out->longs.insert(out->longs.end(), l, l + items);
+      offset += static_cast<long>(items);
+    } else {
+      const short* s = reinterpret_cast<const short*>(data);
+      for (unsigned long i = 0; i < items; ++i) out->bytes.append(reinterpret_cast<const char*>(&s[i]), 2);
+      offset += static_cast<long>(items / 2);
+    }
+    if (data) XFree(data);
+    // A piece of format 8 that is not a multiple of 4 can only be the last.
+    if (after == 0 || (format == 8 && items % 4) || out->bytes.size() > kMaxTransfer) break;
+  }
+  if (remove) XDeleteProperty(link.d(), window, property);
+  return true;
+}
+
+}  // namespace x11
+
+void SetTimeout(uint32_t milliseconds) { x11::gTimeoutMs = milliseconds; }
+
+}  // namespace kp::platform::clipboard
