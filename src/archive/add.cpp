@@ -31,7 +31,9 @@ std::u16string LastName(std::u16string_view path) {
 
 std::u16string Prefixed(std::u16string_view inArchive, std::u16string_view name) {
   const std::u16string prefix = NormaliseEntryName(inArchive);
-  return prefix.empty() ? NormaliseEntryName(name) : prefix + u'/' + NormaliseEntryName(name);
+  const std::u16string rest = NormaliseEntryName(name);
+  if (prefix.empty() || rest.empty()) return prefix.empty() ? rest : prefix;
+  return prefix + u'/' + rest;
 }
 
 // Queues one file under `entry`; the bytes are read at the commit.
