@@ -114,8 +114,12 @@ int32_t Rename(ExecContext* context, Archive* a, int64_t index, std::u16string_v
     return kErrZipBadEntryName;
   }
   a->current = name;
-  if (zip_file_rename(a->zip, index, ToUtf8(target).c_str(), ZIP_FL_ENC_UTF_8) != 0)
-    return RaiseZip(context, kErrZipCannotWrite, a->file, zip_get_error(a->zip));
+  if (zip_file_rename(a->zip, index, ToUtf8(target).c_str(), ZIP_FL_ENC_UTF_8) != 0) {
+    // Another entry has that name already: the program's mistake, not the disk's.
+    const int32_t id = zip_error_code_zip(zip_get_error(a->zip)) == ZIP_ER_EXISTS ? kErrZipBadEntryName
+                                                                                  : kErrZipCannotWrite;
+    return RaiseZip(context, id, id == kErrZipBadEntryName ? target : a->file, zip_get_error(a->zip));
+  }
   return Commit(context, a);
 }
 

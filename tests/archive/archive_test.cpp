@@ -174,6 +174,7 @@ TEST_F(ArchiveTest, RenameAndDeleteAreWrittenAtOnce) {
   EXPECT_EQ(ChangePathAt(ctx_, u"r", 2, u"moved\\"), 0);
   EXPECT_EQ(ListFiles(ctx_, u"r"), u"new/name.txt\r\nmoved/b.txt\r\nf/c.txt");
   EXPECT_EQ(ChangePath(ctx_, u"r", u"f/c.txt", u"..\\escape.txt"), kErrZipBadEntryName);
+  EXPECT_EQ(ChangePath(ctx_, u"r", u"f/c.txt", u"moved/b.txt"), kErrZipBadEntryName);
   ASSERT_EQ(Close(ctx_, u"r"), 0);
   // Another reader sees the changes: they are on disk.
   ASSERT_EQ(Open(ctx_, u"r", u"\\r.zip", {}), 0);
