@@ -204,3 +204,38 @@ TEST_F(ArchiveTest, MessagesByNumberInBothLanguages) {
 
 }  // namespace
 }  // namespace kp::test
+
+namespace kp::test {
+namespace {
+
+using namespace archive;
+
+TEST_F(ArchiveTest, SelfExtractingArchivesAreZipsAndShellScripts) {
+  if (!Have("unzip") || !Have("python3")) GTEST_SKIP() << "unzip or python3 missing";
+  PutFile("app/run.txt", "payload");
+  PutFile("app/lib/data.bin", Random(40000, 6));
+  ASSERT_EQ(Create(ctx_, u"x", u"\\app.zip", 0), 0);
+  ASSERT_EQ(AddDirectory(ctx_, u"x", u"\\app", true, kPathNone, {}), 0);
+  ASSERT_EQ(CreateExe(ctx_, u"x", u"\\setup.sh", u"Setup", u"It's unpacking", u"/nowhere", u"cat run.txt"), 0)
+      << Utf8(ctx_.message());
+  EXPECT_EQ(GetFile("setup.sh").rfind("#!/bin/sh\n", 0), 0u);
+  std::string out;
+  // The offsets count the script: unzip finds no stray bytes to complain of.
+  EXPECT_EQ(Run("unzip -t " + Host("setup.sh"), &out), 0) << out;
+  EXPECT_EQ(out.find("extra bytes"), std::string::npos) << out;
+  EXPECT_EQ(Run("python3 -c \"import zipfile,sys; z=zipfile.ZipFile(sys.argv[1]); "
+                "sys.exit(z.read('lib/data.bin')!=open(sys.argv[2],'rb').read())\" " +
+                    Host("setup.sh") + " " + Host("app/lib/data.bin"),
+                &out),
+            0)
+      << out;
+  // Run as a script, it extracts where it is told and runs the command there.
+  ASSERT_EQ(Run("sh " + Host("setup.sh") + " " + Host("unpacked"), &out), 0) << out;
+  EXPECT_NE(out.find("It's unpacking"), std::string::npos) << out;
+  EXPECT_NE(out.find("payload"), std::string::npos) << out;
+  EXPECT_EQ(GetFile("unpacked/lib/data.bin"), GetFile("app/lib/data.bin"));
+  EXPECT_EQ(CreateExe(ctx_, u"x", u"\\app.zip", {}, {}, {}, {}), kErrZipBadEntryName);
+}
+
+}  // namespace
+}  // namespace kp::test
