@@ -55,7 +55,12 @@ std::unique_ptr<Archive> ArchiveTable::Remove(std::u16string_view name) {
 void ArchiveTable::CloseAll() { archives_.clear(); }
 
 ArchiveTable& Archives() {
+  // The device's own state is made first, so that at unload it is torn down
+  // after the table, whose archives still close files and remove their
+  // working copies through it.
+  static const bool deviceReady = (platform::fs::GetFileAttributes(u"\\"), true);
   static ArchiveTable table;
+  (void)deviceReady;
   return table;
 }
 

@@ -84,8 +84,21 @@ TEST_F(ArchiveTest, ReadsAndJoinsPartsMadeByZip) {
   ASSERT_EQ(Merge(ctx_, u"z", u"\\one.zip"), 0);
   EXPECT_TRUE(HostExists("z.z01"));  // joined elsewhere: the parts stay
   if (Have("unzip")) EXPECT_EQ(Run("unzip -q -t " + Host("one.zip"), &out), 0) << out;
-  // A missing part is named.
+  // The joined working copy lives while the archive is open, and goes with
+  // it, also when the library unloads with the archive still open.
+  auto copies = [&] {
+    size_t n = 0;
+    for (auto& e : std::filesystem::directory_iterator(Host("Temp"))) n += e.is_regular_file();
+    return n;
+  };
+  EXPECT_EQ(copies(), 1u);
   ASSERT_EQ(Close(ctx_, u"z"), 0);
+  EXPECT_EQ(copies(), 0u);
+  ASSERT_EQ(Open(ctx_, u"z", u"\\z.zip", {}), 0);
+  EXPECT_EQ(copies(), 1u);
+  CloseAllArchives();
+  EXPECT_EQ(copies(), 0u);
+  // A missing part is named.
   std::filesystem::remove(Host("z.z02"));
   EXPECT_NE(Open(ctx_, u"z", u"\\z.zip", {}), 0);
 }
