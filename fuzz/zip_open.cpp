@@ -10,7 +10,7 @@
 #include <string>
 
 #include "archive/archive.h"
-#include "fuzz/temp_root.h"
+#include "temp_root.h"
 #include "support/fake_context.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
