@@ -38,6 +38,12 @@ const std::string& Prefix() {
     }
     if (std::system(("cd " + root + " && zip -q -6 -r reference.zip data").c_str()) != 0)
       throw std::runtime_error("zip");
+    // Some 400 MB by the end of the run: removed when the run ends.
+    static std::string made = pattern;
+    std::atexit([] {
+      std::error_code ignored;
+      std::filesystem::remove_all(made, ignored);
+    });
     return std::string(pattern);
   }();
   return prefix;
