@@ -165,6 +165,8 @@ int32_t AddDirectory(ExecContext* context, std::u16string_view archive, std::u16
   int32_t result = QueueDirectoryEntry(context, a, top);
   for (const auto& [relative, isDir] : items) {
     if (result) break;
+    // An archive written inside the directory it packs does not take itself in.
+    if (!isDir && SamePath(base + u'\\' + relative, a->file)) continue;
     const std::u16string entry = top.empty() ? NormaliseEntryName(relative) : top + u'/' + NormaliseEntryName(relative);
     result = isDir ? QueueDirectoryEntry(context, a, entry) : Queue(context, a, base + u'\\' + relative, entry);
   }

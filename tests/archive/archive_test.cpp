@@ -92,6 +92,13 @@ TEST_F(ArchiveTest, ExtractionGivesBackTheBytesAndTimes) {
   EXPECT_EQ(GetFile("one.bin"), GetFile("Src/one.bin"));
 }
 
+TEST_F(ArchiveTest, AnArchiveInsideTheDirectoryItPacksLeavesItselfOut) {
+  PutFile("Pack/a.txt", "a");
+  ASSERT_EQ(Create(ctx_, u"p", u"\\Pack\\self.zip", 0), 0);
+  ASSERT_EQ(AddDirectory(ctx_, u"p", u"\\Pack", true, kPathNone, {}), 0);
+  EXPECT_EQ(ListFiles(ctx_, u"p"), u"a.txt");
+}
+
 TEST_F(ArchiveTest, ReadsArchivesMadeByZipAndZipfile) {
   if (!Have("zip") || !Have("python3")) GTEST_SKIP() << "zip or python3 missing";
   PutFile("In/x.txt", "from zip\n");
