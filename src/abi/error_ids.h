@@ -254,6 +254,27 @@
   X(kErrUpdateServerNoAnswer, 81635) /* reserved */ \
   X(kErrUpdaterNotFound, 81637)      /* reserved */
 
+// Zip archives (the _zip..._old functions): the archive table, the archive
+// files, their entries, extraction safety and multi-part archives.
+#define KP_ERROR_IDS_ARCHIVE(X)          \
+  X(kErrZipNotOpen, 81900)               \
+  X(kErrZipAlreadyOpen, 81901)           \
+  X(kErrZipBadArchiveName, 81902)        \
+  X(kErrZipCannotOpen, 81903)            \
+  X(kErrZipNotAnArchive, 81904)          \
+  X(kErrZipEntryNotFound, 81905)         \
+  X(kErrZipBadIndex, 81906)              \
+  X(kErrZipCannotAdd, 81907)             \
+  X(kErrZipCannotWrite, 81908)           \
+  X(kErrZipCannotExtract, 81909)         \
+  X(kErrZipUnsafeEntry, 81910)           \
+  X(kErrZipLimitExceeded, 81911)         \
+  X(kErrZipBadEntryName, 81912)          \
+  X(kErrZipBadPartSize, 81913)           \
+  X(kErrZipPartMissing, 81914)           \
+  X(kErrZipPassword, 81915)              \
+  X(kErrZipCannotReadEntry, 81916)
+
 // Reserved identifiers that share the one "reserved" text: they mean nothing
 // yet, so their number is their name.
 #define KP_ERROR_IDS_RESERVED(X) \
@@ -354,6 +375,7 @@
   KP_ERROR_IDS_REGISTRY(X)      \
   KP_ERROR_IDS_SHARED_MEMORY(X) \
   KP_ERROR_IDS_PROJECT(X)       \
+  KP_ERROR_IDS_ARCHIVE(X)       \
   KP_ERROR_IDS_RESERVED(X)
 
 namespace kp {

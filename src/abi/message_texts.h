@@ -257,6 +257,23 @@ inline constexpr MessageDefinition kMessageTexts[] = {
     {30701, 2, u8"L'ouverture de <%1!s!> a échoué après %2!u! ms.", u8"Opening <%1!s!> failed after %2!u! ms."},
     {30702, 2, u8"Le fichier INI <%1!s!> dépasse %2!u! Ko : sa lecture peut être lente.", u8"The INI file <%1!s!> exceeds %2!u! KB: reading it may be slow."},
     {30812, 1, u8"La zone mémoire donnée n'est pas accessible pour le nombre d'octets demandé.", u8"The given memory area is not accessible for the requested number of bytes."},
+    {31900, 1, u8"L'archive <%1!s!> n'est pas ouverte.", u8"The archive <%1!s!> is not open."},
+    {31901, 1, u8"Une archive nommée <%1!s!> est déjà ouverte.", u8"An archive named <%1!s!> is already open."},
+    {31902, 1, u8"Nom d'archive invalide : il comporte de 1 à 260 caractères.", u8"Invalid archive name: it has 1 to 260 characters."},
+    {31903, 1, u8"Impossible d'ouvrir ou de créer le fichier d'archive <%1!s!>.", u8"Cannot open or create the archive file <%1!s!>."},
+    {31904, 1, u8"<%1!s!> n'est pas une archive zip ou elle est endommagée : %2!s!.", u8"<%1!s!> is not a zip archive or it is damaged: %2!s!."},
+    {31905, 1, u8"L'archive <%1!s!> ne contient pas le fichier <%2!s!>.", u8"The archive <%1!s!> holds no file <%2!s!>."},
+    {31906, 1, u8"L'indice %1!d! est hors de l'archive <%2!s!> (de 1 à %3!d!).", u8"The index %1!d! is outside the archive <%2!s!> (1 to %3!d!)."},
+    {31907, 1, u8"Impossible d'ajouter <%1!s!> à l'archive <%2!s!>.", u8"Cannot add <%1!s!> to the archive <%2!s!>."},
+    {31908, 1, u8"Impossible d'écrire l'archive <%1!s!> : %2!s!.", u8"Cannot write the archive <%1!s!>: %2!s!."},
+    {31909, 1, u8"Impossible d'extraire <%1!s!> vers <%2!s!>.", u8"Cannot extract <%1!s!> to <%2!s!>."},
+    {31910, 1, u8"Le fichier <%1!s!> de l'archive sortirait du répertoire de destination (nom absolu, \"..\" ou lien symbolique) : il n'est pas extrait.", u8"The archive's file <%1!s!> would land outside the destination directory (absolute name, \"..\" or symbolic link): it is not extracted."},
+    {31911, 1, u8"Le fichier <%1!s!> de l'archive dépasse la limite d'extraction (%2!s!) : il n'est pas extrait.", u8"The archive's file <%1!s!> exceeds the extraction limit (%2!s!): it is not extracted."},
+    {31912, 1, u8"Nom invalide dans l'archive : <%1!s!>.", u8"Invalid name in the archive: <%1!s!>."},
+    {31913, 1, u8"Taille de partie invalide : %1!d! (au moins 65536 octets).", u8"Invalid part size: %1!d! (at least 65536 bytes)."},
+    {31914, 1, u8"La partie <%1!s!> de l'archive multi-partie est absente ou illisible.", u8"The part <%1!s!> of the multi-part archive is missing or unreadable."},
+    {31915, 1, u8"Mot de passe absent ou incorrect pour <%1!s!>.", u8"Missing or wrong password for <%1!s!>."},
+    {31916, 1, u8"Impossible de lire <%1!s!> dans l'archive : %2!s!.", u8"Cannot read <%1!s!> in the archive: %2!s!."},
 };
 
 }  // namespace kp

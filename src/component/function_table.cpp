@@ -8,6 +8,7 @@
 #include <cstddef>
 
 #include "component/ansi.h"
+#include "component/syntaxes/archive.h"
 #include "component/syntaxes/clipboard.h"
 #include "component/syntaxes/datetime.h"
 #include "component/syntaxes/encoding.h"

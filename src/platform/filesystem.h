@@ -94,6 +94,10 @@ bool SetFileTimes(std::u16string_view name, const FileTimes& times);
 bool CopyFile(std::u16string_view source, std::u16string_view target, bool failIfExists);
 // Fails with 183 when the target exists, as the Win32 move does.
 bool MoveFile(std::u16string_view source, std::u16string_view target);
+// Puts `source` in the place of `target` in one step, whether or not the target
+// exists: a reader sees the old file or the new one, never a half-written one
+// (Win32 MoveFileEx with MOVEFILE_REPLACE_EXISTING). A directory target fails with 5.
+bool ReplaceFile(std::u16string_view source, std::u16string_view target);
 // A read-only file is not deleted (5).
 bool DeleteFile(std::u16string_view name);
 bool CreateDirectory(std::u16string_view name);

@@ -34,157 +34,6 @@ inline constexpr KLSyntax kfCompare[] = {
 inline constexpr KLSyntax kfExtractPath[] = {
     Syntax<files::ExtractPath, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
-// _zipCrée_old/_zipCreate_old
-// signature chosen here: an archive is named by a text; (archive, file[, part size])
-inline constexpr KLSyntax k_zipCreate_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>()};
-
-// _zipOuvre_old/_zipOpen_old
-// signature chosen here: an archive is named by a text; (archive, file[, password])
-inline constexpr KLSyntax k_zipOpen_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
-
-// _zipFerme_old/_zipClose_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipClose_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipAjouteFichier_old/_zipAddFile_old
-// signature chosen here: an archive is named by a text; (archive, file[, path mode[, path in archive]])
-inline constexpr KLSyntax k_zipAddFile_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipAjouteRépertoire_old/_zipAddDirectory_old
-// signature chosen here: an archive is named by a text; (archive, directory[, recursive[, path mode[, path in archive]]])
-inline constexpr KLSyntax k_zipAddDirectory_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipExtraitFichier_old/_zipExtractFile_old (6 unavailable)
-// signature chosen here: an archive is named by a text; the file by name, then the same five forms by index: (archive, file[, destination[, options[, procedure[, user value]]]])
-inline constexpr KLSyntax k_zipExtractFile_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipExtraitTout_old/_zipExtractAll_old (3 unavailable)
-// signature chosen here: an archive is named by a text; (archive[, destination[, options[, procedure[, user value]]]])
-inline constexpr KLSyntax k_zipExtractAll_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipSupprimeFichier_old/_zipDeleteFile_old
-// signature chosen here: an archive is named by a text; (archive, file name or index)
-inline constexpr KLSyntax k_zipDeleteFile_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipSupprimeTout_old/_zipDeleteAll_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipDeleteAll_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipDécoupe_old/_zipSplit_old
-// signature chosen here: an archive is named by a text; (archive, part size[, destination[, part name[, first part size[, procedure[, user value]]]]])
-inline constexpr KLSyntax k_zipSplit_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipRegroupe_old/_zipMerge_old
-// signature chosen here: an archive is named by a text; (archive[, destination])
-inline constexpr KLSyntax k_zipMerge_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
-
-// _zipNbPartie_old/_zipNbPart_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipNbPart_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipNbPartieNécessaire_old/_zipNbPartNeeded_old
-// signature chosen here: an archive is named by a text; (archive, part size[, first part size])
-inline constexpr KLSyntax k_zipNbPartNeeded_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_INT>()};
-
-// _zipNbFichier_old/_zipNbFile_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipNbFile_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL>()};
-
-// _zipInfoFichier_old/_zipInfoFile_old
-// signature chosen here: an archive is named by a text; (archive, file name or index)
-inline constexpr KLSyntax k_zipInfoFile_old[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipListeFichier_old/_zipListFile_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipListFile_old[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
-
-// _zipChercheFichier_old/_zipFindFile_old
-// signature chosen here: an archive is named by a text; (archive, name[, start index[, case sensitive]])
-inline constexpr KLSyntax k_zipFindFile_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>()};
-
-// _zipExtraitChemin_old/_zipExtractPath_old
-// signature chosen here: an archive is named by a text; (archive, file name or index)
-inline constexpr KLSyntax k_zipExtractPath_old[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
-
-// _zipTailleFichier_old/_zipFileSize_old
-// signature chosen here: an archive is named by a text; (archive, file name or index[, compressed size])
-inline constexpr KLSyntax k_zipFileSize_old[] = {
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_BOOL>(),
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_INT, KL_T_BOOL>()};
-
-// _zipTaille_old/_zipSize_old
-// signature chosen here: an archive is named by a text; (archive[, compressed size])
-inline constexpr KLSyntax k_zipSize_old[] = {
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT64, KL_T_TEXT_CELL, KL_T_BOOL>()};
-
-// _zipEstMulti_old/_zipIsMulti_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipIsMulti_old[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
-
-// _zipMsgErreur_old/_zipMsgError_old
-// signature chosen here: (error code)
-inline constexpr KLSyntax k_zipMsgError_old[] = {
-    Unavailable<KL_T_TEXT, KL_T_INT>()};
-
-// _zipFichierEnCours_old/_zipCurrentFile_old
-// signature chosen here: an archive is named by a text; (archive)
-inline constexpr KLSyntax k_zipCurrentFile_old[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>()};
-
 // fRépertoireTemp/fTempPath
 inline constexpr KLSyntax kfTempPath[] = {
     Syntax<files::TempPath, KL_T_TEXT>()};
@@ -194,12 +43,6 @@ inline constexpr KLSyntax kfTempFile[] = {
     Syntax<[](ExecContext* c) { return files::TempFile(c, {}, {}); }, KL_T_TEXT>(),
     Syntax<[](ExecContext* c, std::u16string_view p) { return files::TempFile(c, p, {}); }, KL_T_TEXT, KL_T_TEXT_CELL>(),
     Syntax<files::TempFile, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>()};
-
-// _zipChangeChemin_old/_zipChangePath_old
-// signature chosen here: an archive is named by a text; (archive, file name or index, new path)
-inline constexpr KLSyntax k_zipChangePath_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>()};
 
 // fAttribut/fAttribute
 // signature chosen here: (name) reads the attribute letters, (name, letters) sets them
@@ -339,15 +182,6 @@ inline constexpr KLSyntax kfListFile[] = {
     Syntax<[](ExecContext* c, std::u16string_view p) { return files::ListFiles(c, p, 0); }, KL_T_TEXT, KL_T_TEXT_DIRECT>(),
     Syntax<files::ListFiles, KL_T_TEXT, KL_T_TEXT_DIRECT, KL_T_INT>()};
 
-// _zipCréeExe_old/_zipCreateExe_old
-// signature chosen here: an archive is named by a text; (archive, executable[, title[, message[, default directory[, command]]]])
-inline constexpr KLSyntax k_zipCreateExe_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>()};
-
 // fRepCrée_55/fMakeDir_55
 inline constexpr KLSyntax kfMakeDir_55[] = {
     Syntax<files::MakeDir55, KL_T_INT, KL_T_TEXT_DIRECT>()};
@@ -363,16 +197,6 @@ inline constexpr KLSyntax kfSaveText[] = {
 // fFichierExiste/fFileExist
 inline constexpr KLSyntax kfFileExist[] = {
     Syntax<files::FileExists, KL_T_BOOL, KL_T_TEXT_DIRECT>()};
-
-// _zipAjouteListeFichier_old/_zipAddFileList_old
-// signature chosen here: an archive is named by a text; (archive, list of files)
-inline constexpr KLSyntax k_zipAddFileList_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-
-// _zipSupprimeListeFichier_old/_zipDeleteFileList_old
-// signature chosen here: an archive is named by a text; (archive, list of files)
-inline constexpr KLSyntax k_zipDeleteFileList_old[] = {
-    Unavailable<KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // fRépertoireExiste/fDirectoryExist
 inline constexpr KLSyntax kfDirectoryExist[] = {

@@ -103,6 +103,17 @@ bool MoveFile(std::u16string_view source, std::u16string_view target) {
   return true;
 }
 
+bool ReplaceFile(std::u16string_view source, std::u16string_view target) {
+  Location from, to;
+  if (!detail::Locate(source, &from)) return false;
+  if (!from.exists || from.isRoot) return Fail(from.isRoot ? win32::kAccessDenied : win32::kFileNotFound);
+  if (!detail::Locate(target, &to)) return false;
+  if (to.isRoot || (to.exists && S_ISDIR(to.st.st_mode))) return Fail(win32::kAccessDenied);
+  if (sys::Sys().renameat(from.dir.get(), from.leaf.c_str(), to.dir.get(), to.leaf.c_str()) != 0)
+    return Fail(Win32FromErrno(errno));
+  return true;
+}
+
 bool DeleteFile(std::u16string_view name) {
   Location r;
   if (!detail::Locate(name, &r)) return false;

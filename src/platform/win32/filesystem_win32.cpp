@@ -138,6 +138,10 @@ bool CopyFile(std::u16string_view source, std::u16string_view target, bool failI
   return ::CopyFileW(Wide(source).c_str(), Wide(target).c_str(), failIfExists) != 0;
 }
 
+bool ReplaceFile(std::u16string_view source, std::u16string_view target) {
+  return ::MoveFileExW(Wide(source).c_str(), Wide(target).c_str(), MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
 bool MoveFile(std::u16string_view source, std::u16string_view target) {
   return ::MoveFileW(Wide(source).c_str(), Wide(target).c_str()) != 0;
 }
