@@ -290,6 +290,10 @@ double SetExchangeRate(ExecContext* context, std::u16string_view code, double ra
     Raise(context, kErrEuroRateIsFixed);
     return 0;
   }
+  if (!std::isfinite(rate)) {
+    Raise(context, kErrExchangeRateOutOfRange, {RealText(rate)});
+    return 0;
+  }
   // Six significant figures, rounded half away from zero from the shortest
   // decimal of the real (so 6.559574 gives 6.55957, never a binary artefact).
   char buffer[64];
