@@ -3,6 +3,7 @@
 #include "numbers/euro.h"
 
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
 #include <map>
@@ -56,20 +57,36 @@ constexpr int kMaxRateScale = 11;
 // The rounding difference carries six decimals more than the result.
 constexpr int kDifferenceExtraDecimals = 6;
 
-Int Pow10(int n) {
-  Int p = 1;
-  while (n-- > 0) p *= 10;
-  return p;
-}
+constexpr std::array<Int, 39> kPowers = [] {
+  std::array<Int, 39> out{};
+  out[0] = 1;
+  for (size_t i = 1; i < out.size(); ++i) out[i] = out[i - 1] * 10;
+  return out;
+}();
+constexpr std::array<int64_t, 19> kPowers64 = [] {
+  std::array<int64_t, 19> out{};
+  out[0] = 1;
+  for (size_t i = 1; i < out.size(); ++i) out[i] = out[i - 1] * 10;
+  return out;
+}();
+Int Pow10(int n) { return kPowers[static_cast<size_t>(n)]; }  // 0 <= n <= 38
 
 // Half away from zero, as the conversion rules ask (a half goes up in
 // magnitude). den > 0.
 Int DivRound(Int num, Int den) {
   const bool negative = num < 0;
   const Int magnitude = negative ? -num : num;
-  Int q = magnitude / den;
-  const Int r = magnitude % den;
-  if (r >= den - r) ++q;
+  Int q;
+  if (magnitude <= UINT64_MAX && den <= UINT64_MAX) {
+    // Most amounts: one 64-bit division instead of a 128-bit one.
+    const auto m = static_cast<uint64_t>(magnitude), d = static_cast<uint64_t>(den);
+    const uint64_t r = m % d;
+    q = m / d + (r >= d - r ? 1 : 0);
+  } else {
+    q = magnitude / den;
+    const Int r = magnitude % den;
+    if (r >= den - r) ++q;
+  }
   return negative ? -q : q;
 }
 
@@ -126,6 +143,14 @@ double RateValue(EuroRate r) {
 }
 
 // --- per-program state -------------------------------------------------------
+// The exact fraction of the last conversion: its rounding difference is
+// worked out only when the program asks for it.
+struct LastConversion {
+  Int num = 0, den = 1, rounded = 0;
+  int16_t decimals = 0;
+  bool any = false;
+};
+
 struct ProgramCurrencies {
   size_t storage = 0;  // index in kCurrencies: the euro
   size_t display = 0;
@@ -134,49 +159,129 @@ struct ProgramCurrencies {
     for (size_t i = 0; i < kCurrencyCount; ++i) out[i] = kCurrencies[i].rate;
     return out;
   }();
-  Currency difference{};
+  LastConversion last;
 };
 
+// amount / from * to, in units of 10^-decimals, as one exact fraction
+// num / den = value * to.digits * 10^e / from.digits, and its rounding.
+ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
+  out->decimals = decimals;
+  out->any = true;
+  // Everyday amounts fit 64 bits all the way: checked 64-bit products and
+  // one 64-bit division first.
+  if (amount.scale >= 0 && amount.scale <= kMaxAmountDecimals) {
+    const int e = from.scale + decimals - amount.scale - to.scale;
+    int64_t num64, den64 = from.digits;
+    if (!__builtin_mul_overflow(amount.value, to.digits, &num64) && num64 != INT64_MIN &&
+        (e >= 0 ? e <= 18 && !__builtin_mul_overflow(num64, kPowers64[e], &num64) && num64 != INT64_MIN
+                : e >= -12 && !__builtin_mul_overflow(den64, kPowers64[-e], &den64))) {
+      const uint64_t m = num64 < 0 ? 0 - static_cast<uint64_t>(num64) : static_cast<uint64_t>(num64);
+      const auto d = static_cast<uint64_t>(den64);
+      const uint64_t r = m % d;
+      const auto q = static_cast<int64_t>(m / d + (r >= d - r ? 1 : 0));
+      out->num = num64;
+      out->den = den64;
+      out->rounded = num64 < 0 ? -q : q;
+      return ConversionStatus::Ok;
+    }
+  }
+  const auto a = Normalised(amount);
+  if (!a) return ConversionStatus::AmountOutOfRange;
+  const int e = from.scale + decimals - a->scale - to.scale;
+  Int num = Int{a->value} * to.digits;
+  Int den = from.digits;
+  if (e >= 0) {
+    if (__builtin_mul_overflow(num, Pow10(e), &num)) return ConversionStatus::ResultOutOfRange;
+  } else if (e < -37 || __builtin_mul_overflow(den, Pow10(-e), &den)) {
+    // The amount is below 10^-25 units of the target: result and difference
+    // are both 0 at their precision.
+    out->num = 0;
+    out->den = 1;
+    out->rounded = 0;
+    return ConversionStatus::Ok;
+  }
+  out->num = num;
+  out->den = den;
+  out->rounded = DivRound(num, den);
+  return FitsInt64(out->rounded) ? ConversionStatus::Ok : ConversionStatus::ResultOutOfRange;
+}
+
+// rounded - exact = (rounded * den - num) / den, to six more decimals.
+// Where the product overflows, den exceeds 10^32 while num stays below
+// 10^25, so the difference is below 10^-7 units: 0 at this precision.
+Currency DifferenceOf(const LastConversion& last) {
+  const auto scale = static_cast<int16_t>(last.decimals + kDifferenceExtraDecimals);
+  if (!last.any) return {};
+  const Int gap = last.rounded * last.den - last.num;  // |gap| <= den / 2
+  Int scaled = 0;
+  if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled)) scaled = DivRound(scaled, last.den);
+  else scaled = 0;
+  return {static_cast<int64_t>(scaled), scale};
+}
+
+// The mutex guards the map's shape only. A program's own state is used on
+// the thread that runs it, found through a one-entry cache per thread, so
+// only a program's first call on a thread takes the lock.
 std::mutex gMutex;
+std::atomic<uint64_t> gForgotten{0};
 std::map<const ExecContext*, ProgramCurrencies>& Programs() {
   static auto* programs = new std::map<const ExecContext*, ProgramCurrencies>;  // outlives every caller
   return *programs;
 }
 
-// Runs `f` on the program's state under the lock.
+ProgramCurrencies& StateOf(const ExecContext* context) {
+  struct Cache {
+    const ExecContext* context = nullptr;
+    ProgramCurrencies* state = nullptr;
+    uint64_t generation = 0;
+  };
+  thread_local Cache cache;  // one record: one thread-local look-up per call
+  Cache& c = cache;
+  const uint64_t generation = gForgotten.load(std::memory_order_acquire);
+  if (c.state && c.context == context && c.generation == generation) return *c.state;
+  std::lock_guard lock(gMutex);
+  c = {context, &Programs()[context], generation};  // map nodes never move
+  return *c.state;
+}
+
 template <typename F>
 auto WithProgram(ExecContext* context, F f) {
-  std::lock_guard lock(gMutex);
-  return f(Programs()[context]);
+  return f(StateOf(context));
 }
 
 size_t IndexOf(const CurrencyInfo* c) { return static_cast<size_t>(c - kCurrencies); }
 
+// The error paths stay out of line, so that a conversion's own path keeps a
+// small frame (the inserts are texts built on the stack).
+[[gnu::noinline, gnu::cold]] void RaiseUnknown(ExecContext* context, std::u16string_view code) {
+  Raise(context, kErrUnknownCurrency, {code});
+}
+
+[[gnu::noinline, gnu::cold]] void RaiseOutOfRange(ExecContext* context, Currency amount, const CurrencyInfo* from,
+                                                  const CurrencyInfo* to) {
+  if (from) Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
+  else Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)});
+}
+
 const CurrencyInfo* Known(ExecContext* context, std::u16string_view code) {
   const CurrencyInfo* c = FindCurrency(code);
-  if (!c) Raise(context, kErrUnknownCurrency, {code});
+  if (!c) RaiseUnknown(context, code);
   return c;
 }
 
 Currency Fail(ExecContext* context) {
-  WithProgram(context, [](ProgramCurrencies& p) { p.difference = {}; });
+  WithProgram(context, [](ProgramCurrencies& p) { p.last.any = false; });
   return {};
 }
 
 Currency Convert(ExecContext* context, Currency amount, const CurrencyInfo* from, const CurrencyInfo* to) {
   if (!from || !to) return Fail(context);
-  const auto [fromRate, toRate] = WithProgram(context, [&](ProgramCurrencies& p) {
-    return std::pair{p.rates[IndexOf(from)], p.rates[IndexOf(to)]};
-  });
-  Currency result, difference;
-  switch (ConvertThroughEuro(amount, fromRate, toRate, to->decimals, &result, &difference)) {
-    case ConversionStatus::Ok:
-      WithProgram(context, [&](ProgramCurrencies& p) { p.difference = difference; });
-      return result;
-    case ConversionStatus::AmountOutOfRange: Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)}); break;
-    case ConversionStatus::ResultOutOfRange:
-      Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
-      break;
+  ProgramCurrencies& p = StateOf(context);
+  LastConversion& last = p.last;
+  switch (Exact(amount, p.rates[IndexOf(from)], p.rates[IndexOf(to)], to->decimals, &last)) {
+    case ConversionStatus::Ok: return {static_cast<int64_t>(last.rounded), to->decimals};
+    case ConversionStatus::AmountOutOfRange: RaiseOutOfRange(context, amount, nullptr, nullptr); break;
+    case ConversionStatus::ResultOutOfRange: RaiseOutOfRange(context, amount, from, to); break;
   }
   return Fail(context);
 }
@@ -201,46 +306,30 @@ const CurrencyInfo* Display(ExecContext* context) {
 std::span<const CurrencyInfo> Currencies() { return kCurrencies; }
 
 const CurrencyInfo* FindCurrency(std::u16string_view code) {
+  // The three letters packed in one word, upper-cased, against the table's.
+  static const std::array<uint64_t, kCurrencyCount> packed = [] {
+    std::array<uint64_t, kCurrencyCount> out{};
+    for (size_t i = 0; i < kCurrencyCount; ++i)
+      out[i] = uint64_t{kCurrencies[i].code[0]} << 32 | uint64_t{kCurrencies[i].code[1]} << 16 | kCurrencies[i].code[2];
+    return out;
+  }();
   if (code.size() != 3) return nullptr;
-  char16_t upper[3];
-  for (size_t i = 0; i < 3; ++i) upper[i] = code[i] >= u'a' && code[i] <= u'z' ? code[i] - u'a' + u'A' : code[i];
-  for (const auto& c : kCurrencies)
-    if (std::u16string_view(c.code) == std::u16string_view(upper, 3)) return &c;
+  uint64_t key = 0;
+  for (char16_t c : code) key = key << 16 | (c >= u'a' && c <= u'z' ? c - u'a' + u'A' : c);
+  for (size_t i = 0; i < kCurrencyCount; ++i)
+    if (packed[i] == key) return &kCurrencies[i];
   return nullptr;
 }
 
 ConversionStatus ConvertThroughEuro(Currency amount, EuroRate from, EuroRate to, int16_t decimals, Currency* result,
                                     Currency* difference) {
-  const auto a = Normalised(amount);
-  if (!a) return ConversionStatus::AmountOutOfRange;
-  // amount / from * to, in units of 10^-decimals, as one exact fraction:
-  // value * to.digits * 10^e / from.digits.
-  const int e = from.scale + decimals - a->scale - to.scale;
-  Int num = Int{a->value} * to.digits;
-  Int den = from.digits;
-  const Int zero = 0;
-  if (e >= 0) {
-    if (__builtin_mul_overflow(num, Pow10(e), &num)) return ConversionStatus::ResultOutOfRange;
-  } else if (e < -37 || __builtin_mul_overflow(den, Pow10(-e), &den)) {
-    // The amount is below 10^-25 units of the target: both results are 0.
-    *result = {0, decimals};
-    if (difference) *difference = {0, static_cast<int16_t>(decimals + kDifferenceExtraDecimals)};
-    return ConversionStatus::Ok;
+  LastConversion last;
+  const ConversionStatus status = Exact(amount, from, to, decimals, &last);
+  if (status == ConversionStatus::Ok) {
+    *result = {static_cast<int64_t>(last.rounded), decimals};
+    if (difference) *difference = DifferenceOf(last);
   }
-  const Int rounded = DivRound(num, den);
-  if (!FitsInt64(rounded)) return ConversionStatus::ResultOutOfRange;
-  *result = {static_cast<int64_t>(rounded), decimals};
-  if (difference) {
-    // rounded - exact = (rounded * den - num) / den, to six more decimals.
-    // Where the product overflows, den exceeds 10^32 while num stays below
-    // 10^25, so the difference is below 10^-7 units: 0 at this precision.
-    Int scaled = zero;
-    const Int gap = rounded * den - num;  // |gap| <= den / 2
-    if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled)) scaled = DivRound(scaled, den);
-    else scaled = 0;
-    *difference = {static_cast<int64_t>(scaled), static_cast<int16_t>(decimals + kDifferenceExtraDecimals)};
-  }
-  return ConversionStatus::Ok;
+  return status;
 }
 
 bool RealToDecimal(double value, Currency* out) {
@@ -403,12 +492,13 @@ bool InitCurrency(ExecContext* context) {
 }
 
 Currency RoundDifference(ExecContext* context) {
-  return WithProgram(context, [](ProgramCurrencies& p) { return p.difference; });
+  return DifferenceOf(StateOf(context).last);
 }
 
 void ForgetCurrencyState(ExecContext* context) {
   std::lock_guard lock(gMutex);
   Programs().erase(context);
+  gForgotten.fetch_add(1, std::memory_order_release);
 }
 
 }  // namespace kp::numbers
