@@ -13,7 +13,9 @@
 // currencies, rates a program set for itself, and the rounding difference
 // of its last conversion. eInitDevise puts all of them back.
 //
-// Thread-safety: the per-program state sits behind one mutex; any thread.
+// Thread-safety: the functions without a context are pure. A program's state
+// is used on the thread that runs it; a lock guards only the table of
+// programs (a program's first call on a thread takes it).
 #pragma once
 
 #include <cstdint>
@@ -84,7 +86,8 @@ std::u16string CurrencyNameIn(ExecContext* context, std::u16string_view code, in
 bool InitCurrency(ExecContext* context);
 Currency RoundDifference(ExecContext* context);
 
-// Forgets a program's state (the host calls nothing; tests do).
+// Forgets a program's state (tests do; a program's state otherwise lasts as
+// long as the library is loaded).
 void ForgetCurrencyState(ExecContext* context);
 
 }  // namespace kp::numbers
