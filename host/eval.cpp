@@ -77,7 +77,8 @@ static std::string CurrencyText(int64_t value, int16_t scale) {
   const uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
   std::string digits = std::to_string(magnitude);
   if (scale < 0) {
-    if (value != 0) digits += scale < -30 ? "e" + std::to_string(-scale) : std::string(static_cast<size_t>(-scale), '0');
+    if (value != 0)
+      digits += scale < -30 ? "e" + std::to_string(-scale) : std::string(static_cast<size_t>(-scale), '0');
   } else if (scale > 0) {
     const auto n = static_cast<size_t>(scale);
     if (digits.size() <= n) digits.insert(0, n - digits.size() + 1, '0');

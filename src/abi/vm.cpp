@@ -199,8 +199,7 @@ bool VMTableTitle(ExecContext* context, const std::u16string& table, int32_t col
          });
 }
 
-bool VMTableCell(ExecContext* context, const std::u16string& table, int32_t row, int32_t column,
-                 std::u16string& out) {
+bool VMTableCell(ExecContext* context, const std::u16string& table, int32_t row, int32_t column, std::u16string& out) {
   KLVMServices* services;
   const KLVMServicesOps* ops = TableOps(context, &services);
   return ops && ReadTableText(out, [&](kl_char* buffer, uint32_t capacity) {

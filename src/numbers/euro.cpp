@@ -214,8 +214,10 @@ Currency DifferenceOf(const LastConversion& last) {
   if (!last.any) return {};
   const Int gap = last.rounded * last.den - last.num;  // |gap| <= den / 2
   Int scaled = 0;
-  if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled)) scaled = DivRound(scaled, last.den);
-  else scaled = 0;
+  if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled))
+    scaled = DivRound(scaled, last.den);
+  else
+    scaled = 0;
   return {static_cast<int64_t>(scaled), scale};
 }
 
@@ -259,8 +261,10 @@ size_t IndexOf(const CurrencyInfo* c) { return static_cast<size_t>(c - kCurrenci
 
 [[gnu::noinline, gnu::cold]] void RaiseOutOfRange(ExecContext* context, Currency amount, const CurrencyInfo* from,
                                                   const CurrencyInfo* to) {
-  if (from) Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
-  else Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)});
+  if (from)
+    Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
+  else
+    Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)});
 }
 
 const CurrencyInfo* Known(ExecContext* context, std::u16string_view code) {
@@ -470,9 +474,7 @@ void SetDefaultDisplayCurrency(ExecContext* context, std::u16string_view code) {
     WithProgram(context, [&](ProgramCurrencies& p) { p.display = IndexOf(c); });
 }
 
-std::u16string CurrencyName(ExecContext* context, std::u16string_view code) {
-  return CurrencyNameIn(context, code, 0);
-}
+std::u16string CurrencyName(ExecContext* context, std::u16string_view code) { return CurrencyNameIn(context, code, 0); }
 std::u16string CurrencyNameIn(ExecContext* context, std::u16string_view code, int32_t form) {
   if (form < 0 || form > 2) {
     Raise(context, kErrUnknownCurrencyNameForm, {form});
@@ -491,9 +493,7 @@ bool InitCurrency(ExecContext* context) {
   return true;
 }
 
-Currency RoundDifference(ExecContext* context) {
-  return DifferenceOf(StateOf(context).last);
-}
+Currency RoundDifference(ExecContext* context) { return DifferenceOf(StateOf(context).last); }
 
 void ForgetCurrencyState(ExecContext* context) {
   std::lock_guard lock(gMutex);

@@ -100,8 +100,8 @@ std::u16string TableToTextFull(ExecContext* context, std::u16string_view tableNa
     for (size_t i = 0; i < columns.size(); ++i) {
       if (i) out += between;
       const int32_t column = columns[i] - 1;
-      const bool ok = row < 0 ? VMTableTitle(context, table, column, cell)
-                              : VMTableCell(context, table, row, column, cell);
+      const bool ok =
+          row < 0 ? VMTableTitle(context, table, column, cell) : VMTableCell(context, table, row, column, cell);
       if (!ok) {
         // The table changed under the export (rows removed meanwhile).
         Raise(context, kErrUnknownTable, {tableName});
@@ -130,8 +130,8 @@ std::u16string TableToTextOptionsColumns(ExecContext* context, std::u16string_vi
 std::u16string TableToTextColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns) {
   return TableToTextFull(context, table, kTableWithTitles, columns, {});
 }
-std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table,
-                                           std::u16string_view columns, std::u16string_view separator) {
+std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
+                                           std::u16string_view separator) {
   return TableToTextFull(context, table, kTableWithTitles, columns, separator);
 }
 

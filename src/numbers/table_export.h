@@ -37,7 +37,7 @@ std::u16string TableToTextOptionsColumns(ExecContext* context, std::u16string_vi
 std::u16string TableToTextFull(ExecContext* context, std::u16string_view table, int32_t options,
                                std::u16string_view columns, std::u16string_view separator);
 std::u16string TableToTextColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns);
-std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table,
-                                           std::u16string_view columns, std::u16string_view separator);
+std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
+                                           std::u16string_view separator);
 
 }  // namespace kp::numbers

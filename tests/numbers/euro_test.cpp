@@ -211,17 +211,35 @@ TEST(EuroBadInput, ClearErrorsAndZero) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double inf = std::numeric_limits<double>::infinity();
   std::vector<std::pair<const char*, std::function<Currency()>>> cases = {
-      {"unknown code", [&] { return ToEuroFrom(ctx, {1, 0}, u"XYZ"); }},
-      {"empty code", [&] { return ToCurrencyCode(ctx, {1, 0}, u""); }},
-      {"code too long", [&] { return ChangeCurrency(ctx, {1, 0}, u"FRFF", u"EUR"); }},
+      {"unknown code",
+       [&] {
+         return ToEuroFrom(ctx, {1, 0}, u"XYZ");
+       }},
+      {"empty code",
+       [&] {
+         return ToCurrencyCode(ctx, {1, 0}, u"");
+       }},
+      {"code too long",
+       [&] {
+         return ChangeCurrency(ctx, {1, 0}, u"FRFF", u"EUR");
+       }},
       {"unknown target", [&] { return ChangeCurrencyInt(ctx, 1, u"FRF", u"US$"); }},
       {"NaN", [&] { return RealToEuroFrom(ctx, nan, u"FRF"); }},
       {"infinity", [&] { return RealToCurrencyCode(ctx, -inf, u"FRF"); }},
       {"huge real", [&] { return RealToEuroFrom(ctx, 1e300, u"FRF"); }},
       {"real past 64 bits", [&] { return RealToEuroFrom(ctx, 9.3e18, u"EUR"); }},
-      {"negative scale past 64 bits", [&] { return ChangeCurrency(ctx, {1, -19}, u"EUR", u"EUR"); }},
-      {"result past 64 bits", [&] { return ChangeCurrency(ctx, {INT64_MAX, 0}, u"EUR", u"ITL"); }},
-      {"lowest value", [&] { return ChangeCurrency(ctx, {INT64_MIN, 0}, u"EUR", u"ITL"); }},
+      {"negative scale past 64 bits",
+       [&] {
+         return ChangeCurrency(ctx, {1, -19}, u"EUR", u"EUR");
+       }},
+      {"result past 64 bits",
+       [&] {
+         return ChangeCurrency(ctx, {INT64_MAX, 0}, u"EUR", u"ITL");
+       }},
+      {"lowest value",
+       [&] {
+         return ChangeCurrency(ctx, {INT64_MIN, 0}, u"EUR", u"ITL");
+       }},
   };
   for (auto& [what, call] : cases) {
     ctx.clearError();

@@ -90,8 +90,8 @@ TEST_F(TableExport, ColumnListsAndSeparators) {
   EXPECT_FALSE(ctx_.hasError());
 
   std::vector<int32_t> columns;
-  for (const char16_t* bad : {u"0", u"4", u"1,", u",1", u"a", u"1-", u"3-1", u"1 2", u"-1", u"+1", u"1..2",
-                              u"99999999999", u"1-99999"}) {
+  for (const char16_t* bad :
+       {u"0", u"4", u"1,", u",1", u"a", u"1-", u"3-1", u"1 2", u"-1", u"+1", u"1..2", u"99999999999", u"1-99999"}) {
     EXPECT_FALSE(ParseColumnList(bad, 3, &columns)) << kp::test::Utf8(bad);
     ctx_.clearError();
     EXPECT_EQ(TableToTextColumns(ctx_, u"Clients", bad), u"") << kp::test::Utf8(bad);
