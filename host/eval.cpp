@@ -75,6 +75,22 @@ Outcome Evaluator::Evaluate(std::string_view line) {
   return outcome;
 }
 
+// A currency cell as the decimal it stands for: the value with `scale`
+// decimals ("0.15" for 15 at scale 2; "1500" for 15 at scale -2).
+static std::string CurrencyText(int64_t value, int16_t scale) {
+  const uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
+  std::string digits = std::to_string(magnitude);
+  if (scale < 0) {
+    if (value != 0)
+      digits += scale < -30 ? "e" + std::to_string(-scale) : std::string(static_cast<size_t>(-scale), '0');
+  } else if (scale > 0) {
+    const auto n = static_cast<size_t>(scale);
+    if (digits.size() <= n) digits.insert(0, n - digits.size() + 1, '0');
+    digits.insert(digits.size() - n, ".");
+  }
+  return (value < 0 ? "-" : "") + digits;
+}
+
 std::string Display(const Value& v) {
   switch (v.type & ~uint32_t{KL_T_FLAG_8000}) {
     case KL_T_NONE: return "";
@@ -84,7 +100,7 @@ std::string Display(const Value& v) {
       if (out.find_first_of(".eni") == std::string::npos) out += ".0";  // 2.0 stays a real to the eye
       return out;
     }
-    case KL_T_CURRENCY: return std::to_string(v.integer) + " (scale " + std::to_string(v.scale) + ")";
+    case KL_T_CURRENCY: return CurrencyText(v.integer, v.scale);
     case KL_T_TEXT: return Utf8(v.text);
     case KL_T_BUFFER: return Hex(v.bytes);
     default: return std::to_string(v.integer);
@@ -110,6 +126,7 @@ std::string Json(const Outcome& o) {
     case KL_T_REAL: value = std::isfinite(o.value.real) ? ShortestReal(o.value.real) : "null"; break;
     case KL_T_TEXT: value = JsonString(o.value.text); break;
     case KL_T_BUFFER: value = "{\"hex\": \"" + Hex(o.value.bytes) + "\"}"; break;
+    case KL_T_CURRENCY: value = CurrencyText(o.value.integer, o.value.scale); break;
     default: value = std::to_string(o.value.integer);
   }
   std::string error = "null";

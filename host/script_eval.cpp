@@ -238,6 +238,29 @@ Value Interpreter::Builtin(const std::string& folded, const Expr& e, const std::
     library_.program().WaitPosted(std::chrono::milliseconds(args[0].integer));
     return {};
   }
+  // A table control for the table export: TableCreate(name, titles...)
+  // makes it (again, empty), TableAddRow(name, cells...) appends a row;
+  // cells are texts as Trace shows them, missing ones empty.
+  if (folded == "tablecreate" || folded == "tablecrée") {
+    if (args.empty() || args[0].type != KL_T_TEXT) Fail(e.at, e.name + " takes a table name, then its titles");
+    Library::Table table;
+    for (size_t i = 1; i < args.size(); ++i) table.titles.push_back(Utf16(Display(args[i])));
+    Library::VMTables()[Library::TableKey(args[0].text)] = std::move(table);
+    return {};
+  }
+  if (folded == "tableaddrow" || folded == "tableajouteligne") {
+    if (args.empty() || args[0].type != KL_T_TEXT) Fail(e.at, e.name + " takes a table name, then its cells");
+    auto it = Library::VMTables().find(Library::TableKey(args[0].text));
+    if (it == Library::VMTables().end()) Fail(e.at, "no table " + Utf8(args[0].text) + " (TableCreate makes one)");
+    Library::Table& table = it->second;
+    if (args.size() - 1 > table.titles.size())
+      Fail(e.at, e.name + ": " + std::to_string(args.size() - 1) + " cells for " +
+                     std::to_string(table.titles.size()) + " columns");
+    std::vector<std::u16string> row(table.titles.size());
+    for (size_t i = 1; i < args.size(); ++i) row[i - 1] = Utf16(Display(args[i]));
+    table.rows.push_back(std::move(row));
+    return {};
+  }
   handled = false;
   return {};
 }

@@ -226,6 +226,16 @@ class Library {
   // Answers of the VM services object's information question, by number.
   static std::map<int32_t, std::u16string>& VMInformation();
 
+  // The tables a script builds (the content of table controls): by name,
+  // whatever the ASCII case. The library reads them through the table
+  // operations of the VM services object.
+  struct Table {
+    std::vector<std::u16string> titles;
+    std::vector<std::vector<std::u16string>> rows;  // each as long as titles
+  };
+  static std::map<std::u16string, Table>& VMTables();  // folded names
+  static std::u16string TableKey(std::u16string_view name);
+
   // Message texts the VM's callback answers (CommandeComposante 2); empty
   // map: the library's own block answers.
   static std::map<uint32_t, std::u16string>& VMMessages();

@@ -54,4 +54,12 @@ extern KLVMServices gVMServices;
 extern std::atomic<int64_t> gServiceCalls;
 uint32_t KL_CALL MessageCallback(uint32_t number, kl_char* buffer, uint32_t capacity);
 
+// --- tables (vm_tables.cpp): the table operations of the services object ---
+int32_t KL_CALL TableColumnCount(KLVMServices* self, const kl_char* table);
+int32_t KL_CALL TableTitle(KLVMServices* self, const kl_char* table, int32_t column, kl_char* buffer,
+                           uint32_t capacity);
+int32_t KL_CALL TableRowCount(KLVMServices* self, const kl_char* table);
+int32_t KL_CALL TableCell(KLVMServices* self, const kl_char* table, int32_t row, int32_t column, kl_char* buffer,
+                          uint32_t capacity);
+
 }  // namespace kphost::detail

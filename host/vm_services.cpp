@@ -107,7 +107,8 @@ uint32_t KL_CALL Information(KLVMServices*, int32_t number, kl_char* buffer, uin
   return n;
 }
 
-const KLVMServicesOps kVMServicesOps{&NewVariant, &ObjectValue, &Information};
+const KLVMServicesOps kVMServicesOps{&NewVariant,       &ObjectValue,   &Information, &TableColumnCount,
+                                     &TableTitle,       &TableRowCount, &TableCell};
 }  // namespace
 KLVMServices gVMServices{&kVMServicesOps};
 

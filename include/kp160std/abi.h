@@ -177,9 +177,10 @@ struct IVMServices {
  * ExecContext leads to. It is the VM's, lives as long as the program, and is
  * what the library queries for everything beyond SetResult: it builds the
  * variant objects of results of code 31, reads VM objects passed as
- * variants, and answers numbered information questions (82: the location
- * of application updates). A null object or a null operation means the VM
- * does not offer that service; the library then fails the call cleanly.
+ * variants, answers numbered information questions (82: the location
+ * of application updates) and reads the content of table controls. A null
+ * object or a null operation means the VM does not offer that service; the
+ * library then fails the call cleanly.
  * ------------------------------------------------------------------------- */
 typedef struct KLVMServices KLVMServices;
 typedef struct KLVMServicesOps {
@@ -191,6 +192,19 @@ typedef struct KLVMServicesOps {
   /* A numbered piece of information as text; the length written (without
    * the terminator), 0 when the VM has no answer. */
   uint32_t (KL_CALL* Information)(KLVMServices* self, int32_t number, kl_char* buffer, uint32_t capacity);
+  /* The content of a table control, for the table export. A table is named
+   * by its text (the control's name); columns and rows count from 0. The
+   * counts answer -1 when the VM knows no table of that name. The two text
+   * operations answer the text's whole length in units (-1: no such table,
+   * column or row) and write at most capacity - 1 units and a terminator:
+   * an answer >= capacity asks for a larger buffer. A VM without tables sets
+   * all four to null. */
+  int32_t (KL_CALL* TableColumnCount)(KLVMServices* self, const kl_char* table);
+  int32_t (KL_CALL* TableTitle)(KLVMServices* self, const kl_char* table, int32_t column, kl_char* buffer,
+                                uint32_t capacity);
+  int32_t (KL_CALL* TableRowCount)(KLVMServices* self, const kl_char* table);
+  int32_t (KL_CALL* TableCell)(KLVMServices* self, const kl_char* table, int32_t row, int32_t column,
+                               kl_char* buffer, uint32_t capacity);
 } KLVMServicesOps;
 struct KLVMServices {
   const KLVMServicesOps* ops;

@@ -200,19 +200,30 @@
   X(kErrBadLightness, 80203)                           \
   X(kErrBadSaturation, 80204)                          \
   X(kErrBadNumber, 80205)               /* reserved */ \
-  X(kErrUnknownCurrency, 80207)         /* reserved */ \
-  X(kErrExchangeRateNotPositive, 80208) /* reserved */ \
+  X(kErrUnknownCurrency, 80207)                        \
+  X(kErrExchangeRateNotPositive, 80208)                \
   X(kErrBoundsReversed, 80210)                         \
   X(kErrRandomBelowOne, 80260)
 
 // Number texts and formats (Min/Max, EstNumérique, NumériqueVersChaîne,
 // TailleVersChaîne).
 #define KP_ERROR_IDS_NUMBER_TEXT(X) \
-  X(kErrNotNumericText, 80221)     \
-  X(kErrBadNumberMask, 80222)      \
-  X(kErrNumberNotFinite, 80223)    \
-  X(kErrNegativeSize, 80224)       \
-  X(kErrNotANumberValue, 80225)
+  X(kErrNotNumericText, 80240)     \
+  X(kErrBadNumberMask, 80241)      \
+  X(kErrNumberNotFinite, 80242)    \
+  X(kErrNegativeSize, 80243)       \
+  X(kErrNotANumberValue, 80244)
+// The euro family and the table export.
+#define KP_ERROR_IDS_EURO_TABLES(X)     \
+  X(kErrCurrencyAmountOutOfRange, 80220) \
+  X(kErrExchangeRateOutOfRange, 80221)   \
+  X(kErrEuroRateIsFixed, 80222)          \
+  X(kErrUnknownCurrencyNameForm, 80223)  \
+  X(kErrNoTableService, 80224)           \
+  X(kErrUnknownTable, 80225)             \
+  X(kErrBadColumnList, 80226)            \
+  X(kErrBadTableOptions, 80227)          \
+  X(kErrTableTextTooLong, 80228)
 
 // The registry, INI files and saved parameters. The three warnings go to the
 // trace, not to the program (severity 65538).
@@ -372,6 +383,7 @@
   KP_ERROR_IDS_SYSTEM(X)        \
   KP_ERROR_IDS_NUMBERS(X)       \
   KP_ERROR_IDS_NUMBER_TEXT(X)   \
+  KP_ERROR_IDS_EURO_TABLES(X)   \
   KP_ERROR_IDS_REGISTRY(X)      \
   KP_ERROR_IDS_SHARED_MEMORY(X) \
   KP_ERROR_IDS_PROJECT(X)       \

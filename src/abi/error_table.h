@@ -8,7 +8,7 @@
 
 namespace kp {
 
-constexpr int kErrorDefRows = 293;
+constexpr int kErrorDefRows = 302;
 
 enum ErrorDefColumn { kErrorId = 0, kErrorText = 1, kErrorDebugCode = 2, kErrorSeverity = 3 };
 

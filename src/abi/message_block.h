@@ -30,7 +30,7 @@
 
 namespace kp {
 
-constexpr size_t kMessageBlockRecords = 475;
+constexpr size_t kMessageBlockRecords = 493;
 constexpr uint16_t kEnglishRecordBit = 0x8000;
 
 // The text of message `number` in French or English; nullopt when the block

@@ -160,6 +160,61 @@ std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number
   return buffer;
 }
 
+namespace {
+
+const KLVMServicesOps* TableOps(ExecContext* context, KLVMServices** services) {
+  *services = VMServices(context);
+  const KLVMServicesOps* ops = *services ? (*services)->ops : nullptr;
+  if (!ops || !ops->TableColumnCount || !ops->TableRowCount || !ops->TableTitle || !ops->TableCell) return nullptr;
+  return ops;
+}
+
+// One text of a table: the VM answers the whole length, so a buffer found
+// too small is grown once and the text asked again.
+template <typename Ask>
+bool ReadTableText(std::u16string& out, Ask ask) {
+  out.resize(out.capacity() < 64 ? 64 : out.capacity());
+  int32_t n = ask(out.data(), static_cast<uint32_t>(out.size()));
+  if (n < 0) return false;
+  if (static_cast<size_t>(n) >= out.size()) {
+    out.resize(static_cast<size_t>(n) + 1);
+    n = ask(out.data(), static_cast<uint32_t>(out.size()));
+    if (n < 0) return false;
+  }
+  out.resize(static_cast<size_t>(n) < out.size() ? static_cast<size_t>(n) : out.size() - 1);
+  return true;
+}
+
+}  // namespace
+
+int32_t VMTableColumnCount(ExecContext* context, const std::u16string& table) {
+  KLVMServices* services;
+  const KLVMServicesOps* ops = TableOps(context, &services);
+  return ops ? ops->TableColumnCount(services, table.c_str()) : kNoTableService;
+}
+
+int32_t VMTableRowCount(ExecContext* context, const std::u16string& table) {
+  KLVMServices* services;
+  const KLVMServicesOps* ops = TableOps(context, &services);
+  return ops ? ops->TableRowCount(services, table.c_str()) : kNoTableService;
+}
+
+bool VMTableTitle(ExecContext* context, const std::u16string& table, int32_t column, std::u16string& out) {
+  KLVMServices* services;
+  const KLVMServicesOps* ops = TableOps(context, &services);
+  return ops && ReadTableText(out, [&](kl_char* buffer, uint32_t capacity) {
+           return ops->TableTitle(services, table.c_str(), column, buffer, capacity);
+         });
+}
+
+bool VMTableCell(ExecContext* context, const std::u16string& table, int32_t row, int32_t column, std::u16string& out) {
+  KLVMServices* services;
+  const KLVMServicesOps* ops = TableOps(context, &services);
+  return ops && ReadTableText(out, [&](kl_char* buffer, uint32_t capacity) {
+           return ops->TableCell(services, table.c_str(), row, column, buffer, capacity);
+         });
+}
+
 void HandVariant(CallContext* call, ExecContext* context, const Value& value) {
   // The IVMServices table is only known to reach SetResult: the variant
   // comes from the VM services object of the running program.

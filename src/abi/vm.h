@@ -65,6 +65,17 @@ std::optional<Value> ObjectValue(ExecContext* context, const VariantArg& object)
 // no services object or no answer.
 std::optional<std::u16string> VMInformation(ExecContext* context, int32_t number);
 
+// The content of a table control through the VM services object. The
+// counts answer kNoTableService when the VM offers no tables and -1 when it
+// knows no table of that name. The texts are written into `out` (whose
+// storage is reused from call to call); false when there is no such text.
+constexpr int32_t kNoTableService = -2;
+int32_t VMTableColumnCount(ExecContext* context, const std::u16string& table);
+int32_t VMTableRowCount(ExecContext* context, const std::u16string& table);
+bool VMTableTitle(ExecContext* context, const std::u16string& table, int32_t column, std::u16string& out);
+bool VMTableCell(ExecContext* context, const std::u16string& table, int32_t row, int32_t column,
+                 std::u16string& out);
+
 // Used by the entry functions: builds a variant through the context's VM
 // services object and hands it over with SetResult, the one operation of the
 // call's IVMServices table the library uses.

@@ -15,6 +15,7 @@
 #include "component/syntaxes/files.h"
 #include "component/syntaxes/numbers.h"
 #include "component/syntaxes/numbers_format.h"
+#include "component/syntaxes/numbers_euro.h"
 #include "component/syntaxes/project.h"
 #include "component/syntaxes/registry.h"
 #include "component/syntaxes/system.h"

@@ -65,8 +65,8 @@ std::u16string ShortestText(double value, std::u16string_view decimal);
 // on POSIX; on Windows until the next call on the same thread.
 Separators DeviceSeparators();
 
-// The KL function. NaN or an infinity: "" with error 80223; a bad mask: ""
-// with error 80222 (the mask and the 1-based position of the fault). An
+// The KL function. NaN or an infinity: "" with error 80242; a bad mask: ""
+// with error 80241 (the mask and the 1-based position of the fault). An
 // empty mask is the one-argument syntax.
 std::u16string NumToString(ExecContext* context, double value);
 std::u16string NumToStringMask(ExecContext* context, double value, std::u16string_view mask);

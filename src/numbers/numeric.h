@@ -31,14 +31,14 @@ bool IsNumericValue(const Value& value);
 bool IsNumeric(ExecContext* context, VariantArg value);
 
 // The larger (smaller) of two reals; the first when they are equal. NaN on
-// either side: 0 with error 80223.
+// either side: 0 with error 80242.
 double Max(ExecContext* context, double a, double b);
 double Min(ExecContext* context, double a, double b);
 
 // The largest (smallest) of a variant: a number is itself; a text is a list
 // of numeric texts separated by tabs or line breaks ("\t", "\r\n", "\n").
-// Failure value 0: error 80221 for an element (or a text) that is not
-// numeric, 80225 for a boolean, a buffer or no value, 80223 for NaN. 64-bit
+// Failure value 0: error 80240 for an element (or a text) that is not
+// numeric, 80244 for a boolean, a buffer or no value, 80242 for NaN. 64-bit
 // integers beyond 2^53 come back rounded to the nearest real.
 double MaxOf(ExecContext* context, const Value& values);
 double MinOf(ExecContext* context, const Value& values);

@@ -10,7 +10,7 @@
 // 1024 moves to the next unit ("1 MB", never "1024 KB"). The decimal
 // separator is the device's. With a mask (the grammar of NumériqueVersChaîne)
 // the value in its unit is formatted by the mask, the unit chosen from the
-// size alone. A negative size: "" with error 80224.
+// size alone. A negative size: "" with error 80243.
 //
 // Thread-safety: pure functions; any thread.
 #pragma once

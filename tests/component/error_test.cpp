@@ -232,7 +232,7 @@ TEST(ErrorTable, RowsAreWellFormed) {
     EXPECT_EQ(severity == 65538u, warning) << row[kErrorId];
     EXPECT_TRUE(severity == 1 || severity == 2 || severity == 3 || warning) << row[kErrorId];
   }
-  EXPECT_EQ(ids.size(), 293u);
+  EXPECT_EQ(ids.size(), 302u);
 }
 
 TEST(ErrorTable, TellingRows) {

@@ -26,51 +26,6 @@ inline constexpr KLSyntax kInitRandom[] = {
   // RVB/RGB
 inline constexpr KLSyntax kRGB[] = {
     Syntax<numbers::Rgb, KL_T_INT, KL_T_INT, KL_T_INT, KL_T_INT>()};
-  // The euro functions below have real (12) or currency (10) results; their
-  // parameters are chosen here: amounts as currency or real, currencies as
-  // texts (their codes).
-  // eTauxDeChange/eExchangeRate: (currency), (currency, new rate).
-inline constexpr KLSyntax keExchangeRate[] = {
-    Unavailable<KL_T_REAL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_REAL, KL_T_TEXT_CELL, KL_T_REAL>()};
-  // eVersEuro/eToEuro: (amount) in the default currency, (amount, currency);
-  // the amount as currency or as real.
-inline constexpr KLSyntax keToEuro[] = {
-    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY>(),
-    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_REAL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL>()};
-  // eVersDevise/eToCurrency: as eVersEuro, the other way.
-inline constexpr KLSyntax keToCurrency[] = {
-    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY>(),
-    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_REAL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL>()};
-  // eChangeDevise/eChangeCurrency: (amount, from, to) with the amount as
-  // currency, real or integer.
-inline constexpr KLSyntax keChangeCurrency[] = {
-    Unavailable<KL_T_CURRENCY, KL_T_CURRENCY, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_REAL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_CURRENCY, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-  // eDeviseMemParDéfaut/eDefaultMemCurrency: read (), set (currency).
-inline constexpr KLSyntax keDefaultMemCurrency[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_NONE, KL_T_TEXT_CELL>()};
-  // eDeviseAffParDéfaut/eDefaultViewCurrency: read (), set (currency).
-inline constexpr KLSyntax keDefaultViewCurrency[] = {
-    Unavailable<KL_T_TEXT>(),
-    Unavailable<KL_T_NONE, KL_T_TEXT_CELL>()};
-  // eNomDevise/eCurrencyName: (currency), (currency, form of the name).
-inline constexpr KLSyntax keCurrencyName[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>()};
-  // eInitDevise/eInitCurrency: ().
-inline constexpr KLSyntax keInitCurrency[] = {
-    Unavailable<KL_T_BOOL>()};
-  // eDifférenceArrondi/eRoundDifference: the rounding difference of the last
-  // conversion.
-inline constexpr KLSyntax keRoundDifference[] = {
-    Unavailable<KL_T_CURRENCY>()};
   // EstPair/IsEven
 inline constexpr KLSyntax kIsEven[] = {
     Syntax<numbers::IsEven, KL_T_BOOL, KL_T_INT>()};
@@ -98,23 +53,4 @@ inline constexpr KLSyntax kRGBRed[] = {
   // RVBVert/RGBGreen
 inline constexpr KLSyntax kRGBGreen[] = {
     Syntax<numbers::RgbGreen, KL_T_INT, KL_T_INT>()};
-  // TableVersTexte/TableToText — signature chosen here: (table), then
-  // options, a column list, a separator; or (table, column list[, separator]).
-inline constexpr KLSyntax kTableToText[] = {
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-  // TableVersPressePapier/TableToClipboard — signature chosen here: as
-  // TableVersTexte, with a success result.
-inline constexpr KLSyntax kTableToClipboard[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-
 }  // namespace kp::syn

@@ -1,0 +1,504 @@
+// kp160std — the euro family: fixed rates, exact conversions through the
+// euro, and the per-program currency settings.
+#include "numbers/euro.h"
+
+#include <array>
+#include <atomic>
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <mutex>
+#include <optional>
+
+#include "abi/error.h"
+#include "abi/state.h"
+#include "abi/vm.h"
+
+namespace kp::numbers {
+namespace {
+
+// The irrevocable rates: units of each currency for one euro, six
+// significant figures, as published when each currency joined.
+constexpr CurrencyInfo kCurrencies[] = {
+    {u"EUR", {1, 0}, 2, u"euro", u"euro", u"19990101"},
+    {u"BEF", {403399, 4}, 0, u"franc belge", u"Belgian franc", u"19990101"},
+    {u"DEM", {195583, 5}, 2, u"mark allemand", u"German mark", u"19990101"},
+    {u"ESP", {166386, 3}, 0, u"peseta espagnole", u"Spanish peseta", u"19990101"},
+    {u"FRF", {655957, 5}, 2, u"franc français", u"French franc", u"19990101"},
+    {u"IEP", {787564, 6}, 2, u"livre irlandaise", u"Irish pound", u"19990101"},
+    {u"ITL", {193627, 2}, 0, u"lire italienne", u"Italian lira", u"19990101"},
+    {u"LUF", {403399, 4}, 0, u"franc luxembourgeois", u"Luxembourg franc", u"19990101"},
+    {u"NLG", {220371, 5}, 2, u"florin néerlandais", u"Dutch guilder", u"19990101"},
+    {u"ATS", {137603, 4}, 2, u"schilling autrichien", u"Austrian schilling", u"19990101"},
+    {u"PTE", {200482, 3}, 0, u"escudo portugais", u"Portuguese escudo", u"19990101"},
+    {u"FIM", {594573, 5}, 2, u"mark finlandais", u"Finnish markka", u"19990101"},
+    {u"GRD", {340750, 3}, 0, u"drachme grecque", u"Greek drachma", u"20010101"},
+    {u"SIT", {239640, 3}, 2, u"tolar slovène", u"Slovenian tolar", u"20070101"},
+    {u"CYP", {585274, 6}, 2, u"livre chypriote", u"Cypriot pound", u"20080101"},
+    {u"MTL", {429300, 6}, 2, u"lire maltaise", u"Maltese lira", u"20080101"},
+    {u"SKK", {301260, 4}, 2, u"couronne slovaque", u"Slovak koruna", u"20090101"},
+    {u"EEK", {156466, 4}, 2, u"couronne estonienne", u"Estonian kroon", u"20110101"},
+    {u"LVL", {702804, 6}, 2, u"lats letton", u"Latvian lats", u"20140101"},
+    {u"LTL", {345280, 5}, 2, u"litas lituanien", u"Lithuanian litas", u"20150101"},
+    {u"HRK", {753450, 5}, 2, u"kuna croate", u"Croatian kuna", u"20230101"},
+    {u"BGN", {195583, 5}, 2, u"lev bulgare", u"Bulgarian lev", u"20260101"},
+};
+constexpr size_t kCurrencyCount = std::size(kCurrencies);
+
+using Int = __int128;
+
+// Amounts keep at most this many decimals: finer digits cannot reach any
+// currency's smallest unit, even through the largest rate a program may set.
+constexpr int kMaxAmountDecimals = 18;
+// Rates a program sets: six significant figures, from 0.000001 to
+// 999999000000, so every product below fits 128 bits.
+constexpr int kMinRateScale = -6;
+constexpr int kMaxRateScale = 11;
+// The rounding difference carries six decimals more than the result.
+constexpr int kDifferenceExtraDecimals = 6;
+
+constexpr std::array<Int, 39> kPowers = [] {
+  std::array<Int, 39> out{};
+  out[0] = 1;
+  for (size_t i = 1; i < out.size(); ++i) out[i] = out[i - 1] * 10;
+  return out;
+}();
+constexpr std::array<int64_t, 19> kPowers64 = [] {
+  std::array<int64_t, 19> out{};
+  out[0] = 1;
+  for (size_t i = 1; i < out.size(); ++i) out[i] = out[i - 1] * 10;
+  return out;
+}();
+Int Pow10(int n) { return kPowers[static_cast<size_t>(n)]; }  // 0 <= n <= 38
+
+// Half away from zero, as the conversion rules ask (a half goes up in
+// magnitude). den > 0.
+Int DivRound(Int num, Int den) {
+  const bool negative = num < 0;
+  const Int magnitude = negative ? -num : num;
+  Int q;
+  if (magnitude <= UINT64_MAX && den <= UINT64_MAX) {
+    // Most amounts: one 64-bit division instead of a 128-bit one.
+    const auto m = static_cast<uint64_t>(magnitude), d = static_cast<uint64_t>(den);
+    const uint64_t r = m % d;
+    q = m / d + (r >= d - r ? 1 : 0);
+  } else {
+    q = magnitude / den;
+    const Int r = magnitude % den;
+    if (r >= den - r) ++q;
+  }
+  return negative ? -q : q;
+}
+
+bool FitsInt64(Int v) { return v >= INT64_MIN && v <= INT64_MAX; }
+
+// An amount brought to 0..kMaxAmountDecimals decimals; nullopt when the
+// whole part does not fit a currency cell.
+std::optional<Currency> Normalised(Currency amount) {
+  if (amount.scale > kMaxAmountDecimals) {
+    const int drop = amount.scale - kMaxAmountDecimals;
+    if (drop > 20) return Currency{0, kMaxAmountDecimals};  // |value| < 10^19: rounds to 0
+    return Currency{static_cast<int64_t>(DivRound(amount.value, Pow10(drop))), kMaxAmountDecimals};
+  }
+  if (amount.scale < 0) {
+    if (amount.value == 0) return Currency{0, 0};
+    if (amount.scale < -19) return std::nullopt;
+    const Int v = Int{amount.value} * Pow10(-amount.scale);
+    if (!FitsInt64(v)) return std::nullopt;
+    return Currency{static_cast<int64_t>(v), 0};
+  }
+  return amount;
+}
+
+std::u16string Ascii(std::string_view s) { return {s.begin(), s.end()}; }
+
+std::u16string DecimalText(Currency c) {
+  const uint64_t magnitude = c.value < 0 ? 0 - static_cast<uint64_t>(c.value) : static_cast<uint64_t>(c.value);
+  std::string digits = std::to_string(magnitude);
+  std::string out;
+  if (c.scale < -19) {
+    out = digits + "e" + std::to_string(-c.scale);
+  } else if (c.scale <= 0) {
+    out = digits + (c.value != 0 ? std::string(static_cast<size_t>(-c.scale), '0') : "");
+  } else {
+    const auto scale = static_cast<size_t>(c.scale);
+    if (digits.size() <= scale) digits.insert(0, scale - digits.size() + 1, '0');
+    out = digits.substr(0, digits.size() - scale) + "." + digits.substr(digits.size() - scale);
+  }
+  return Ascii((c.value < 0 ? "-" : "") + out);
+}
+
+std::u16string RealText(double value) {
+  char buffer[64];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+  return Ascii(std::string_view(buffer, static_cast<size_t>(end - buffer)));
+}
+
+double RateValue(EuroRate r) {
+  // The only binary floating point of the family: the real result of
+  // eTauxDeChange. Dividing by an exact power of ten gives the real nearest
+  // the decimal rate.
+  double v = static_cast<double>(r.digits);
+  return r.scale >= 0 ? v / std::pow(10.0, r.scale) : v * std::pow(10.0, -r.scale);
+}
+
+// --- per-program state -------------------------------------------------------
+// The exact fraction of the last conversion: its rounding difference is
+// worked out only when the program asks for it.
+struct LastConversion {
+  Int num = 0, den = 1, rounded = 0;
+  int16_t decimals = 0;
+  bool any = false;
+};
+
+struct ProgramCurrencies {
+  size_t storage = 0;  // index in kCurrencies: the euro
+  size_t display = 0;
+  std::array<EuroRate, kCurrencyCount> rates = [] {
+    std::array<EuroRate, kCurrencyCount> out{};
+    for (size_t i = 0; i < kCurrencyCount; ++i) out[i] = kCurrencies[i].rate;
+    return out;
+  }();
+  LastConversion last;
+};
+
+// amount / from * to, in units of 10^-decimals, as one exact fraction
+// num / den = value * to.digits * 10^e / from.digits, and its rounding.
+ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
+  out->decimals = decimals;
+  out->any = true;
+  // Everyday amounts fit 64 bits all the way: checked 64-bit products and
+  // one 64-bit division first.
+  if (amount.scale >= 0 && amount.scale <= kMaxAmountDecimals) {
+    const int e = from.scale + decimals - amount.scale - to.scale;
+    int64_t num64, den64 = from.digits;
+    if (!__builtin_mul_overflow(amount.value, to.digits, &num64) && num64 != INT64_MIN &&
+        (e >= 0 ? e <= 18 && !__builtin_mul_overflow(num64, kPowers64[e], &num64) && num64 != INT64_MIN
+                : e >= -12 && !__builtin_mul_overflow(den64, kPowers64[-e], &den64))) {
+      const uint64_t m = num64 < 0 ? 0 - static_cast<uint64_t>(num64) : static_cast<uint64_t>(num64);
+      const auto d = static_cast<uint64_t>(den64);
+      const uint64_t r = m % d;
+      const auto q = static_cast<int64_t>(m / d + (r >= d - r ? 1 : 0));
+      out->num = num64;
+      out->den = den64;
+      out->rounded = num64 < 0 ? -q : q;
+      return ConversionStatus::Ok;
+    }
+  }
+  const auto a = Normalised(amount);
+  if (!a) return ConversionStatus::AmountOutOfRange;
+  const int e = from.scale + decimals - a->scale - to.scale;
+  Int num = Int{a->value} * to.digits;
+  Int den = from.digits;
+  if (e >= 0) {
+    if (__builtin_mul_overflow(num, Pow10(e), &num)) return ConversionStatus::ResultOutOfRange;
+  } else if (e < -37 || __builtin_mul_overflow(den, Pow10(-e), &den)) {
+    // The amount is below 10^-25 units of the target: result and difference
+    // are both 0 at their precision.
+    out->num = 0;
+    out->den = 1;
+    out->rounded = 0;
+    return ConversionStatus::Ok;
+  }
+  out->num = num;
+  out->den = den;
+  out->rounded = DivRound(num, den);
+  return FitsInt64(out->rounded) ? ConversionStatus::Ok : ConversionStatus::ResultOutOfRange;
+}
+
+// rounded - exact = (rounded * den - num) / den, to six more decimals.
+// Where the product overflows, den exceeds 10^32 while num stays below
+// 10^25, so the difference is below 10^-7 units: 0 at this precision.
+Currency DifferenceOf(const LastConversion& last) {
+  const auto scale = static_cast<int16_t>(last.decimals + kDifferenceExtraDecimals);
+  if (!last.any) return {};
+  const Int gap = last.rounded * last.den - last.num;  // |gap| <= den / 2
+  Int scaled = 0;
+  if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled))
+    scaled = DivRound(scaled, last.den);
+  else
+    scaled = 0;
+  return {static_cast<int64_t>(scaled), scale};
+}
+
+// The mutex guards the map's shape only. A program's own state is used on
+// the thread that runs it, found through a one-entry cache per thread, so
+// only a program's first call on a thread takes the lock.
+std::mutex gMutex;
+std::atomic<uint64_t> gForgotten{0};
+std::map<const ExecContext*, ProgramCurrencies>& Programs() {
+  static auto* programs = new std::map<const ExecContext*, ProgramCurrencies>;  // outlives every caller
+  return *programs;
+}
+
+ProgramCurrencies& StateOf(const ExecContext* context) {
+  struct Cache {
+    const ExecContext* context = nullptr;
+    ProgramCurrencies* state = nullptr;
+    uint64_t generation = 0;
+  };
+  thread_local Cache cache;  // one record: one thread-local look-up per call
+  Cache& c = cache;
+  const uint64_t generation = gForgotten.load(std::memory_order_acquire);
+  if (c.state && c.context == context && c.generation == generation) return *c.state;
+  std::lock_guard lock(gMutex);
+  c = {context, &Programs()[context], generation};  // map nodes never move
+  return *c.state;
+}
+
+template <typename F>
+auto WithProgram(ExecContext* context, F f) {
+  return f(StateOf(context));
+}
+
+size_t IndexOf(const CurrencyInfo* c) { return static_cast<size_t>(c - kCurrencies); }
+
+// The error paths stay out of line, so that a conversion's own path keeps a
+// small frame (the inserts are texts built on the stack).
+[[gnu::noinline, gnu::cold]] void RaiseUnknown(ExecContext* context, std::u16string_view code) {
+  Raise(context, kErrUnknownCurrency, {code});
+}
+
+[[gnu::noinline, gnu::cold]] void RaiseOutOfRange(ExecContext* context, Currency amount, const CurrencyInfo* from,
+                                                  const CurrencyInfo* to) {
+  if (from)
+    Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
+  else
+    Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)});
+}
+
+const CurrencyInfo* Known(ExecContext* context, std::u16string_view code) {
+  const CurrencyInfo* c = FindCurrency(code);
+  if (!c) RaiseUnknown(context, code);
+  return c;
+}
+
+Currency Fail(ExecContext* context) {
+  WithProgram(context, [](ProgramCurrencies& p) { p.last.any = false; });
+  return {};
+}
+
+Currency Convert(ExecContext* context, Currency amount, const CurrencyInfo* from, const CurrencyInfo* to) {
+  if (!from || !to) return Fail(context);
+  ProgramCurrencies& p = StateOf(context);
+  LastConversion& last = p.last;
+  switch (Exact(amount, p.rates[IndexOf(from)], p.rates[IndexOf(to)], to->decimals, &last)) {
+    case ConversionStatus::Ok: return {static_cast<int64_t>(last.rounded), to->decimals};
+    case ConversionStatus::AmountOutOfRange: RaiseOutOfRange(context, amount, nullptr, nullptr); break;
+    case ConversionStatus::ResultOutOfRange: RaiseOutOfRange(context, amount, from, to); break;
+  }
+  return Fail(context);
+}
+
+std::optional<Currency> FromReal(ExecContext* context, double amount) {
+  Currency c;
+  if (RealToDecimal(amount, &c)) return c;
+  Raise(context, kErrCurrencyAmountOutOfRange, {RealText(amount)});
+  Fail(context);
+  return std::nullopt;
+}
+
+const CurrencyInfo* Storage(ExecContext* context) {
+  return &kCurrencies[WithProgram(context, [](ProgramCurrencies& p) { return p.storage; })];
+}
+const CurrencyInfo* Display(ExecContext* context) {
+  return &kCurrencies[WithProgram(context, [](ProgramCurrencies& p) { return p.display; })];
+}
+
+}  // namespace
+
+std::span<const CurrencyInfo> Currencies() { return kCurrencies; }
+
+const CurrencyInfo* FindCurrency(std::u16string_view code) {
+  // The three letters packed in one word, upper-cased, against the table's.
+  static const std::array<uint64_t, kCurrencyCount> packed = [] {
+    std::array<uint64_t, kCurrencyCount> out{};
+    for (size_t i = 0; i < kCurrencyCount; ++i)
+      out[i] = uint64_t{kCurrencies[i].code[0]} << 32 | uint64_t{kCurrencies[i].code[1]} << 16 | kCurrencies[i].code[2];
+    return out;
+  }();
+  if (code.size() != 3) return nullptr;
+  uint64_t key = 0;
+  for (char16_t c : code) key = key << 16 | (c >= u'a' && c <= u'z' ? c - u'a' + u'A' : c);
+  for (size_t i = 0; i < kCurrencyCount; ++i)
+    if (packed[i] == key) return &kCurrencies[i];
+  return nullptr;
+}
+
+ConversionStatus ConvertThroughEuro(Currency amount, EuroRate from, EuroRate to, int16_t decimals, Currency* result,
+                                    Currency* difference) {
+  LastConversion last;
+  const ConversionStatus status = Exact(amount, from, to, decimals, &last);
+  if (status == ConversionStatus::Ok) {
+    *result = {static_cast<int64_t>(last.rounded), decimals};
+    if (difference) *difference = DifferenceOf(last);
+  }
+  return status;
+}
+
+bool RealToDecimal(double value, Currency* out) {
+  if (!std::isfinite(value)) return false;
+  if (value == 0) {
+    *out = {0, 0};
+    return true;
+  }
+  // Scientific form of the shortest round trip: "-d.ddde+XX".
+  char buffer[64];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific).ptr;
+  std::string_view text(buffer, static_cast<size_t>(end - buffer));
+  const bool negative = text.front() == '-';
+  if (negative) text.remove_prefix(1);
+  const size_t ePos = text.find('e');
+  int exponent = 0;
+  std::from_chars(text.data() + ePos + 1 + (text[ePos + 1] == '+'), text.data() + text.size(), exponent);
+  int64_t digits = 0;
+  int count = 0;
+  for (char ch : text.substr(0, ePos))
+    if (ch != '.') {
+      digits = digits * 10 + (ch - '0');
+      ++count;
+    }
+  const int scale = count - 1 - exponent;
+  if (scale < -19) return false;
+  const auto n = Normalised(Currency{negative ? -digits : digits, static_cast<int16_t>(std::min(scale, 400))});
+  if (!n) return false;
+  *out = *n;
+  return true;
+}
+
+double ExchangeRate(ExecContext* context, std::u16string_view code) {
+  const CurrencyInfo* c = Known(context, code);
+  if (!c) return 0;
+  return RateValue(WithProgram(context, [&](ProgramCurrencies& p) { return p.rates[IndexOf(c)]; }));
+}
+
+double SetExchangeRate(ExecContext* context, std::u16string_view code, double rate) {
+  const CurrencyInfo* c = Known(context, code);
+  if (!c) return 0;
+  if (!(rate > 0)) {
+    Raise(context, kErrExchangeRateNotPositive);
+    return 0;
+  }
+  if (IndexOf(c) == 0) {
+    Raise(context, kErrEuroRateIsFixed);
+    return 0;
+  }
+  if (!std::isfinite(rate)) {
+    Raise(context, kErrExchangeRateOutOfRange, {RealText(rate)});
+    return 0;
+  }
+  // Six significant figures, rounded half away from zero from the shortest
+  // decimal of the real (so 6.559574 gives 6.55957, never a binary artefact).
+  char buffer[64];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, rate, std::chars_format::scientific).ptr;
+  std::string_view text(buffer, static_cast<size_t>(end - buffer));
+  const size_t ePos = text.find('e');
+  int exponent = 0;
+  std::from_chars(text.data() + ePos + 1 + (text[ePos + 1] == '+'), text.data() + text.size(), exponent);
+  Int digits = 0;
+  int count = 0;
+  for (char ch : text.substr(0, ePos))
+    if (ch != '.') {
+      digits = digits * 10 + (ch - '0');
+      ++count;
+    }
+  if (count > 6) {
+    digits = DivRound(digits, Pow10(count - 6));
+  } else {
+    digits *= Pow10(6 - count);
+  }
+  if (digits == 1000000) {  // 9.999995 rounds up to 10.0000
+    digits = 100000;
+    ++exponent;
+  }
+  const EuroRate r{static_cast<int64_t>(digits), 5 - exponent};
+  if (r.scale < kMinRateScale || r.scale > kMaxRateScale) {
+    Raise(context, kErrExchangeRateOutOfRange, {RealText(rate)});
+    return 0;
+  }
+  WithProgram(context, [&](ProgramCurrencies& p) { p.rates[IndexOf(c)] = r; });
+  return RateValue(r);
+}
+
+Currency ToEuro(ExecContext* context, Currency amount) {
+  return Convert(context, amount, Storage(context), &kCurrencies[0]);
+}
+Currency ToEuroFrom(ExecContext* context, Currency amount, std::u16string_view code) {
+  return Convert(context, amount, Known(context, code), &kCurrencies[0]);
+}
+Currency RealToEuro(ExecContext* context, double amount) {
+  const auto a = FromReal(context, amount);
+  return a ? ToEuro(context, *a) : Currency{};
+}
+Currency RealToEuroFrom(ExecContext* context, double amount, std::u16string_view code) {
+  const auto a = FromReal(context, amount);
+  return a ? ToEuroFrom(context, *a, code) : Currency{};
+}
+
+Currency ToCurrency(ExecContext* context, Currency amount) {
+  return Convert(context, amount, &kCurrencies[0], Display(context));
+}
+Currency ToCurrencyCode(ExecContext* context, Currency amount, std::u16string_view code) {
+  return Convert(context, amount, &kCurrencies[0], Known(context, code));
+}
+Currency RealToCurrency(ExecContext* context, double amount) {
+  const auto a = FromReal(context, amount);
+  return a ? ToCurrency(context, *a) : Currency{};
+}
+Currency RealToCurrencyCode(ExecContext* context, double amount, std::u16string_view code) {
+  const auto a = FromReal(context, amount);
+  return a ? ToCurrencyCode(context, *a, code) : Currency{};
+}
+
+Currency ChangeCurrency(ExecContext* context, Currency amount, std::u16string_view from, std::u16string_view to) {
+  const CurrencyInfo* f = Known(context, from);
+  const CurrencyInfo* t = f ? Known(context, to) : nullptr;
+  return Convert(context, amount, f, t);
+}
+Currency ChangeCurrencyReal(ExecContext* context, double amount, std::u16string_view from, std::u16string_view to) {
+  const auto a = FromReal(context, amount);
+  return a ? ChangeCurrency(context, *a, from, to) : Currency{};
+}
+Currency ChangeCurrencyInt(ExecContext* context, int32_t amount, std::u16string_view from, std::u16string_view to) {
+  return ChangeCurrency(context, Currency{amount, 0}, from, to);
+}
+
+std::u16string DefaultStorageCurrency(ExecContext* context) { return Storage(context)->code; }
+void SetDefaultStorageCurrency(ExecContext* context, std::u16string_view code) {
+  if (const CurrencyInfo* c = Known(context, code))
+    WithProgram(context, [&](ProgramCurrencies& p) { p.storage = IndexOf(c); });
+}
+std::u16string DefaultDisplayCurrency(ExecContext* context) { return Display(context)->code; }
+void SetDefaultDisplayCurrency(ExecContext* context, std::u16string_view code) {
+  if (const CurrencyInfo* c = Known(context, code))
+    WithProgram(context, [&](ProgramCurrencies& p) { p.display = IndexOf(c); });
+}
+
+std::u16string CurrencyName(ExecContext* context, std::u16string_view code) { return CurrencyNameIn(context, code, 0); }
+std::u16string CurrencyNameIn(ExecContext* context, std::u16string_view code, int32_t form) {
+  if (form < 0 || form > 2) {
+    Raise(context, kErrUnknownCurrencyNameForm, {form});
+    return {};
+  }
+  const CurrencyInfo* c = Known(context, code);
+  if (!c) return {};
+  const KLLanguage* language = Language(context);
+  const bool programFrench = language ? language->code == KL_LANGUAGE_FRENCH : French();
+  const bool french = form == 1 || (form == 0 && programFrench);
+  return french ? c->french : c->english;
+}
+
+bool InitCurrency(ExecContext* context) {
+  WithProgram(context, [](ProgramCurrencies& p) { p = ProgramCurrencies{}; });
+  return true;
+}
+
+Currency RoundDifference(ExecContext* context) { return DifferenceOf(StateOf(context).last); }
+
+void ForgetCurrencyState(ExecContext* context) {
+  std::lock_guard lock(gMutex);
+  Programs().erase(context);
+  gForgotten.fetch_add(1, std::memory_order_release);
+}
+
+}  // namespace kp::numbers
