@@ -9,6 +9,7 @@
 
 #include "component/ansi.h"
 #include "component/syntaxes/datetime.h"
+#include "component/syntaxes/desktop_tray.h"
 #include "component/syntaxes/encoding.h"
 #include "component/syntaxes/files.h"
 #include "component/syntaxes/numbers.h"
