@@ -154,4 +154,13 @@ bool DeleteTrayIcon(ExecContext* context) {
   return true;
 }
 
+void EndTrayIcon() {
+  {
+    std::lock_guard hold(gLock);
+    if (!gRecord.shown) return;
+    gRecord = Record{};
+  }
+  tray::Remove();
+}
+
 }  // namespace kp::desktop

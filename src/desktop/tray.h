@@ -33,5 +33,8 @@ bool AddTrayIcon(ExecContext* context, std::u16string_view icon, std::u16string_
 // An empty `icon` keeps the image; no tooltip keeps the tooltip.
 bool ModifyTrayIcon(ExecContext* context, std::u16string_view icon, std::optional<std::u16string_view> tooltip);
 bool DeleteTrayIcon(ExecContext* context);
+// When the VM's last program has ended: the icon goes with it, so that no
+// click posts to a context that no longer exists. Any thread.
+void EndTrayIcon();
 
 }  // namespace kp::desktop

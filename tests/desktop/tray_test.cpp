@@ -251,6 +251,13 @@ TEST_F(TrayTest, IconIsDockedDrawnNamedChangedAndRemoved) {
   EXPECT_NE(test::Shell("xwininfo -root -tree").find("\"Mon icône ✓\""), std::string::npos);
   EXPECT_EQ(Name(icon), "Mon icône ✓");
   EXPECT_TRUE(test::WaitFor([&] { return Middle(icon) == 0xff0000; })) << std::hex << Middle(icon);
+  // The tooltip window comes when the pointer rests on the icon, and goes
+  // when it leaves.
+  const auto tipShown = [] { return !test::Shell("xdotool search --onlyvisible --classname '^kp-tooltip$'").empty(); };
+  test::Shell("xdotool mousemove --window " + std::to_string(icon) + " 4 4");
+  EXPECT_TRUE(test::WaitFor(tipShown)) << "no tooltip";
+  test::Shell("xdotool mousemove 500 500");
+  EXPECT_TRUE(test::WaitFor([&] { return !tipShown(); })) << "the tooltip stays";
 
   ASSERT_TRUE(ModifyTrayIcon(ctx_, u"\\blue.png", u"Autre"));
   EXPECT_TRUE(test::WaitFor([&] { return Name(icon) == "Autre"; }));
@@ -281,6 +288,16 @@ TEST_F(TrayTest, ATrayStartedAgainGetsTheIconBack) {
   EXPECT_TRUE(test::WaitFor([&] { return Parent(icon) != 0 && Parent(icon) != first; }))
       << "not docked into the new tray";
   EXPECT_EQ(Name(icon), "again");
+}
+
+TEST_F(TrayTest, TheIconGoesWhenTheProgramsEnd) {
+  StartTray();
+  ASSERT_TRUE(AddTrayIcon(ctx_, u"\\red.png", u"ending", {}));
+  const std::string window = std::to_string(platform::tray::IconWindow());
+  EndTrayIcon();
+  EXPECT_EQ(platform::tray::IconWindow(), 0u);
+  EXPECT_EQ(test::Shell("xwininfo -id " + window + " 2>/dev/null"), "");
+  EXPECT_FALSE(DeleteTrayIcon(ctx_));
 }
 
 TEST_F(TrayTest, BadInputAndMissingPiecesGiveFalse) {
@@ -333,9 +350,10 @@ TEST_F(TrayTest, ClicksRunTheScriptsProcedures) {
   {
     std::ofstream out(script);
     ASSERT_TRUE(out);
-    out << "PROCEDURE OnLeft()\n  Trace(\"left\")\nEND\n"
-           "PROCEDURE OnRight()\n  Trace(\"right\")\nEND\n"
-           "Trace(SysIconeAjoute(\"\\red.png\", \"clickme\", \"OnLeft\", \"OnRight\"))\n"
+    for (const char* name : {"Left", "Right", "Double", "Middle", "Over"})
+      out << "PROCEDURE On" << name << "()\n  Trace(\"" << name << "\")\nEND\n";
+    out << "Trace(SysIconeAjoute(\"\\red.png\", \"clickme\", \"OnLeft\", \"OnRight\", \"OnDouble\", \"OnMiddle\", "
+           "\"OnOver\"))\n"
            "Attends(20000)\n";
   }
   const std::string output = dir_ + "/click.out";
@@ -347,12 +365,20 @@ TEST_F(TrayTest, ClicksRunTheScriptsProcedures) {
   id = id.substr(0, id.find('\n'));
   // Docked first: a click on a window not yet reparented may miss it.
   ASSERT_TRUE(test::WaitFor([&] { return Parent(std::stoul(id)) != 0; }));
-  test::Shell("xdotool mousemove --window " + id + " 4 4 click 1");
-  EXPECT_TRUE(test::WaitFor([&] { return test::ReadFile(output).find("left") != std::string::npos; }))
-      << test::ReadFile(output);
-  test::Shell("xdotool mousemove --window " + id + " 4 4 click 3");
-  EXPECT_TRUE(test::WaitFor([&] { return test::ReadFile(output).find("right") != std::string::npos; }))
-      << test::ReadFile(output);
+  const auto saw = [&](const std::string& line) {
+    return test::WaitFor([&] { return test::ReadFile(output).find("\n" + line + "\n") != std::string::npos; });
+  };
+  test::Shell("xdotool mousemove --window " + id + " 4 4");
+  EXPECT_TRUE(saw("Over")) << test::ReadFile(output);
+  test::Shell("xdotool click 1");
+  EXPECT_TRUE(saw("Left")) << test::ReadFile(output);
+  test::Shell("xdotool click 3");
+  EXPECT_TRUE(saw("Right")) << test::ReadFile(output);
+  test::Shell("xdotool click 2");
+  EXPECT_TRUE(saw("Middle")) << test::ReadFile(output);
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));  // not a double click with the first
+  test::Shell("xdotool click --repeat 2 --delay 100 1");
+  EXPECT_TRUE(saw("Double")) << test::ReadFile(output);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ import pathlib
 import re
 import sys
 
-FAMILIES = {"datetime", "files", "registry", "encoding", "numbers", "project", "system", "update"}
+FAMILIES = {"datetime", "files", "registry", "encoding", "numbers", "project", "system", "update", "desktop"}
 PUBLIC = {"kp160std"}
 # What each layer may include, besides itself.
 ALLOWED = {

@@ -18,6 +18,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/platform.h"
 #include "platform/tray.h"
@@ -31,6 +32,7 @@ constexpr uint32_t kNoTray = 1168;
 constexpr long kRequestDock = 0;
 constexpr long kXEmbedMapped = 1;
 constexpr auto kDoubleClickTime = std::chrono::milliseconds(400);
+constexpr auto kTipDelay = std::chrono::milliseconds(500);
 
 std::string Utf8(std::u16string_view text) {
   std::string out;
@@ -55,6 +57,21 @@ std::string Utf8(std::u16string_view text) {
       out += static_cast<char>(0x80 | (c >> 6 & 0x3f));
       out += static_cast<char>(0x80 | (c & 0x3f));
     }
+  }
+  return out;
+}
+
+// Back to UTF-16 for the core font's 16-bit drawing: the BMP only, a
+// character beyond it shown as U+FFFD.
+std::u16string Utf16(const std::string& text) {
+  std::u16string out;
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    const int n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
+    uint32_t v = n == 1 ? c : c & (0xff >> (n + 1));
+    for (int k = 1; k < n && i + k < text.size(); ++k) v = v << 6 | (static_cast<unsigned char>(text[i + k]) & 0x3f);
+    out += v > 0xffff ? u'\ufffd' : static_cast<char16_t>(v);
+    i += n;
   }
   return out;
 }
@@ -153,7 +170,7 @@ class Icon {
     handler_ = std::move(handler);
     XSetWindowAttributes a{};
     a.background_pixmap = ParentRelative;
-    a.event_mask = ExposureMask | StructureNotifyMask | ButtonPressMask | EnterWindowMask;
+    a.event_mask = ExposureMask | StructureNotifyMask | ButtonPressMask | EnterWindowMask | LeaveWindowMask;
     window_ = XCreateWindow(d_, root_, 0, 0, 22, 22, 0, CopyFromParent, InputOutput, CopyFromParent,
                             CWBackPixmap | CWEventMask, &a);
     XClassHint hint{const_cast<char*>("kp"), const_cast<char*>("kp")};
@@ -223,6 +240,8 @@ class Icon {
   }
 
   void SetName(const std::string& name) {
+    tip_ = name;
+    if (tip_window_) HideTip();
     XChangeProperty(d_, window_, net_name_, utf8_, 8, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(name.data()), static_cast<int>(name.size()));
     // WM_NAME in the locale's encoding is not ours to guess: it gets the
@@ -279,16 +298,72 @@ class Icon {
     XDestroyImage(xi);
   }
 
+  // The tooltip: a small window of its own under (or over) the icon, shown
+  // when the pointer has rested on the icon, in a core font that covers
+  // Unicode where the server has one.
+  void ShowTip() {
+    if (tip_.empty()) return;
+    if (!font_) {
+      font_ = XLoadQueryFont(d_, "-misc-fixed-medium-r-semicondensed--13-*-*-*-*-*-iso10646-1");
+      if (!font_) font_ = XLoadQueryFont(d_, "fixed");
+      if (!font_) return;
+    }
+    tip_chars_.clear();
+    for (char16_t c : Utf16(tip_)) tip_chars_.push_back(XChar2b{static_cast<unsigned char>(c >> 8),
+                                                                static_cast<unsigned char>(c & 0xff)});
+    const int pad = 3;
+    const int w = XTextWidth16(font_, tip_chars_.data(), static_cast<int>(tip_chars_.size())) + 2 * pad;
+    const int h = font_->ascent + font_->descent + 2 * pad;
+    int x = 0, y = 0;
+    Window child;
+    XWindowAttributes icon;
+    if (!XGetWindowAttributes(d_, window_, &icon) || !XTranslateCoordinates(d_, window_, root_, 0, 0, &x, &y, &child))
+      return;
+    const int screenW = DisplayWidth(d_, DefaultScreen(d_)), screenH = DisplayHeight(d_, DefaultScreen(d_));
+    y = y + icon.height + h + 2 <= screenH ? y + icon.height + 2 : y - h - 2;
+    x = std::max(0, std::min(x, screenW - w));
+    if (!tip_window_) {
+      XSetWindowAttributes a{};
+      a.override_redirect = True;
+      a.background_pixel = 0xffffe1;
+      a.border_pixel = BlackPixel(d_, DefaultScreen(d_));
+      a.event_mask = ExposureMask;
+      tip_window_ = XCreateWindow(d_, root_, x, y, w, h, 1, CopyFromParent, InputOutput, CopyFromParent,
+                                  CWOverrideRedirect | CWBackPixel | CWBorderPixel | CWEventMask, &a);
+      XClassHint hint{const_cast<char*>("kp-tooltip"), const_cast<char*>("kp")};
+      XSetClassHint(d_, tip_window_, &hint);
+    } else {
+      XMoveResizeWindow(d_, tip_window_, x, y, w, h);
+    }
+    XMapRaised(d_, tip_window_);
+  }
+
+  void DrawTip() {
+    if (!font_) return;
+    GC gc = XCreateGC(d_, tip_window_, 0, nullptr);
+    XSetFont(d_, gc, font_->fid);
+    XSetForeground(d_, gc, BlackPixel(d_, DefaultScreen(d_)));
+    XDrawString16(d_, tip_window_, gc, 3, 3 + font_->ascent, tip_chars_.data(), static_cast<int>(tip_chars_.size()));
+    XFreeGC(d_, gc);
+  }
+
+  void HideTip() {
+    tip_due_.reset();
+    if (tip_window_) XUnmapWindow(d_, tip_window_);
+  }
+
   void Handle(const XEvent& e) {
     switch (e.type) {
       case Expose:
         if (e.xexpose.window == window_ && e.xexpose.count == 0) Draw();
+        if (tip_window_ && e.xexpose.window == tip_window_ && e.xexpose.count == 0) DrawTip();
         break;
       case ConfigureNotify:
         if (e.xconfigure.window == window_) Draw();
         break;
       case ButtonPress: {
         if (e.xbutton.window != window_) break;
+        HideTip();
         if (e.xbutton.button == Button1) {
           const auto now = std::chrono::steady_clock::now();
           const bool twice = last_left_ && now - *last_left_ < kDoubleClickTime;
@@ -302,7 +377,12 @@ class Icon {
         break;
       }
       case EnterNotify:
-        if (e.xcrossing.window == window_) handler_(kPointerOver);
+        if (e.xcrossing.window != window_) break;
+        tip_due_ = std::chrono::steady_clock::now() + kTipDelay;
+        handler_(kPointerOver);
+        break;
+      case LeaveNotify:
+        if (e.xcrossing.window == window_) HideTip();
         break;
       case DestroyNotify:
         if (manager_ && e.xdestroywindow.window == manager_) manager_ = 0;  // the tray went away
@@ -329,8 +409,19 @@ class Icon {
       }
       if (dead_) break;
       XFlush(d_);
+      int timeout = -1;
+      if (tip_due_) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*tip_due_ -
+                                                                                 std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+          tip_due_.reset();
+          ShowTip();
+          continue;
+        }
+        timeout = static_cast<int>(left.count()) + 1;
+      }
       pollfd fds[2] = {{fd, POLLIN, 0}, {wake_[0], POLLIN, 0}};
-      if (poll(fds, 2, -1) < 0) continue;
+      if (poll(fds, 2, timeout) <= 0) continue;
       if (fds[1].revents & POLLIN) {
         char buffer[64];
         (void)!read(wake_[0], buffer, sizeof buffer);
@@ -356,6 +447,11 @@ class Icon {
   Image image_;
   Handler handler_;
   std::optional<std::chrono::steady_clock::time_point> last_left_;
+  std::string tip_;  // UTF-8
+  std::vector<XChar2b> tip_chars_;
+  std::optional<std::chrono::steady_clock::time_point> tip_due_;
+  Window tip_window_ = 0;
+  XFontStruct* font_ = nullptr;
   int wake_[2] = {-1, -1};
   std::thread thread_;
   std::atomic<bool> stop_{false};
