@@ -68,8 +68,9 @@ file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/device-abi)
 #   update/update_test: its HTTP server runs in a forked child;
 #   platform/named_objects, files/shared_memory*, system/*: owned by their
 #     own engineers' Windows work, not built for Windows yet.
-#   desktop/*: the shortcut tests read the device's text form (Windows writes
-#     shell links) and the tray tests need Xvfb and trayer.
+#   desktop/* but *_win32_test: the shortcut tests read the device's text
+#     form (Windows writes shell links) and the tray tests need Xvfb and
+#     trayer.
 file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/component/*.cpp
@@ -79,7 +80,8 @@ file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/update/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/encoding/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/project/*.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp)
+  ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/desktop/*_win32_test.cpp)
 list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX
      "/(files/(filesystem|read_ahead|shared_memory[a-z_]*)|datetime/zone|registry/(registry|whole_key|deletion_loops|ini_safety)|update/update)_test\\.cpp$")
 # support/fault_injection: the POSIX backend's system-call table and SQLite's;

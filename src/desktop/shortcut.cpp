@@ -29,6 +29,10 @@ bool ValidComponent(std::u16string_view part) {
   return true;
 }
 
+bool IsDrive(std::u16string_view part) {
+  return part.size() == 2 && part[1] == u':' && ((part[0] >= u'A' && part[0] <= u'Z') || (part[0] >= u'a' && part[0] <= u'z'));
+}
+
 // Makes every missing directory of an absolute device path.
 bool MakeDirectories(std::u16string_view path) {
   for (size_t at = 1; at <= path.size(); ++at) {
@@ -97,7 +101,14 @@ std::optional<std::u16string> ShortcutPath(int32_t kind, std::u16string_view nam
     size_t end = at;
     while (end < subDirectory.size() && !files::IsSeparator(subDirectory[end])) ++end;
     const std::u16string_view part = subDirectory.substr(at, end - at);
-    if (!part.empty()) {
+    if (at == 0 && path.empty() && IsDrive(part)) {
+      // A drive, on a machine that has them (Windows); the device has none.
+      path = part;
+      if (!files::layer::IsDirectory(fs::GetFileAttributes(path + u"\\"))) {
+        *why = win32::kPathNotFound;
+        return std::nullopt;
+      }
+    } else if (!part.empty()) {
       if (!ValidComponent(part)) {
         *why = win32::kInvalidName;
         return std::nullopt;

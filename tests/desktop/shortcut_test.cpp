@@ -74,6 +74,11 @@ TEST_F(ShortcutTest, NamesThatLeaveTheirDirectoryAreRefused) {
     EXPECT_EQ(ctx_.systemError(), 123u);
     EXPECT_FALSE(DeleteShortcut(ctx_, shortcutFree, u"secret", sub));
   }
+  // The device has no drives: "C:" does not become a directory of its root.
+  ctx_.clearError();
+  EXPECT_FALSE(CreateShortcut(ctx_, shortcutFree, u"d", u"\\a.exe", {.subDirectory = u"C:\\dir"}));
+  EXPECT_EQ(ctx_.systemError(), 3u);
+  EXPECT_FALSE(HostExists("C:"));
   EXPECT_EQ(GetFile("secret.lnk"), "root file");
   EXPECT_FALSE(HostExists("../secret.lnk"));
 }

@@ -282,8 +282,13 @@ TEST_F(TrayTest, ATrayStartedAgainGetsTheIconBack) {
   ASSERT_TRUE(test::WaitFor([&] { return Parent(icon) != 0; }));
   const Window first = Parent(icon);
   trayer_.reset();
-  // The server hands the icon back to the root when its tray goes.
+  // The server hands the icon back to the root when its tray goes; it is
+  // hidden there.
   ASSERT_TRUE(test::WaitFor([&] { return Parent(icon) == 0; }));
+  EXPECT_TRUE(test::WaitFor([&] {
+    XWindowAttributes a;
+    return XGetWindowAttributes(display_, icon, &a) && a.map_state == IsUnmapped;
+  })) << "left on the desktop";
   StartTray();
   EXPECT_TRUE(test::WaitFor([&] { return Parent(icon) != 0 && Parent(icon) != first; }))
       << "not docked into the new tray";

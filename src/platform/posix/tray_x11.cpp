@@ -384,6 +384,14 @@ class Icon {
       case LeaveNotify:
         if (e.xcrossing.window == window_) HideTip();
         break;
+      case ReparentNotify:
+        // Handed back to the root by a tray that went away: hidden until a
+        // tray takes it again, not left as a stray square on the desktop.
+        if (e.xreparent.window == window_ && e.xreparent.parent == root_) {
+          HideTip();
+          XUnmapWindow(d_, window_);
+        }
+        break;
       case DestroyNotify:
         if (manager_ && e.xdestroywindow.window == manager_) manager_ = 0;  // the tray went away
         break;
