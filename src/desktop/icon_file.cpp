@@ -20,7 +20,9 @@ constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n
 
 uint32_t Be32(const uint8_t* p) { return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3]; }
 uint16_t Le16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
-uint32_t Le32(const uint8_t* p) { return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24; }
+uint32_t Le32(const uint8_t* p) {
+  return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
+}
 
 bool IsPng(Bytes b) { return b.size() >= 8 && std::memcmp(b.data(), kPngSignature, 8) == 0; }
 
@@ -66,7 +68,8 @@ struct PngHeader {
 struct Pass {
   int x0, y0, dx, dy;
 };
-constexpr Pass kAdam7[7] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+constexpr Pass kAdam7[7] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                            {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
 constexpr Pass kWhole[1] = {{0, 0, 1, 1}};
 
 size_t PassSize(uint32_t whole, int start, int step) {
@@ -106,11 +109,26 @@ std::optional<Image> DecodePng(Bytes b) {
       if (h.width == 0 || h.height == 0 || h.width > kMaxIconSide || h.height > kMaxIconSide) return std::nullopt;
       const int d = h.depth;
       switch (h.colour) {
-        case 0: h.channels = 1; if (d != 1 && d != 2 && d != 4 && d != 8 && d != 16) return std::nullopt; break;
-        case 2: h.channels = 3; if (d != 8 && d != 16) return std::nullopt; break;
-        case 3: h.channels = 1; if (d != 1 && d != 2 && d != 4 && d != 8) return std::nullopt; break;
-        case 4: h.channels = 2; if (d != 8 && d != 16) return std::nullopt; break;
-        case 6: h.channels = 4; if (d != 8 && d != 16) return std::nullopt; break;
+        case 0:
+          h.channels = 1;
+          if (d != 1 && d != 2 && d != 4 && d != 8 && d != 16) return std::nullopt;
+          break;
+        case 2:
+          h.channels = 3;
+          if (d != 8 && d != 16) return std::nullopt;
+          break;
+        case 3:
+          h.channels = 1;
+          if (d != 1 && d != 2 && d != 4 && d != 8) return std::nullopt;
+          break;
+        case 4:
+          h.channels = 2;
+          if (d != 8 && d != 16) return std::nullopt;
+          break;
+        case 6:
+          h.channels = 4;
+          if (d != 8 && d != 16) return std::nullopt;
+          break;
         default: return std::nullopt;
       }
     } else if (name == "PLTE") {

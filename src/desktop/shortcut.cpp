@@ -30,7 +30,8 @@ bool ValidComponent(std::u16string_view part) {
 }
 
 bool IsDrive(std::u16string_view part) {
-  return part.size() == 2 && part[1] == u':' && ((part[0] >= u'A' && part[0] <= u'Z') || (part[0] >= u'a' && part[0] <= u'z'));
+  return part.size() == 2 && part[1] == u':' &&
+         ((part[0] >= u'A' && part[0] <= u'Z') || (part[0] >= u'a' && part[0] <= u'z'));
 }
 
 // Makes every missing directory of an absolute device path.
@@ -55,8 +56,8 @@ bool WriteWhole(std::u16string_view path, const std::string& bytes) {
   const fs::FileHandle file = fs::CreateFile(path, fs::kGenericWrite, 0, fs::kCreateNew, 0);
   if (file == fs::kInvalidFile) return false;
   uint32_t written = 0;
-  const bool ok = fs::WriteFile(file, bytes.data(), static_cast<uint32_t>(bytes.size()), &written) &&
-                  written == bytes.size();
+  const bool ok =
+      fs::WriteFile(file, bytes.data(), static_cast<uint32_t>(bytes.size()), &written) && written == bytes.size();
   const uint32_t error = platform::LastError();
   fs::CloseHandle(file);
   if (!ok) {

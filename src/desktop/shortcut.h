@@ -61,7 +61,7 @@ std::optional<ShortcutCommand> ReadShortcutText(std::u16string_view text);
 // folder asked of the device for kind 1); nullopt with the Win32 code in
 // *why for a name or sub-directory that is not allowed or a path that is too
 // long.
-std::optional<std::u16string> ShortcutPath(int32_t kind, std::u16string_view name,
-                                           std::u16string_view subDirectory, uint32_t* why);
+std::optional<std::u16string> ShortcutPath(int32_t kind, std::u16string_view name, std::u16string_view subDirectory,
+                                           uint32_t* why);
 
 }  // namespace kp::desktop

@@ -69,8 +69,7 @@ TEST_F(ShortcutTest, NamesThatLeaveTheirDirectoryAreRefused) {
   }
   for (std::u16string_view sub : {u"..", u"a\\..\\..", u"\\..\\..\\..", u"./x"}) {
     ctx_.clearError();
-    EXPECT_FALSE(CreateShortcut(ctx_, shortcutFree, u"secret", u"\\a.exe", {.subDirectory = sub}))
-        << test::Utf8(sub);
+    EXPECT_FALSE(CreateShortcut(ctx_, shortcutFree, u"secret", u"\\a.exe", {.subDirectory = sub})) << test::Utf8(sub);
     EXPECT_EQ(ctx_.systemError(), 123u);
     EXPECT_FALSE(DeleteShortcut(ctx_, shortcutFree, u"secret", sub));
   }

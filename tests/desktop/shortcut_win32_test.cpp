@@ -9,6 +9,7 @@
 
 // Last: windows.h's macros would clash with the headers above.
 #include <windows.h>
+
 #include <objbase.h>
 #include <shlobj.h>
 
@@ -37,8 +38,11 @@ class ShellLinkTest : public ::testing::Test {
 TEST_F(ShellLinkTest, TheLinkHoldsTargetArgumentsDirectoryAndIcon) {
   const std::u16string sub = U16(dir_ + L"\\sub");
   ASSERT_TRUE(CreateShortcut(ctx_, shortcutFree, u"Link", u"C:\\windows\\notepad.exe",
-                             {.parameters = u"a.txt", .subDirectory = sub, .iconFile = u"C:\\windows\\notepad.exe",
-                              .iconIndex = 2, .workingDirectory = u"C:\\windows"}))
+                             {.parameters = u"a.txt",
+                              .subDirectory = sub,
+                              .iconFile = u"C:\\windows\\notepad.exe",
+                              .iconIndex = 2,
+                              .workingDirectory = u"C:\\windows"}))
       << test::Utf8(ctx_.message());
   const std::wstring path = dir_ + L"\\sub\\Link.lnk";
   ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);

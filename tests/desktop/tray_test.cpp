@@ -35,7 +35,8 @@ void Chunk(std::string* png, const char* type, const std::string& data) {
   Put32(png, static_cast<uint32_t>(data.size()));
   const std::string body = std::string(type, 4) + data;
   *png += body;
-  Put32(png, static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()))));
+  Put32(png,
+        static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()))));
 }
 std::string Deflate(const std::string& raw) {
   uLongf size = compressBound(raw.size());
@@ -68,7 +69,8 @@ std::string Png(uint32_t w, uint32_t h, int depth, int colour, const std::string
     }
   } else {
     // Adam7 of 8-bit RGBA pixels (bpp 4), no filter.
-    const int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4}, {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+    const int passes[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                              {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
     for (const auto& p : passes)
       for (uint32_t y = p[1]; y < h; y += p[3]) {
         std::string line;
@@ -151,7 +153,8 @@ TEST(IconFile, IcoTakesItsLargestEntryWithItsMask) {
     std::string e(16, '\0');
     e[0] = e[1] = static_cast<char>(side);
     e[6] = static_cast<char>(bits);
-    for (int i = 0; i < 4; ++i) e[8 + i] = static_cast<char>(size >> (8 * i)), e[12 + i] = static_cast<char>(offset >> (8 * i));
+    for (int i = 0; i < 4; ++i)
+      e[8 + i] = static_cast<char>(size >> (8 * i)), e[12 + i] = static_cast<char>(offset >> (8 * i));
     return e;
   };
   ico += entry(1, 32, small.size(), 6 + 32);
@@ -221,7 +224,8 @@ class TrayTest : public test::FilesTest {
     std::string name;
     const Atom netName = XInternAtom(display_, "_NET_WM_NAME", False);
     if (XGetWindowProperty(display_, w, netName, 0, 1024, False, AnyPropertyType, &type, &format, &count, &after,
-                           &data) == Success && data) {
+                           &data) == Success &&
+        data) {
       name.assign(reinterpret_cast<char*>(data), count);
       XFree(data);
     }

@@ -107,9 +107,9 @@ std::vector<uint32_t> Scale(const Image& image, int w, int h) {
           a += pa, r += (p >> 16 & 0xff) * pa, g += (p >> 8 & 0xff) * pa, b += (p & 0xff) * pa, ++n;
         }
       if (!n || !a) continue;
-      out[static_cast<size_t>(y + oy) * w + x + ox] =
-          static_cast<uint32_t>(a / n) << 24 | static_cast<uint32_t>(r / a) << 16 | static_cast<uint32_t>(g / a) << 8 |
-          static_cast<uint32_t>(b / a);
+      out[static_cast<size_t>(y + oy) * w + x + ox] = static_cast<uint32_t>(a / n) << 24 |
+                                                      static_cast<uint32_t>(r / a) << 16 |
+                                                      static_cast<uint32_t>(g / a) << 8 | static_cast<uint32_t>(b / a);
     }
   }
   return out;
@@ -143,7 +143,8 @@ class Icon {
       SetLastError(kNoDisplay);
       return false;
     }
-    XSetIOErrorExitHandler(d_, [](::Display*, void* self) { static_cast<Icon*>(self)->dead_ = true; }, this);
+    XSetIOErrorExitHandler(
+        d_, [](::Display*, void* self) { static_cast<Icon*>(self)->dead_ = true; }, this);
     {
       std::lock_guard hold(gHandlerLock);
       gOurs = d_;
@@ -309,8 +310,8 @@ class Icon {
       if (!font_) return;
     }
     tip_chars_.clear();
-    for (char16_t c : Utf16(tip_)) tip_chars_.push_back(XChar2b{static_cast<unsigned char>(c >> 8),
-                                                                static_cast<unsigned char>(c & 0xff)});
+    for (char16_t c : Utf16(tip_))
+      tip_chars_.push_back(XChar2b{static_cast<unsigned char>(c >> 8), static_cast<unsigned char>(c & 0xff)});
     const int pad = 3;
     const int w = XTextWidth16(font_, tip_chars_.data(), static_cast<int>(tip_chars_.size())) + 2 * pad;
     const int h = font_->ascent + font_->descent + 2 * pad;
@@ -419,8 +420,8 @@ class Icon {
       XFlush(d_);
       int timeout = -1;
       if (tip_due_) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(*tip_due_ -
-                                                                                 std::chrono::steady_clock::now());
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(*tip_due_ - std::chrono::steady_clock::now());
         if (left.count() <= 0) {
           tip_due_.reset();
           ShowTip();

@@ -1,6 +1,7 @@
 // kp160std — a real shell link on Windows: IShellLinkW filled in and saved
 // through IPersistFile, COM initialised for the call.
 #include <windows.h>
+
 #include <objbase.h>
 #include <shlobj.h>
 

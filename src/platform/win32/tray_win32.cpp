@@ -3,6 +3,7 @@
 // served by a thread of its own. The icon is added again when the shell
 // restarts (the "TaskbarCreated" message).
 #include <windows.h>
+
 #include <shellapi.h>
 
 #include <algorithm>
@@ -58,8 +59,9 @@ class Icon {
 
   bool Start(const Image& image, std::u16string_view tooltip, Handler handler) {
     shell_ = ::LoadLibraryW(L"shell32.dll");
-    notify_ = shell_ ? reinterpret_cast<NotifyFn>(reinterpret_cast<void*>(::GetProcAddress(shell_, "Shell_NotifyIconW")))
-                     : nullptr;
+    notify_ = shell_
+                  ? reinterpret_cast<NotifyFn>(reinterpret_cast<void*>(::GetProcAddress(shell_, "Shell_NotifyIconW")))
+                  : nullptr;
     if (!notify_) {
       SetLastError(kNoTray);
       return false;
