@@ -5,6 +5,7 @@
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -82,8 +83,15 @@ std::u16string Utf16(const std::string& text) {
 std::mutex gHandlerLock;
 ::Display* gOurs = nullptr;
 XErrorHandler gPrevious = nullptr;
+XIOErrorHandler gPreviousIo = nullptr;
 int OnXError(::Display* d, XErrorEvent* e) {
   if (d != gOurs && gPrevious) return gPrevious(d, e);
+  return 0;
+}
+// Xlib's own handler ends the process when a connection breaks: ours only
+// returns, and the connection's exit handler marks it dead.
+int OnIoError(::Display* d) {
+  if (d != gOurs && gPreviousIo) return gPreviousIo(d);
   return 0;
 }
 
@@ -136,6 +144,8 @@ class Icon {
       if (!gOurs) {
         XErrorHandler previous = XSetErrorHandler(OnXError);
         if (previous != OnXError) gPrevious = previous;
+        XIOErrorHandler previousIo = XSetIOErrorHandler(OnIoError);
+        if (previousIo != OnIoError) gPreviousIo = previousIo;
       }
     }
     d_ = XOpenDisplay(name);
@@ -189,7 +199,9 @@ class Icon {
     SetName(Utf8(tooltip));
     Dock();
     XSync(d_, False);
-    if (pipe(wake_) != 0) {
+    // Not blocking: a thread that is gone (its server died) must not let
+    // the program's writes fill the pipe and hang.
+    if (pipe2(wake_, O_NONBLOCK | O_CLOEXEC) != 0) {
       Close();
       SetLastError(win32::kNotEnoughMemory);
       return false;
@@ -227,9 +239,16 @@ class Icon {
   void Close() {
     if (d_) {
       if (!dead_) {
+        if (font_) XFreeFont(d_, font_);
         if (window_) XDestroyWindow(d_, window_);
         XCloseDisplay(d_);
+      } else {
+        // Kept on purpose: closing a broken connection would write to it.
+        // Held here, it is not a leak but a known cost of a server's death.
+        static auto* broken = new std::vector<std::pair<::Display*, XFontStruct*>>;  // never destroyed
+        broken->emplace_back(d_, font_);
       }
+      font_ = nullptr;
       std::lock_guard hold(gHandlerLock);
       if (gOurs == d_) gOurs = nullptr;
       d_ = nullptr;
