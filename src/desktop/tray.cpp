@@ -111,8 +111,20 @@ bool AddTrayIcon(ExecContext* context, std::u16string_view icon, std::u16string_
     shown = gRecord.shown;
   }
   const std::u16string tip(tooltip);
-  if (shown ? !tray::Modify(&image, &tip) : !tray::Add(image, tooltip, OnEvent)) return PlatformFailure(context);
+  bool ok = false, fresh = !shown;
+  if (shown) {
+    ok = tray::Modify(&image, &tip);
+    if (!ok && platform::LastError() == kNoDisplay) {
+      tray::Remove();  // its server went away: the icon starts anew
+      fresh = true;
+    }
+  }
+  if (fresh) ok = tray::Add(image, tooltip, OnEvent);
   std::lock_guard hold(gLock);
+  if (!ok) {
+    if (fresh) gRecord = Record{};
+    return PlatformFailure(context);
+  }
   gRecord.shown = true;
   gRecord.icon = icon;
   gRecord.tooltip = tooltip;

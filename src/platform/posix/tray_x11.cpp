@@ -229,6 +229,7 @@ class Icon {
   }
 
   uint64_t window() const { return window_; }
+  bool dead() const { return dead_; }
 
  private:
   void Wake() {
@@ -515,6 +516,10 @@ bool Modify(const Image* image, const std::u16string* tooltip) {
   std::lock_guard hold(gLock);
   if (!gIcon) {
     SetLastError(kNoTray);
+    return false;
+  }
+  if (gIcon->dead()) {  // its server went away
+    SetLastError(kNoDisplay);
     return false;
   }
   gIcon->Change(image, tooltip);
