@@ -1,5 +1,5 @@
 // Shortcuts on Windows: a real shell link, read back through IShellLinkW,
-// in a directory of the test's own. Built into the Windows unit tests only.
+// under a device prefix of the test's own. Built into the Windows unit tests only.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -16,27 +16,33 @@
 namespace kp::desktop {
 namespace {
 
-std::u16string U16(const std::wstring& s) { return std::u16string(s.begin(), s.end()); }
-
+// The device's files under a prefix of the test's own, as the library puts
+// them with KP_PREFIX.
 class ShellLinkTest : public ::testing::Test {
  protected:
   void SetUp() override {
     wchar_t base[MAX_PATH + 1] = {};
     ASSERT_NE(GetTempPathW(MAX_PATH, base), 0u);
-    dir_ = std::wstring(base) + L"kp-shortcut-" + std::to_wstring(GetCurrentProcessId());
-    ASSERT_TRUE(CreateDirectoryW(dir_.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS);
+    prefix_ = std::wstring(base) + L"kp-shortcut-" + std::to_wstring(GetCurrentProcessId());
+    ASSERT_TRUE(CreateDirectoryW(prefix_.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS);
+    wchar_t old[MAX_PATH + 1] = {};
+    hadPrefix_ = GetEnvironmentVariableW(L"KP_PREFIX", old, MAX_PATH) != 0;
+    oldPrefix_ = old;
+    SetEnvironmentVariableW(L"KP_PREFIX", prefix_.c_str());
   }
   void TearDown() override {
-    DeleteFileW((dir_ + L"\\sub\\Link.lnk").c_str());
-    RemoveDirectoryW((dir_ + L"\\sub").c_str());
-    RemoveDirectoryW(dir_.c_str());
+    SetEnvironmentVariableW(L"KP_PREFIX", hadPrefix_ ? oldPrefix_.c_str() : nullptr);
+    DeleteFileW((prefix_ + L"\\fs\\Links\\sub\\Link.lnk").c_str());
+    for (const wchar_t* dir : {L"\\fs\\Links\\sub", L"\\fs\\Links", L"\\fs", L""})
+      RemoveDirectoryW((prefix_ + dir).c_str());
   }
-  std::wstring dir_;
+  std::wstring prefix_, oldPrefix_;
+  bool hadPrefix_ = false;
   test::FakeContext ctx_;
 };
 
 TEST_F(ShellLinkTest, TheLinkHoldsTargetArgumentsDirectoryAndIcon) {
-  const std::u16string sub = U16(dir_ + L"\\sub");
+  const std::u16string sub = u"\\Links\\sub";
   ASSERT_TRUE(CreateShortcut(ctx_, shortcutFree, u"Link", u"C:\\windows\\notepad.exe",
                              {.parameters = u"a.txt",
                               .subDirectory = sub,
@@ -44,7 +50,7 @@ TEST_F(ShellLinkTest, TheLinkHoldsTargetArgumentsDirectoryAndIcon) {
                               .iconIndex = 2,
                               .workingDirectory = u"C:\\windows"}))
       << test::Utf8(ctx_.message());
-  const std::wstring path = dir_ + L"\\sub\\Link.lnk";
+  const std::wstring path = prefix_ + L"\\fs\\Links\\sub\\Link.lnk";
   ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
 
   ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));

@@ -9,6 +9,7 @@
 
 #include "platform/platform.h"
 #include "platform/shell_link.h"
+#include "platform/win32/device_win32.h"
 
 namespace kp::platform {
 namespace {
@@ -35,7 +36,10 @@ bool CreateShellLink(std::u16string_view path, const ShellLink& link) {
     IPersistFile* file = nullptr;
     if (SUCCEEDED(hr)) hr = shell->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file));
     if (SUCCEEDED(hr)) {
-      hr = file->Save(W(path).c_str(), TRUE);
+      // The link's own file goes where the device's files go (under
+      // KP_PREFIX when it is set); what it points to is kept as given.
+      const std::wstring where = win32dev::SystemPath(path);
+      hr = where.empty() ? HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND) : file->Save(where.c_str(), TRUE);
       file->Release();
     }
     shell->Release();
