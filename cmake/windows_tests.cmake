@@ -72,8 +72,10 @@ file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/device-abi)
 #   update/update_test: its HTTP server runs in a forked child;
 #   platform/named_objects, files/shared_memory*, system/*: owned by their
 #     own engineers' Windows work, not built for Windows yet.
-#   desktop/clipboard_test: the X11 clipboard under Xvfb against xclip
-#     (desktop/clipboard_win32_test is the Win32 backend's).
+#   desktop/* but *_win32_test: the clipboard test runs X11 under Xvfb
+#     against xclip, the shortcut tests read the device's text form (Windows
+#     writes shell links) and the tray tests need Xvfb and trayer; the
+#     *_win32_test files are the Win32 backends' own.
 file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/support/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/component/*.cpp
@@ -83,15 +85,14 @@ file(GLOB KP_WINDOWS_UNIT_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_SOURCE_DIR}/update/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/encoding/*.cpp
   ${CMAKE_CURRENT_SOURCE_DIR}/project/*.cpp
-  ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp)
+  ${CMAKE_CURRENT_SOURCE_DIR}/numbers/*.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/desktop/*_win32_test.cpp)
 list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX
      "/(files/(filesystem|read_ahead|shared_memory[a-z_]*)|datetime/zone|registry/(registry|whole_key|deletion_loops|ini_safety)|update/update)_test\\.cpp$")
 # support/fault_injection: the POSIX backend's system-call table and SQLite's;
 # encoding/regex_test: regular expressions are RE2's, which Debian does not
 # build for Windows (the function has no entry in the DLL, docs/encoding.md).
 list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX "/(support/fault_injection|encoding/regex_test)\\.cpp$")
-# The clipboard's Win32 backend (its X11 test needs Xvfb and xclip).
-list(APPEND KP_WINDOWS_UNIT_SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/desktop/clipboard_win32_test.cpp)
 # tests/archive is not in the list above: the archive family is libzip's,
 # which Debian does not build for Windows (the rows have no entry in the DLL,
 # docs/archive.md).

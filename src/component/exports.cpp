@@ -10,6 +10,7 @@
 #include "abi/strings.h"
 #include "abi/state.h"
 #include "component/tables.h"
+#include "desktop/tray.h"
 #include "encoding/compress.h"
 #include "kp160std/abi.h"
 #include "platform/platform.h"
@@ -155,9 +156,12 @@ KL_EXPORT uintptr_t KL_CALL Execution(uint32_t message, uintptr_t* block) {
     }
     case KL_EXEC_END:
       // Without a matching start the count goes negative and nothing else happens.
-      if (--UseCount() == 0 && hook) {
-        hook->Stop();
-        hook.reset();
+      if (--UseCount() == 0) {
+        desktop::EndTrayIcon();
+        if (hook) {
+          hook->Stop();
+          hook.reset();
+        }
       }
       return 1;
     case KL_EXEC_SETTINGS:

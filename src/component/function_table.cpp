@@ -11,6 +11,7 @@
 #include "component/syntaxes/archive.h"
 #include "component/syntaxes/clipboard.h"
 #include "component/syntaxes/datetime.h"
+#include "component/syntaxes/desktop_tray.h"
 #include "component/syntaxes/encoding.h"
 #include "component/syntaxes/files.h"
 #include "component/syntaxes/numbers.h"

@@ -150,11 +150,6 @@ inline constexpr KLSyntax kSysSpace[] = {
     Syntax<[](ExecContext* c) { return system::Space(c, system::sysProgramSpace); }, KL_T_VARIANT>(),
     Syntax<system::Space, KL_T_VARIANT, KL_T_INT>()};
 
-// InstalleIcone/IconInstall
-// signature chosen here: (icon file)
-inline constexpr KLSyntax kIconInstall[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>()};
-
 // LanceAppliAssociée/ShellExecute
 inline constexpr KLSyntax kShellExecute[] = {
     Syntax<[](ExecContext* c, std::u16string_view f) { return system::ShellExecute(c, f, {}); }, KL_T_BOOL,
@@ -165,16 +160,6 @@ inline constexpr KLSyntax kShellExecute[] = {
 // signature chosen here: () with a text result
 inline constexpr KLSyntax kZigouigouiARoulette[] = {
     Unavailable<KL_T_TEXT>()};
-
-// CréeRaccourci/CreateShortCut
-// signature chosen here: (kind, name, target[, parameters[, sub-directory[, icon file[, icon index[, working directory]]]]])
-inline constexpr KLSyntax kCreateShortCut[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_DIRECT, KL_T_INT, KL_T_TEXT_DIRECT>()};
 
 // SysVersionWindows/SysWindowsVersion
 inline constexpr KLSyntax kSysWindowsVersion[] = {
@@ -213,25 +198,6 @@ inline constexpr KLSyntax kExeRun[] = {
 // its row shares LanceAppli's syntaxes.
 inline constexpr const auto& kDDEStart = kExeRun;
 
-// SysIconeAjoute/SysIconAdd
-// signature chosen here: (icon[, tooltip[, up to five procedure names]])
-inline constexpr KLSyntax kSysIconAdd[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-
-// SysIconeModifie/SysIconModify
-inline constexpr KLSyntax kSysIconModify[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-
-// SysIconeSupprime/SysIconDelete
-inline constexpr KLSyntax kSysIconDelete[] = {
-    Unavailable<KL_T_BOOL>()};
 
 // VersionWindows/WindowsVersion
 // signature chosen here: () as the first form of SysVersionWindows
@@ -246,11 +212,6 @@ inline constexpr KLSyntax kSysShutdown[] = {
 inline constexpr KLSyntax kKeyPressed[] = {
     Syntax<system::KeyState, KL_T_INT, KL_T_INT>(),
     Syntax<system::KeyPressed, KL_T_BOOL, KL_T_INT, KL_T_BOOL>()};
-
-// SupprimeRaccourci/DeleteShortCut
-inline constexpr KLSyntax kDeleteShortCut[] = {
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 // ExeListeProcessus/ExeListProcess
 inline constexpr KLSyntax kExeListProcess[] = {

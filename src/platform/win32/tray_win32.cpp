@@ -1,0 +1,288 @@
+// kp160std — the notification icon on Windows: Shell_NotifyIconW, with a
+// hidden window of ours that receives the icon's mouse messages, created and
+// served by a thread of its own. The icon is added again when the shell
+// restarts (the "TaskbarCreated" message).
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "platform/platform.h"
+#include "platform/tray.h"
+#include "platform/win32_errors.h"
+
+namespace kp::platform::tray {
+namespace {
+
+constexpr uint32_t kNoTray = 1168;
+constexpr UINT kCallback = WM_APP + 1;
+constexpr UINT kApply = WM_APP + 2;
+constexpr UINT kIconId = 1;
+using NotifyFn = BOOL(WINAPI*)(DWORD, NOTIFYICONDATAW*);
+
+HICON MakeIcon(const Image& image) {
+  BITMAPV5HEADER h{};
+  h.bV5Size = sizeof h;
+  h.bV5Width = image.width;
+  h.bV5Height = -image.height;  // from the top
+  h.bV5Planes = 1;
+  h.bV5BitCount = 32;
+  h.bV5Compression = BI_BITFIELDS;
+  h.bV5RedMask = 0x00ff0000;
+  h.bV5GreenMask = 0x0000ff00;
+  h.bV5BlueMask = 0x000000ff;
+  h.bV5AlphaMask = 0xff000000;
+  void* bits = nullptr;
+  HDC screen = ::GetDC(nullptr);
+  HBITMAP colour = ::CreateDIBSection(screen, reinterpret_cast<BITMAPINFO*>(&h), DIB_RGB_COLORS, &bits, nullptr, 0);
+  ::ReleaseDC(nullptr, screen);
+  if (!colour) return nullptr;
+  std::copy(image.argb.begin(), image.argb.end(), static_cast<uint32_t*>(bits));
+  HBITMAP mask = ::CreateBitmap(image.width, image.height, 1, 1, nullptr);
+  ICONINFO info{TRUE, 0, 0, mask, colour};
+  HICON icon = ::CreateIconIndirect(&info);
+  ::DeleteObject(mask);
+  ::DeleteObject(colour);
+  return icon;
+}
+
+class Icon {
+ public:
+  ~Icon() { Stop(); }
+
+  bool Start(const Image& image, std::u16string_view tooltip, Handler handler) {
+    shell_ = ::LoadLibraryW(L"shell32.dll");
+    notify_ = shell_
+                  ? reinterpret_cast<NotifyFn>(reinterpret_cast<void*>(::GetProcAddress(shell_, "Shell_NotifyIconW")))
+                  : nullptr;
+    if (!notify_) {
+      SetLastError(kNoTray);
+      return false;
+    }
+    handler_ = std::move(handler);
+    icon_ = MakeIcon(image);
+    tip_.assign(tooltip.begin(), tooltip.end());
+    thread_ = std::thread([this] { Serve(); });
+    std::unique_lock hold(lock_);
+    started_.wait(hold, [this] { return ready_; });
+    if (!ok_) {
+      hold.unlock();
+      thread_.join();
+      SetLastError(error_);
+      return false;
+    }
+    return true;
+  }
+
+  void Change(const Image* image, const std::u16string* tooltip) {
+    {
+      std::lock_guard hold(lock_);
+      if (image) pendingImage_ = std::make_unique<Image>(*image);
+      if (tooltip) pendingTip_ = std::make_unique<std::wstring>(tooltip->begin(), tooltip->end());
+    }
+    ::PostMessageW(window_, kApply, 0, 0);
+  }
+
+  void Stop() {
+    if (thread_.joinable()) {
+      ::PostMessageW(window_, WM_CLOSE, 0, 0);
+      thread_.join();
+    }
+    if (icon_) ::DestroyIcon(icon_);
+    icon_ = nullptr;
+    if (shell_) ::FreeLibrary(shell_);
+    shell_ = nullptr;
+  }
+
+  uint64_t window() const { return reinterpret_cast<uintptr_t>(window_); }
+
+ private:
+  bool Notify(DWORD message) {
+    NOTIFYICONDATAW data{};
+    data.cbSize = sizeof data;
+    data.hWnd = window_;
+    data.uID = kIconId;
+    data.uFlags = NIF_MESSAGE | NIF_ICON | NIF_TIP;
+    data.uCallbackMessage = kCallback;
+    data.hIcon = icon_;
+    const size_t n = std::min(tip_.size(), std::size(data.szTip) - 1);
+    std::copy_n(tip_.begin(), n, data.szTip);
+    return notify_(message, &data) != FALSE;
+  }
+
+  static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM w, LPARAM l) {
+    auto* self = reinterpret_cast<Icon*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (self) {
+      if (message == kCallback) {
+        self->OnMouse(static_cast<UINT>(l));
+        return 0;
+      }
+      if (message == kApply) {
+        self->Apply();
+        return 0;
+      }
+      if (message == self->taskbarCreated_) {
+        self->Notify(NIM_ADD);
+        return 0;
+      }
+      if (message == WM_CLOSE) {
+        self->Notify(NIM_DELETE);
+        ::DestroyWindow(window);
+        return 0;
+      }
+      if (message == WM_DESTROY) {
+        ::PostQuitMessage(0);
+        return 0;
+      }
+    }
+    return ::DefWindowProcW(window, message, w, l);
+  }
+
+  void OnMouse(UINT message) {
+    switch (message) {
+      case WM_LBUTTONUP: handler_(kLeftClick); break;
+      case WM_RBUTTONUP: handler_(kRightClick); break;
+      case WM_LBUTTONDBLCLK: handler_(kDoubleClick); break;
+      case WM_MBUTTONUP: handler_(kMiddleClick); break;
+      case WM_MOUSEMOVE: {
+        // The shell repeats it while the pointer moves: one a second at most.
+        const auto now = std::chrono::steady_clock::now();
+        if (now - lastOver_ > std::chrono::seconds(1)) {
+          lastOver_ = now;
+          handler_(kPointerOver);
+        }
+        break;
+      }
+      default: break;
+    }
+  }
+
+  void Apply() {
+    std::unique_ptr<Image> image;
+    std::unique_ptr<std::wstring> tip;
+    {
+      std::lock_guard hold(lock_);
+      image.swap(pendingImage_);
+      tip.swap(pendingTip_);
+    }
+    if (image) {
+      if (HICON made = MakeIcon(*image)) {
+        if (icon_) ::DestroyIcon(icon_);
+        icon_ = made;
+      }
+    }
+    if (tip) tip_ = *tip;
+    Notify(NIM_MODIFY);
+  }
+
+  void Serve() {
+    const HINSTANCE instance = ::GetModuleHandleW(nullptr);
+    WNDCLASSW wc{};
+    wc.lpfnWndProc = Procedure;
+    wc.hInstance = instance;
+    wc.lpszClassName = L"kp160std.NotifyIcon";
+    ::RegisterClassW(&wc);  // a second registration fails harmlessly
+    taskbarCreated_ = ::RegisterWindowMessageW(L"TaskbarCreated");
+    window_ = ::CreateWindowExW(0, wc.lpszClassName, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, nullptr);
+    bool ok = window_ != nullptr;
+    uint32_t error = ok ? 0 : ::GetLastError();
+    if (ok) {
+      ::SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+      ok = Notify(NIM_ADD);
+      if (!ok) {
+        error = kNoTray;
+        ::DestroyWindow(window_);
+        window_ = nullptr;
+      }
+    }
+    {
+      std::lock_guard hold(lock_);
+      ok_ = ok;
+      error_ = error;
+      ready_ = true;
+    }
+    started_.notify_all();
+    if (!ok) return;
+    MSG message;
+    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+      ::TranslateMessage(&message);
+      ::DispatchMessageW(&message);
+    }
+  }
+
+  HMODULE shell_ = nullptr;
+  NotifyFn notify_ = nullptr;
+  HWND window_ = nullptr;
+  HICON icon_ = nullptr;
+  UINT taskbarCreated_ = 0;
+  std::wstring tip_;
+  Handler handler_;
+  std::thread thread_;
+  std::mutex lock_;
+  std::condition_variable started_;
+  bool ready_ = false, ok_ = false;
+  uint32_t error_ = 0;
+  std::unique_ptr<Image> pendingImage_;
+  std::unique_ptr<std::wstring> pendingTip_;
+  std::chrono::steady_clock::time_point lastOver_{};
+};
+
+std::mutex gLock;
+std::unique_ptr<Icon> gIcon;
+
+}  // namespace
+
+bool Add(const Image& image, std::u16string_view tooltip, Handler handler) {
+  if (image.width <= 0 || image.height <= 0) {
+    SetLastError(win32::kInvalidParameter);
+    return false;
+  }
+  std::lock_guard hold(gLock);
+  if (gIcon) {
+    const std::u16string tip(tooltip);
+    gIcon->Change(&image, &tip);
+    return true;
+  }
+  auto icon = std::make_unique<Icon>();
+  if (!icon->Start(image, tooltip, std::move(handler))) return false;
+  gIcon = std::move(icon);
+  return true;
+}
+
+bool Modify(const Image* image, const std::u16string* tooltip) {
+  std::lock_guard hold(gLock);
+  if (!gIcon) {
+    SetLastError(kNoTray);
+    return false;
+  }
+  gIcon->Change(image, tooltip);
+  return true;
+}
+
+bool Remove() {
+  std::unique_ptr<Icon> icon;
+  {
+    std::lock_guard hold(gLock);
+    icon.swap(gIcon);
+  }
+  if (!icon) {
+    SetLastError(kNoTray);
+    return false;
+  }
+  icon->Stop();
+  return true;
+}
+
+uint64_t IconWindow() {
+  std::lock_guard hold(gLock);
+  return gIcon ? gIcon->window() : 0;
+}
+
+}  // namespace kp::platform::tray
