@@ -94,7 +94,11 @@ bool ReserveSpace(FileHandle file, int64_t size) {
   FILE_ALLOCATION_INFO info{};
   info.AllocationSize.QuadPart = size;
   if (::SetFileInformationByHandle(reinterpret_cast<HANDLE>(file), FileAllocationInfo, &info, sizeof info)) return true;
-  return ::GetLastError() == ERROR_INVALID_PARAMETER || ::GetLastError() == ERROR_NOT_SUPPORTED;
+  // Only a full disk is an answer; a system or file system that cannot
+  // reserve (Wine answers 120) leaves the writes to report it.
+  if (::GetLastError() == ERROR_DISK_FULL) return false;
+  ::SetLastError(ERROR_SUCCESS);
+  return true;
 }
 
 int64_t GetFileSize(FileHandle file) {
