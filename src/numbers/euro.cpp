@@ -13,6 +13,7 @@
 #include "abi/error.h"
 #include "abi/state.h"
 #include "abi/vm.h"
+#include "numbers/int128.h"
 
 namespace kp::numbers {
 namespace {
@@ -45,7 +46,7 @@ constexpr CurrencyInfo kCurrencies[] = {
 };
 constexpr size_t kCurrencyCount = std::size(kCurrencies);
 
-using Int = __int128;
+using Int = Int128;
 
 // Amounts keep at most this many decimals: finer digits cannot reach any
 // currency's smallest unit, even through the largest rate a program may set.
@@ -191,8 +192,8 @@ ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t deci
   Int num = Int{a->value} * to.digits;
   Int den = from.digits;
   if (e >= 0) {
-    if (__builtin_mul_overflow(num, Pow10(e), &num)) return ConversionStatus::ResultOutOfRange;
-  } else if (e < -37 || __builtin_mul_overflow(den, Pow10(-e), &den)) {
+    if (MulOverflow(num, Pow10(e), &num)) return ConversionStatus::ResultOutOfRange;
+  } else if (e < -37 || MulOverflow(den, Pow10(-e), &den)) {
     // The amount is below 10^-25 units of the target: result and difference
     // are both 0 at their precision.
     out->num = 0;
@@ -214,7 +215,7 @@ Currency DifferenceOf(const LastConversion& last) {
   if (!last.any) return {};
   const Int gap = last.rounded * last.den - last.num;  // |gap| <= den / 2
   Int scaled = 0;
-  if (!__builtin_mul_overflow(gap, Pow10(kDifferenceExtraDecimals), &scaled))
+  if (!MulOverflow(gap, Pow10(kDifferenceExtraDecimals), &scaled))
     scaled = DivRound(scaled, last.den);
   else
     scaled = 0;

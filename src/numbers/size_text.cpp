@@ -45,10 +45,14 @@ bool French(ExecContext* context) {
 std::u16string SizeText(int64_t size, bool french, std::u16string_view decimal) {
   int k = Unit(size);
   if (k == 0) return Decimal(static_cast<uint64_t>(size)) + u' ' + ByteUnit(size, french);
-  // Tenths of the unit, halves up: (20 size / unit + 1) / 2, exact in 128 bits.
+  // Tenths of the unit, halves up: floor(10 size / unit + 1/2), exact in 64
+  // bits by taking the whole units and the rest apart (10 rest + unit / 2 <
+  // 10 * 2^60 + 2^59 fits).
   const auto tenths = [&](int unit) {
-    const unsigned __int128 u = static_cast<unsigned __int128>(1) << (10 * unit);
-    return static_cast<uint64_t>((static_cast<unsigned __int128>(size) * 20 + u) / (2 * u));
+    const int shift = 10 * unit;
+    const auto s = static_cast<uint64_t>(size);
+    const uint64_t rest = s & ((uint64_t{1} << shift) - 1);
+    return 10 * (s >> shift) + ((10 * rest + (uint64_t{1} << (shift - 1))) >> shift);
   };
   uint64_t t = tenths(k);
   if (t >= 10240 && k < 6) t = tenths(++k);
