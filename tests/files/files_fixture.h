@@ -12,15 +12,15 @@
 
 #include "files/handles.h"
 #include "support/fake_context.h"
+#include "support/temp_dir.h"
 
 namespace kp::test {
 
 class FilesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-files-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
     Save("KP_PREFIX", &savedPrefix_);
     Save("KP_NATIVE_ROOT", &savedNative_);
     Save("KP_CODEPAGE", &savedCodePage_);
@@ -40,7 +40,6 @@ class FilesTest : public ::testing::Test {
     for (auto& e : std::filesystem::recursive_directory_iterator(dir_, ignored))
       std::filesystem::permissions(e.path(), std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
                                    ignored);
-    std::filesystem::remove_all(dir_, ignored);
   }
 
   std::string Host(const std::string& relative) const { return dir_ + "/fs/" + relative; }
@@ -54,6 +53,7 @@ class FilesTest : public ::testing::Test {
   }
   bool HostExists(const std::string& relative) const { return std::filesystem::exists(Host(relative)); }
 
+  TempDir tmp_{"kp-files"};  // removed with everything in it after TearDown
   std::string dir_;
   FakeContext ctx_;
 

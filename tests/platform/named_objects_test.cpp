@@ -26,6 +26,7 @@
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
 #include "support/deadline.h"
+#include "support/temp_dir.h"
 
 namespace kp::platform::named {
 namespace {
@@ -46,9 +47,8 @@ std::vector<std::string> LeftInDevShm(const std::string& stem) {
 class NamedObjects : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-named-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
     const char* old = std::getenv("KP_PREFIX");
     if (old) oldPrefix_ = old;
     hadPrefix_ = old != nullptr;
@@ -67,7 +67,6 @@ class NamedObjects : public ::testing::Test {
       setenv("KP_PREFIX", oldPrefix_.c_str(), 1);
     else
       unsetenv("KP_PREFIX");
-    std::filesystem::remove_all(dir_);
   }
 
   // Runs `body` in a child process; its result is the exit status. The
@@ -119,6 +118,7 @@ class NamedObjects : public ::testing::Test {
     EXPECT_TRUE(CloseHandle(h));
   }
 
+  kp::test::TempDir tmp_{"kp-named"};  // removed with everything in it after TearDown
   std::string dir_;
   std::string oldPrefix_;
   bool hadPrefix_ = false;
