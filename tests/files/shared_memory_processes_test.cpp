@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "platform/named_objects.h"
+#include "support/dev_shm.h"
 #include "support/temp_dir.h"
 
 extern char** environ;
@@ -117,15 +118,6 @@ class SharedMemoryProcesses : public ::testing::Test {
   static std::string StemOf(const std::string& prefix) {
     setenv("KP_PREFIX", prefix.c_str(), 1);
     return named::SharedMemoryStem();
-  }
-  static std::vector<std::string> LeftInDevShm(const std::string& stem) {
-    std::vector<std::string> left;
-    if (DIR* d = opendir("/dev/shm")) {
-      while (dirent* e = readdir(d))
-        if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0) left.push_back(e->d_name);
-      closedir(d);
-    }
-    return left;
   }
 
   struct Process {

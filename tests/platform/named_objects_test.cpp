@@ -26,6 +26,7 @@
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
 #include "support/deadline.h"
+#include "support/dev_shm.h"
 #include "support/temp_dir.h"
 
 namespace kp::platform::named {
@@ -33,16 +34,7 @@ namespace {
 
 std::u16string U(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-std::vector<std::string> LeftInDevShm(const std::string& stem) {
-  std::vector<std::string> left;
-  DIR* d = opendir("/dev/shm");
-  if (!d) return left;
-  while (dirent* e = readdir(d)) {
-    if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0) left.push_back(e->d_name);
-  }
-  closedir(d);
-  return left;
-}
+using kp::test::LeftInDevShm;
 
 class NamedObjects : public ::testing::Test {
  protected:
