@@ -11,6 +11,7 @@
 #include <string>
 
 #include "files/handles.h"
+#include "platform/filesystem.h"
 #include "support/fake_context.h"
 #include "support/temp_dir.h"
 
@@ -52,6 +53,14 @@ class FilesTest : public ::testing::Test {
     return std::string(std::istreambuf_iterator<char>(in), {});
   }
   bool HostExists(const std::string& relative) const { return std::filesystem::exists(Host(relative)); }
+  // What is left to read through a handle of the file system seam.
+  static std::string ReadAll(platform::fs::FileHandle f) {
+    std::string out;
+    char buffer[64];
+    uint32_t got = 0;
+    while (platform::fs::ReadFile(f, buffer, sizeof buffer, &got) && got > 0) out.append(buffer, got);
+    return out;
+  }
 
   TempDir tmp_{"kp-files"};  // removed with everything in it after TearDown
   std::string dir_;

@@ -15,11 +15,8 @@ namespace kp::test {
 class TempDir {
  public:
   explicit TempDir(const std::string& tag = "kp-test") {
-    // TMPDIR where it is set, else /tmp; the user's temporary folder on Windows.
-    std::error_code error;
-    std::string base = std::filesystem::temp_directory_path(error).string();
-    if (error || base.empty()) base = "/tmp";
-    std::string pattern = base + "/" + tag + "-XXXXXX";
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/" + tag + "-XXXXXX";
     if (mkdtemp(pattern.data())) path_ = pattern;
     EXPECT_FALSE(path_.empty()) << "cannot make a temporary directory from " << pattern;
   }
