@@ -8,17 +8,13 @@
 #include "encoding/reference.h"
 #include "encoding/uu.h"
 #include "support/fake_context.h"
+#include "support/random_bytes.h"
 
 namespace {
 
 using kp::test::Capture;
+using kp::test::RandomBytes;
 using kp::test::TempDir;
-
-std::vector<uint8_t> RandomBytes(std::mt19937& rng, size_t n) {
-  std::vector<uint8_t> v(n);
-  for (auto& b : v) b = static_cast<uint8_t>(rng());
-  return v;
-}
 
 // Lengths across the line (45) and group (3) boundaries, and the empty buffer.
 const size_t kLengths[] = {0, 1, 2, 3, 4, 44, 45, 46, 89, 90, 91, 1000, 4099};
