@@ -517,22 +517,14 @@ TEST(ProcessIds, OwnIdentifiers) {
 }
 
 TEST(ShellCodes, EachCodeItsError) {
-  const std::pair<uint32_t, int32_t> table[] = {{0, 0},
-                                                {1, 0},
-                                                {2, kErrExecutableNotFound},
-                                                {3, kErrExecutableNotFound},
-                                                {4, 0},
-                                                {5, kErrExecutableAccessDenied},
-                                                {8, kErrNoMemoryToStart},
-                                                {11, kErrNotExecutable},
-                                                {26, kErrStartSharingViolation},
-                                                {27, kErrNoAssociation},
-                                                {31, kErrNoAssociation},
-                                                {28, kErrDdeFailed},
-                                                {29, kErrDdeFailed},
-                                                {30, kErrDdeFailed},
-                                                {32, kErrExecutableNotFound},
-                                                {12, 0}};
+  // clang-format off
+  const std::pair<uint32_t, int32_t> table[] = {
+      {0, 0}, {1, 0}, {2, kErrExecutableNotFound}, {3, kErrExecutableNotFound}, {4, 0},
+      {5, kErrExecutableAccessDenied}, {8, kErrNoMemoryToStart}, {11, kErrNotExecutable},
+      {26, kErrStartSharingViolation}, {27, kErrNoAssociation}, {31, kErrNoAssociation}, {28, kErrDdeFailed},
+      {29, kErrDdeFailed}, {30, kErrDdeFailed}, {32, kErrExecutableNotFound}, {12, 0},
+  };
+  // clang-format on
   for (const auto& [code, error] : table) EXPECT_EQ(ShellErrorOf(code), error) << code;
 }
 
