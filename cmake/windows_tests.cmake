@@ -96,7 +96,8 @@ list(FILTER KP_WINDOWS_UNIT_SOURCES EXCLUDE REGEX "/(support/fault_injection|enc
 # tests/archive is not in the list above: the archive family is libzip's,
 # which Debian does not build for Windows (the rows have no entry in the DLL,
 # docs/archive.md).
-add_executable(kp_unit_tests ${KP_WINDOWS_UNIT_SOURCES} ${PROJECT_SOURCE_DIR}/host/error_record.cpp)
+add_executable(kp_unit_tests ${KP_WINDOWS_UNIT_SOURCES} ${PROJECT_SOURCE_DIR}/host/error_record.cpp
+                             ${PROJECT_SOURCE_DIR}/host/text.cpp)
 target_include_directories(kp_unit_tests PRIVATE ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/host
                            ${CMAKE_CURRENT_SOURCE_DIR}/support/windows)
 target_compile_options(kp_unit_tests PRIVATE ${KP_TEST_COMPAT})

@@ -3,24 +3,13 @@
 // project answers.
 #include <cstring>
 
+#include "context_parts.h"
 #include "error_record.h"
 #include "text.h"
 #include "vm_internal.h"
 
 namespace kphost {
 using namespace detail;
-namespace {
-
-// --- the language object --------------------------------------------------
-const char16_t* const kDaysFr[7] = {u"lundi", u"mardi", u"mercredi", u"jeudi", u"vendredi", u"samedi", u"dimanche"};
-const char16_t* const kDaysEn[7] = {u"Monday", u"Tuesday", u"Wednesday", u"Thursday", u"Friday", u"Saturday", u"Sunday"};
-const char16_t* const kMonthsFr[12] = {u"janvier", u"février", u"mars",      u"avril",   u"mai",      u"juin",
-                                       u"juillet", u"août",    u"septembre", u"octobre", u"novembre", u"décembre"};
-const char16_t* const kMonthsEn[12] = {u"January", u"February", u"March",     u"April",   u"May",      u"June",
-                                       u"July",    u"August",   u"September", u"October", u"November", u"December"};
-
-}  // namespace
-
 struct ProgramOps {
   static Program* Self(ExecContext* c) { return reinterpret_cast<Program::Wrapped*>(c)->self; }
 
@@ -87,13 +76,8 @@ struct ProgramOps {
   static uint32_t KL_CALL ProjectQuery(ExecContext* c, int32_t what, kl_char* buffer, uint32_t capacity) {
     Program* self = Self(c);
     auto it = self->project.find(what);
-    if (it == self->project.end() || !buffer || capacity == 0) return 0;
-    const uint32_t n = std::min<uint32_t>(static_cast<uint32_t>(it->second.size()), capacity - 1);
-    std::memcpy(buffer, it->second.data(), n * sizeof(kl_char));
-    buffer[n] = 0;
-    return n;
+    return it == self->project.end() ? 0 : CopyProjectAnswer(it->second, buffer, capacity);
   }
-
 };
 
 namespace {

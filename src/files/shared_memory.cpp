@@ -1,5 +1,6 @@
 // kp160std — blocks of memory shared between processes, their lock, their
-// notification of changes and the listener thread.
+// notification of changes and the listener thread (the administration block
+// of the processes that have a block open is in shared_memory_admin.cpp).
 #include "files/shared_memory.h"
 
 #include <algorithm>
@@ -11,8 +12,8 @@
 #include <thread>
 
 #include "abi/error.h"
-#include "abi/strings.h"
 #include "abi/error_ids.h"
+#include "abi/strings.h"
 #include "abi/vm.h"
 #include "files/file_io.h"
 #include "files/path_rule.h"
@@ -400,53 +401,6 @@ void StopMemListener() {
   if (state.wake) {
     named::CloseHandle(state.wake);
     state.wake = named::kNoHandle;
-  }
-}
-
-// --- the administration block ---------------------------------------------------
-
-bool AdminUsable(const uint8_t* block) { return block[0] <= kAdminVersion; }
-
-std::vector<uint32_t> AdminOthers(const uint8_t* block, uint32_t self) {
-  std::vector<uint32_t> out;
-  const size_t count = std::min<size_t>(block[1], kAdminSlots);
-  for (size_t i = 0; i < count; ++i) {
-    uint32_t pid = 0;
-    for (int b = 3; b >= 0; --b) pid = (pid << 8) | block[4 + 4 * i + b];
-    if (pid != self) out.push_back(pid);
-  }
-  return out;
-}
-
-namespace {
-uint32_t Slot(const uint8_t* block, size_t i) {
-  uint32_t pid = 0;
-  for (int b = 3; b >= 0; --b) pid = (pid << 8) | block[4 + 4 * i + b];
-  return pid;
-}
-void SetSlot(uint8_t* block, size_t i, uint32_t pid) {
-  for (int b = 0; b < 4; ++b) block[4 + 4 * i + b] = static_cast<uint8_t>(pid >> (8 * b));
-}
-}  // namespace
-
-bool AdminEnrol(uint8_t* block, uint32_t pid) {
-  const size_t count = std::min<size_t>(block[1], kAdminSlots);
-  for (size_t i = 0; i < count; ++i) {
-    if (Slot(block, i) == pid) return true;
-  }
-  if (count >= kAdminSlots) return false;
-  SetSlot(block, count, pid);
-  block[1] = static_cast<uint8_t>(count + 1);
-  return true;
-}
-
-void AdminWithdraw(uint8_t* block, uint32_t pid) {
-  for (size_t i = 0; i < kAdminSlots; ++i) {
-    if (Slot(block, i) != pid) continue;
-    for (size_t j = i; j + 1 < kAdminSlots; ++j) SetSlot(block, j, Slot(block, j + 1));
-    SetSlot(block, kAdminSlots - 1, 0);
-    if (block[1] > 0) block[1] = static_cast<uint8_t>(std::min<size_t>(block[1], kAdminSlots) - 1);
-    return;
   }
 }
 

@@ -11,6 +11,7 @@
 
 #include "abi_support.h"
 #include "eval.h"
+#include "support/temp_dir.h"
 #include "text.h"
 
 namespace {
@@ -20,9 +21,8 @@ using kphost::Outcome;
 class FilesThroughTheHost : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-abi-files-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
     const char* old = getenv("KP_PREFIX");
     hadPrefix_ = old != nullptr;
     if (old) oldPrefix_ = old;
@@ -34,8 +34,6 @@ class FilesThroughTheHost : public ::testing::Test {
       setenv("KP_PREFIX", oldPrefix_.c_str(), 1);
     else
       unsetenv("KP_PREFIX");
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
   }
 
   Outcome Eval(kphost::Library& lib, const std::string& line) {
@@ -53,6 +51,7 @@ class FilesThroughTheHost : public ::testing::Test {
   }
   bool Exists(const std::string& relative) const { return std::filesystem::exists(Host(relative)); }
 
+  kp::test::TempDir tmp_{"kp-abi-files"};  // removed with everything in it after TearDown
   std::string dir_;
 
  private:

@@ -9,18 +9,15 @@
 #include <filesystem>
 #include <string>
 
+#include "support/temp_dir.h"
+
 namespace {
 
 class SysInfoHost : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-sysinfo-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
   }
   // The host's output for `arguments`, run in this test's own device prefix;
   // `status` gets the exit status.
@@ -37,6 +34,7 @@ class SysInfoHost : public ::testing::Test {
     if (status) *status = rc;
     return out;
   }
+  kp::test::TempDir tmp_{"kp-sysinfo"};  // removed with everything in it after TearDown
   std::string dir_;
 };
 

@@ -17,7 +17,7 @@ namespace {
 
 using kp::Bytes;
 using kp::test::Capture;
-using kp::test::ScratchDir;
+using kp::test::TempDir;
 
 // Text-like data (compresses) followed by random bytes (does not).
 Bytes Sample(size_t n, uint32_t seed) {
@@ -46,7 +46,7 @@ TEST(Compresse, PythonZlibReadsEveryMethod) {
   GTEST_SKIP() << "the references (Python, uuencode) are the Linux machine's tools";
 #endif
 
-  ScratchDir dir;
+  TempDir dir;
   for (int32_t method : {0, 1, 2}) {
     for (size_t n : {size_t{0}, size_t{1}, size_t{1000}, size_t{300000}}) {
       const Bytes data = Sample(n, static_cast<uint32_t>(n + method));
@@ -69,7 +69,7 @@ TEST(Compresse, PythonZlibReadsEveryMethod) {
 // must read back, and our deflate data in a gzip frame must read in gzip.
 TEST(Compresse, DeflateDataAgreesWithGzip) {
   if (!kp::test::HaveCommand("gzip")) GTEST_SKIP() << "gzip is not installed";
-  ScratchDir dir;
+  TempDir dir;
   const Bytes data = Sample(200000, 3);
   ASSERT_TRUE(kp::test::WriteAll(dir / "in", data.data(), data.size()));
   int status;

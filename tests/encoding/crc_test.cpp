@@ -6,17 +6,13 @@
 #include <vector>
 
 #include "encoding/crc.h"
+#include "support/random_bytes.h"
 
 namespace {
 
 using kp::encoding::Crc16;
 using kp::encoding::Crc32;
-
-std::vector<uint8_t> RandomBytes(std::mt19937& rng, size_t n) {
-  std::vector<uint8_t> v(n);
-  for (auto& b : v) b = static_cast<uint8_t>(rng());
-  return v;
-}
+using kp::test::RandomBytes;
 
 uint32_t Zlib(uint32_t start, std::span<const uint8_t> data) {
   return static_cast<uint32_t>(crc32(start, data.data(), static_cast<uInt>(data.size())));

@@ -15,7 +15,7 @@ namespace {
 
 using kp::Bytes;
 using kp::test::Capture;
-using kp::test::ScratchDir;
+using kp::test::TempDir;
 namespace enc = kp::encoding;
 
 Bytes Hex(std::string_view hex) {
@@ -67,7 +67,7 @@ TEST(Crypte, AesGcmPrimitiveMatchesPublishedVectors) {
 
 TEST(Crypte, IndependentPythonDecoderReadsOurContainer) {
   if (!kp::test::HavePythonModule("cryptography")) GTEST_SKIP() << "python3-cryptography is not installed";
-  ScratchDir dir;
+  TempDir dir;
   ASSERT_TRUE(kp::test::WriteAll(dir / "open.py", kPythonOpen, std::strlen(kPythonOpen)));
   const std::u16string text = u"Données secrètes € 𝄞";
   kp::test::FakeContext context;
@@ -94,7 +94,7 @@ TEST(Crypte, IndependentPythonDecoderReadsOurContainer) {
 
 TEST(Decrypte, ReadsAContainerMadeByPython) {
   if (!kp::test::HavePythonModule("cryptography")) GTEST_SKIP() << "python3-cryptography is not installed";
-  ScratchDir dir;
+  TempDir dir;
   ASSERT_TRUE(kp::test::WriteAll(dir / "seal.py", kPythonSeal, std::strlen(kPythonSeal)));
   int status;
   const std::string sealed = Capture("python3 " + (dir / "seal.py") + " secret " + Quote("Bonjour à tous"), &status);

@@ -8,17 +8,13 @@
 #include "encoding/reference.h"
 #include "encoding/uu.h"
 #include "support/fake_context.h"
+#include "support/random_bytes.h"
 
 namespace {
 
 using kp::test::Capture;
-using kp::test::ScratchDir;
-
-std::vector<uint8_t> RandomBytes(std::mt19937& rng, size_t n) {
-  std::vector<uint8_t> v(n);
-  for (auto& b : v) b = static_cast<uint8_t>(rng());
-  return v;
-}
+using kp::test::RandomBytes;
+using kp::test::TempDir;
 
 // Lengths across the line (45) and group (3) boundaries, and the empty buffer.
 const size_t kLengths[] = {0, 1, 2, 3, 4, 44, 45, 46, 89, 90, 91, 1000, 4099};
@@ -26,7 +22,7 @@ const size_t kLengths[] = {0, 1, 2, 3, 4, 44, 45, 46, 89, 90, 91, 1000, 4099};
 // sharutils' uuencode writes "begin 644 x\n", our body, then "end\n".
 TEST(UUEncode, SameBytesAsSharutilsUuencode) {
   if (!kp::test::HaveCommand("uuencode")) GTEST_SKIP() << "sharutils' uuencode is not installed";
-  ScratchDir dir;
+  TempDir dir;
   std::mt19937 rng(7);
   for (size_t n : kLengths) {
     const auto data = RandomBytes(rng, n);
@@ -45,7 +41,7 @@ TEST(UUEncode, SameBytesAsPythonBinascii) {
   GTEST_SKIP() << "the references (Python, uuencode) are the Linux machine's tools";
 #endif
 
-  ScratchDir dir;
+  TempDir dir;
   std::mt19937 rng(8);
   for (size_t n : kLengths) {
     const auto data = RandomBytes(rng, n);
@@ -69,7 +65,7 @@ TEST(UUDecode, ReadsWhatTheReferencesWrite) {
   GTEST_SKIP() << "the references (Python, uuencode) are the Linux machine's tools";
 #endif
 
-  ScratchDir dir;
+  TempDir dir;
   std::mt19937 rng(9);
   const auto data = RandomBytes(rng, 1000);
   ASSERT_TRUE(kp::test::WriteAll(dir / "in", data.data(), data.size()));

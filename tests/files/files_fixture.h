@@ -11,16 +11,17 @@
 #include <string>
 
 #include "files/handles.h"
+#include "platform/filesystem.h"
 #include "support/fake_context.h"
+#include "support/temp_dir.h"
 
 namespace kp::test {
 
 class FilesTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-files-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
     Save("KP_PREFIX", &savedPrefix_);
     Save("KP_NATIVE_ROOT", &savedNative_);
     Save("KP_CODEPAGE", &savedCodePage_);
@@ -40,7 +41,6 @@ class FilesTest : public ::testing::Test {
     for (auto& e : std::filesystem::recursive_directory_iterator(dir_, ignored))
       std::filesystem::permissions(e.path(), std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
                                    ignored);
-    std::filesystem::remove_all(dir_, ignored);
   }
 
   std::string Host(const std::string& relative) const { return dir_ + "/fs/" + relative; }
@@ -53,7 +53,16 @@ class FilesTest : public ::testing::Test {
     return std::string(std::istreambuf_iterator<char>(in), {});
   }
   bool HostExists(const std::string& relative) const { return std::filesystem::exists(Host(relative)); }
+  // What is left to read through a handle of the file system seam.
+  static std::string ReadAll(platform::fs::FileHandle f) {
+    std::string out;
+    char buffer[64];
+    uint32_t got = 0;
+    while (platform::fs::ReadFile(f, buffer, sizeof buffer, &got) && got > 0) out.append(buffer, got);
+    return out;
+  }
 
+  TempDir tmp_{"kp-files"};  // removed with everything in it after TearDown
   std::string dir_;
   FakeContext ctx_;
 

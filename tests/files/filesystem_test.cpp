@@ -16,14 +16,6 @@ namespace fs = platform::fs;
 using PathResolution = FilesTest;
 using FileSystem = FilesTest;
 
-std::string ReadAll(fs::FileHandle f) {
-  std::string out;
-  char buffer[64];
-  uint32_t got = 0;
-  while (fs::ReadFile(f, buffer, sizeof buffer, &got) && got > 0) out.append(buffer, got);
-  return out;
-}
-
 TEST_F(PathResolution, BothSeparatorsMapUnderThePrefix) {
   PutFile("My Documents/a.txt", "hello");
   for (const char16_t* name : {u"\\My Documents\\a.txt", u"/My Documents/a.txt", u"\\My Documents//a.txt"}) {

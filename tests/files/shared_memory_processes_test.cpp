@@ -20,12 +20,15 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/named_objects.h"
+#include "support/dev_shm.h"
+#include "support/temp_dir.h"
 
 extern char** environ;
 
@@ -75,9 +78,9 @@ class SharedMemoryProcesses : public ::testing::Test {
   void SetUp() override {
     host_ = HostPath();
     if (access(host_.c_str(), X_OK) != 0) GTEST_SKIP() << "the host is not built: " << host_;
-    char pattern[] = "/tmp/kp-shm-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    tmp_.emplace("kp-shm");
+    ASSERT_TRUE(tmp_->ok());
+    dir_ = tmp_->path();
     prefix_ = dir_ + "/device";
     otherPrefix_ = dir_ + "/other";
     std::filesystem::create_directories(prefix_);
@@ -110,21 +113,11 @@ class SharedMemoryProcesses : public ::testing::Test {
       setenv("KP_PREFIX", oldPrefix_.c_str(), 1);
     else
       unsetenv("KP_PREFIX");
-    std::filesystem::remove_all(dir_);
   }
 
   static std::string StemOf(const std::string& prefix) {
     setenv("KP_PREFIX", prefix.c_str(), 1);
     return named::SharedMemoryStem();
-  }
-  static std::vector<std::string> LeftInDevShm(const std::string& stem) {
-    std::vector<std::string> left;
-    if (DIR* d = opendir("/dev/shm")) {
-      while (dirent* e = readdir(d))
-        if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0) left.push_back(e->d_name);
-      closedir(d);
-    }
-    return left;
   }
 
   struct Process {
@@ -225,6 +218,7 @@ class SharedMemoryProcesses : public ::testing::Test {
     return Out(i);
   }
 
+  std::optional<TempDir> tmp_;  // made once the host is known to be built
   std::string host_, dir_, prefix_, otherPrefix_, oldPrefix_;
   bool hadPrefix_ = false;
   std::vector<std::string> stems_;

@@ -14,6 +14,7 @@
 #include "files/file_io.h"
 #include "files/files_fixture.h"
 #include "platform/named_objects.h"
+#include "support/dev_shm.h"
 
 namespace kp::test {
 namespace {
@@ -36,12 +37,7 @@ class SharedMemory : public FilesTest {
   void TearDown() override {
     Handles().CloseAll();
     StopMemListener();
-    DIR* d = opendir("/dev/shm");
-    ASSERT_NE(d, nullptr);
-    while (dirent* e = readdir(d)) {
-      EXPECT_NE(std::strncmp(e->d_name, stem_.c_str(), stem_.size()), 0) << "left in /dev/shm: " << e->d_name;
-    }
-    closedir(d);
+    EXPECT_EQ(LeftInDevShm(stem_), std::vector<std::string>{}) << "left in /dev/shm";
     FilesTest::TearDown();
   }
   int32_t OpenBlock(std::u16string_view name, int32_t size, int32_t mode = foReadWrite,

@@ -14,6 +14,7 @@
 #include <string>
 
 #include "platform/posix/device.h"
+#include "support/temp_dir.h"
 
 namespace kp::test {
 namespace {
@@ -21,13 +22,8 @@ namespace {
 class DevicePrefix : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-prefix-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
   }
 
   // Runs `check` in a child with KP_PREFIX, XDG_DATA_HOME, HOME and TMPDIR as
@@ -50,6 +46,7 @@ class DevicePrefix : public ::testing::Test {
 
   std::string PerUser() const { return dir_ + "/kp160std-" + std::to_string(geteuid()); }
 
+  TempDir tmp_{"kp-prefix"};  // removed with everything in it after TearDown
   std::string dir_;
 };
 

@@ -24,6 +24,7 @@
 #include "registry/parameters.h"
 #include "registry/registry.h"
 #include "support/fault_injection.h"
+#include "support/temp_dir.h"
 
 namespace kp::test {
 namespace {
@@ -262,9 +263,9 @@ INSTANTIATE_TEST_SUITE_P(Faults, FaultInjection,
 // The seam itself: an entry swapped and restored, and a call that is not in
 // the table refused loudly rather than silently not failing.
 TEST(FaultSeam, AFaultEndsWithItsCountAndItsScope) {
-  char pattern[] = "/tmp/kp-seam-XXXXXX";
-  ASSERT_NE(mkdtemp(pattern), nullptr);
-  const std::string dir = pattern;
+  TempDir tmp("kp-seam");
+  ASSERT_TRUE(tmp.ok());
+  const std::string& dir = tmp.path();
   {
     FailNext fault("mkdirat", ENOSPC, 1);
     EXPECT_EQ(platform::sys::Sys().mkdirat(AT_FDCWD, (dir + "/a").c_str(), 0700), -1);
@@ -276,8 +277,6 @@ TEST(FaultSeam, AFaultEndsWithItsCountAndItsScope) {
   EXPECT_FALSE(stdfs::exists(dir + "/a"));
   EXPECT_TRUE(stdfs::exists(dir + "/b"));
   EXPECT_DEATH(FailNext("no_such_call", EIO), "not a known call");
-  std::error_code ignored;
-  stdfs::remove_all(dir, ignored);
 }
 
 }  // namespace

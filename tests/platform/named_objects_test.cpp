@@ -26,29 +26,21 @@
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
 #include "support/deadline.h"
+#include "support/dev_shm.h"
+#include "support/temp_dir.h"
 
 namespace kp::platform::named {
 namespace {
 
 std::u16string U(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-std::vector<std::string> LeftInDevShm(const std::string& stem) {
-  std::vector<std::string> left;
-  DIR* d = opendir("/dev/shm");
-  if (!d) return left;
-  while (dirent* e = readdir(d)) {
-    if (std::strncmp(e->d_name, stem.c_str(), stem.size()) == 0) left.push_back(e->d_name);
-  }
-  closedir(d);
-  return left;
-}
+using kp::test::LeftInDevShm;
 
 class NamedObjects : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/kp-named-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_TRUE(tmp_.ok());
+    dir_ = tmp_.path();
     const char* old = std::getenv("KP_PREFIX");
     if (old) oldPrefix_ = old;
     hadPrefix_ = old != nullptr;
@@ -67,7 +59,6 @@ class NamedObjects : public ::testing::Test {
       setenv("KP_PREFIX", oldPrefix_.c_str(), 1);
     else
       unsetenv("KP_PREFIX");
-    std::filesystem::remove_all(dir_);
   }
 
   // Runs `body` in a child process; its result is the exit status. The
@@ -119,6 +110,7 @@ class NamedObjects : public ::testing::Test {
     EXPECT_TRUE(CloseHandle(h));
   }
 
+  kp::test::TempDir tmp_{"kp-named"};  // removed with everything in it after TearDown
   std::string dir_;
   std::string oldPrefix_;
   bool hadPrefix_ = false;

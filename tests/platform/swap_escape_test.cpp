@@ -102,14 +102,6 @@ class SwapEscape : public FilesTest {
   Snapshot before_;
 };
 
-std::string ReadAll(fs::FileHandle f) {
-  std::string out;
-  char buffer[64];
-  uint32_t got = 0;
-  while (fs::ReadFile(f, buffer, sizeof buffer, &got) && got > 0) out.append(buffer, got);
-  return out;
-}
-
 TEST_F(SwapEscape, TheCanaryIsNeverTouched) {
   std::atomic<bool> stop{false};
   std::atomic<uint64_t> swaps{0};

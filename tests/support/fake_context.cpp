@@ -1,6 +1,8 @@
 #include "support/fake_context.h"
 
+#include "context_parts.h"
 #include "error_record.h"
+#include "text.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -8,13 +10,10 @@
 namespace kp::test {
 
 namespace {
-const char16_t* kFrenchDays[7] = {u"lundi", u"mardi", u"mercredi", u"jeudi", u"vendredi", u"samedi", u"dimanche"};
-const char16_t* kFrenchMonths[12] = {u"janvier", u"février", u"mars",      u"avril",   u"mai",      u"juin",
-                                     u"juillet", u"août",    u"septembre", u"octobre", u"novembre", u"décembre"};
+// The host's language object has no short names.
 const char16_t* kFrenchShortDays[7] = {u"lun.", u"mar.", u"mer.", u"jeu.", u"ven.", u"sam.", u"dim."};
-const char16_t* kFrenchShortMonths[12] = {u"janv.", u"févr.", u"mars", u"avr.", u"mai",  u"juin",
+const char16_t* kFrenchShortMonths[12] = {u"janv.", u"févr.", u"mars",  u"avr.", u"mai",  u"juin",
                                           u"juil.", u"août",  u"sept.", u"oct.", u"nov.", u"déc."};
-
 }  // namespace
 
 struct FakeOps {
@@ -58,11 +57,7 @@ struct FakeOps {
   static uint32_t KL_CALL Project(ExecContext* c, int32_t what, kl_char* buffer, uint32_t capacity) {
     auto* self = FakeContext::Self(c);
     auto it = self->project.find(what);
-    if (it == self->project.end() || capacity == 0) return 0;
-    const uint32_t n = std::min<uint32_t>(static_cast<uint32_t>(it->second.size()), capacity - 1);
-    std::memcpy(buffer, it->second.data(), n * sizeof(kl_char));
-    buffer[n] = 0;
-    return n;
+    return it == self->project.end() ? 0 : kphost::CopyProjectAnswer(it->second, buffer, capacity);
   }
 };
 
@@ -79,15 +74,14 @@ const ExecContextOps FakeContext::kOps = [] {
   return ops;
 }();
 
-
 FakeContext::FakeContext() {
   context_.base.ops = &kOps;
   context_.base.services = nullptr;
   context_.self = this;
   kphost::InitErrorRecord(error_);
   language.code = 12;
-  for (int i = 0; i < 7; ++i) language.dayNames[i] = kFrenchDays[i];
-  for (int i = 0; i < 12; ++i) language.monthNames[i] = kFrenchMonths[i];
+  for (int i = 0; i < 7; ++i) language.dayNames[i] = kphost::kDaysFr[i];
+  for (int i = 0; i < 12; ++i) language.monthNames[i] = kphost::kMonthsFr[i];
   for (int i = 0; i < 7; ++i) language.shortDayNames[i] = kFrenchShortDays[i];
   for (int i = 0; i < 12; ++i) language.shortMonthNames[i] = kFrenchShortMonths[i];
 }
@@ -99,21 +93,6 @@ void FakeContext::clearError() { kphost::ClearErrorRecord(error_); }
 std::u16string FakeContext::message() const { return kphost::ErrorText(error_.texts[0]); }
 std::u16string FakeContext::systemText() const { return kphost::ErrorText(error_.systemText); }
 
-std::string Utf8(std::u16string_view text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size()) c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-    if (c < 0x80) out += static_cast<char>(c);
-    else if (c < 0x800) out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
-    else if (c < 0x10000)
-      out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | ((c >> 6) & 0x3F)),
-              static_cast<char>(0x80 | (c & 0x3F))};
-    else
-      out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | ((c >> 12) & 0x3F)),
-              static_cast<char>(0x80 | ((c >> 6) & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
-  }
-  return out;
-}
+std::string Utf8(std::u16string_view text) { return kphost::Utf8(text); }
 
 }  // namespace kp::test

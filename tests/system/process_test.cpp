@@ -15,6 +15,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -82,6 +83,18 @@ bool BecomesGone(int pid) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return false;
+}
+
+// Runs `body` in a forked copy of this process, within ten seconds; the
+// copy's exit status (`body`'s answer), 100 + the signal when it was killed.
+int InForkedCopy(const char* what, const std::function<int()>& body) {
+  return test::WithinSeconds(10, what, [&] {
+    const pid_t copy = fork();
+    if (copy == 0) _exit(body());
+    int status = 0;
+    waitpid(copy, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  });
 }
 
 class ProcessTest : public test::FilesTest {
@@ -298,25 +311,19 @@ TEST_F(ProcessTest, AForkedCopyStartsWithoutTheParentsChildren) {
   const std::u16string helper = Helper("bin/" + tag_);
   const int pid = Start(helper + u" sleep 30");  // the reaper thread runs now
   ASSERT_GT(pid, 0);
-  const int exitCode = test::WithinSeconds(10, "fork", [&] {
-    const pid_t copy = fork();
-    if (copy == 0) {
-      // Not our child here: the parent's process is only a stranger, and
-      // leaving runs the registry's clean-up without the parent's thread.
-      const proc::ProcessHandle h = proc::OpenProcess(proc::kProcessQueryInformation, pid);
-      uint32_t code = 0;
-      const bool read = h && proc::GetExitCodeProcess(h, &code);
-      proc::CloseProcess(h);
-      const int status = read && code == proc::kStillActive ? 0 : 1;
+  const int exitCode = InForkedCopy("fork", [&]() -> int {
+    // Not our child here: the parent's process is only a stranger, and
+    // leaving runs the registry's clean-up without the parent's thread.
+    const proc::ProcessHandle h = proc::OpenProcess(proc::kProcessQueryInformation, pid);
+    uint32_t code = 0;
+    const bool read = h && proc::GetExitCodeProcess(h, &code);
+    proc::CloseProcess(h);
+    const int status = read && code == proc::kStillActive ? 0 : 1;
 #if defined(__SANITIZE_ADDRESS__)
-      _exit(status);  // the leak check would count the test's own objects, copied into this process
+    return status;  // left with _exit: the leak check would count the test's own objects, copied here
 #else
-      std::exit(status);
+    std::exit(status);
 #endif
-    }
-    int status = 0;
-    waitpid(copy, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
   });
   EXPECT_EQ(exitCode, 0);
   EXPECT_TRUE(IsRunning(ctx_, pid)) << "the parent's child is still its own";
@@ -326,26 +333,20 @@ TEST_F(ProcessTest, AForkedCopyStartsWithoutTheParentsChildren) {
 // snapshot reports 80100 with its failure value. Run in a forked copy, whose
 // descriptor limit is lowered to the descriptors it has.
 TEST_F(ProcessTest, SnapshotFailureInEveryCaller) {
-  const int failures = test::WithinSeconds(10, "no descriptors", [&] {
-    const pid_t copy = fork();
-    if (copy == 0) {
-      const int next = dup(0);
-      close(next);
-      const rlimit limit{static_cast<rlim_t>(next), static_cast<rlim_t>(next)};
-      int wrong = setrlimit(RLIMIT_NOFILE, &limit) == 0 ? 0 : 64;
-      test::FakeContext ctx;
-      wrong += CountRunning(ctx, u"anything") != -1 || ctx.errorId() != kErrProcessListUnavailable;
-      ctx.clearError();
-      wrong += (Terminate(ctx, u"anything") || ctx.errorId() != kErrProcessListUnavailable) << 1;
-      ctx.clearError();
-      wrong += (ListProcesses(ctx, {}) != u"" || ctx.errorId() != kErrProcessListUnavailable) << 2;
-      ctx.clearError();
-      wrong += (ListModules(ctx, getpid(), false) != u"" || ctx.hasError()) << 3;
-      _exit(wrong);
-    }
-    int status = 0;
-    waitpid(copy, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  const int failures = InForkedCopy("no descriptors", [&] {
+    const int next = dup(0);
+    close(next);
+    const rlimit limit{static_cast<rlim_t>(next), static_cast<rlim_t>(next)};
+    int wrong = setrlimit(RLIMIT_NOFILE, &limit) == 0 ? 0 : 64;
+    test::FakeContext ctx;
+    wrong += CountRunning(ctx, u"anything") != -1 || ctx.errorId() != kErrProcessListUnavailable;
+    ctx.clearError();
+    wrong += (Terminate(ctx, u"anything") || ctx.errorId() != kErrProcessListUnavailable) << 1;
+    ctx.clearError();
+    wrong += (ListProcesses(ctx, {}) != u"" || ctx.errorId() != kErrProcessListUnavailable) << 2;
+    ctx.clearError();
+    wrong += (ListModules(ctx, getpid(), false) != u"" || ctx.hasError()) << 3;
+    return wrong;
   });
   EXPECT_EQ(failures, 0) << "bits: 1 count, 2 end, 4 list, 8 modules, 64 setrlimit";
 }
@@ -376,25 +377,19 @@ TEST_F(ProcessTest, IdentifiersOutsideWhatTheCallerStarted) {
 // executables unreadable, are not listed.
 TEST_F(ProcessTest, AnotherUsersProcesses) {
   if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
-  const int wrong = test::WithinSeconds(10, "another user", [&] {
-    const pid_t copy = fork();
-    if (copy == 0) {
-      const int owner = getppid();
-      if (setgid(65534) != 0 || setuid(65534) != 0) _exit(64);
-      test::FakeContext ctx;
-      int bits = 0;
-      bits |= !IsRunning(ctx, owner) || ctx.hasError();
-      bits |= (Terminate(ctx, owner) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 1;
-      ctx.clearError();
-      bits |= (Terminate(ctx, 1) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 2;
-      const std::u16string ids = u"\r\n" + ListProcesses(ctx, std::vector<int32_t>{exePID}) + u"\r\n";
-      bits |= (ids.find(u"\r\n" + U(std::to_string(owner)) + u"\r\n") != std::u16string::npos) << 3;
-      bits |= (ids.find(u"\r\n" + U(std::to_string(getpid())) + u"\r\n") == std::u16string::npos) << 4;
-      _exit(bits);
-    }
-    int status = 0;
-    waitpid(copy, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+  const int wrong = InForkedCopy("another user", [&] {
+    const int owner = getppid();
+    if (setgid(65534) != 0 || setuid(65534) != 0) return 64;
+    test::FakeContext ctx;
+    int bits = 0;
+    bits |= !IsRunning(ctx, owner) || ctx.hasError();
+    bits |= (Terminate(ctx, owner) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 1;
+    ctx.clearError();
+    bits |= (Terminate(ctx, 1) || ctx.errorId() != kErrCannotOpenProcess || ctx.systemError() != 5) << 2;
+    const std::u16string ids = u"\r\n" + ListProcesses(ctx, std::vector<int32_t>{exePID}) + u"\r\n";
+    bits |= (ids.find(u"\r\n" + U(std::to_string(owner)) + u"\r\n") != std::u16string::npos) << 3;
+    bits |= (ids.find(u"\r\n" + U(std::to_string(getpid())) + u"\r\n") == std::u16string::npos) << 4;
+    return bits;
   });
   EXPECT_EQ(wrong, 0) << "bits: 1 running, 2 end owner, 4 end 1, 8 owner listed, 16 self not listed, 64 setuid";
 }
@@ -522,22 +517,14 @@ TEST(ProcessIds, OwnIdentifiers) {
 }
 
 TEST(ShellCodes, EachCodeItsError) {
-  const std::pair<uint32_t, int32_t> table[] = {{0, 0},
-                                                {1, 0},
-                                                {2, kErrExecutableNotFound},
-                                                {3, kErrExecutableNotFound},
-                                                {4, 0},
-                                                {5, kErrExecutableAccessDenied},
-                                                {8, kErrNoMemoryToStart},
-                                                {11, kErrNotExecutable},
-                                                {26, kErrStartSharingViolation},
-                                                {27, kErrNoAssociation},
-                                                {31, kErrNoAssociation},
-                                                {28, kErrDdeFailed},
-                                                {29, kErrDdeFailed},
-                                                {30, kErrDdeFailed},
-                                                {32, kErrExecutableNotFound},
-                                                {12, 0}};
+  // clang-format off
+  const std::pair<uint32_t, int32_t> table[] = {
+      {0, 0}, {1, 0}, {2, kErrExecutableNotFound}, {3, kErrExecutableNotFound}, {4, 0},
+      {5, kErrExecutableAccessDenied}, {8, kErrNoMemoryToStart}, {11, kErrNotExecutable},
+      {26, kErrStartSharingViolation}, {27, kErrNoAssociation}, {31, kErrNoAssociation}, {28, kErrDdeFailed},
+      {29, kErrDdeFailed}, {30, kErrDdeFailed}, {32, kErrExecutableNotFound}, {12, 0},
+  };
+  // clang-format on
   for (const auto& [code, error] : table) EXPECT_EQ(ShellErrorOf(code), error) << code;
 }
 

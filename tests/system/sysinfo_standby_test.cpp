@@ -9,10 +9,10 @@
 #include <thread>
 
 #include "abi/error_ids.h"
-#include "files/files_fixture.h"
 #include "platform/named_objects.h"
 #include "platform/registry.h"
 #include "platform/sysinfo.h"
+#include "system/device_profile_fixture.h"
 #include "system/sysinfo.h"
 
 namespace kp::system {
@@ -21,34 +21,8 @@ namespace {
 namespace reg = platform::reg;
 namespace named = platform::named;
 
-class StandbyTest : public test::FilesTest {
+class StandbyTest : public test::DeviceProfileTest {
  protected:
-  void SetUp() override {
-    FilesTest::SetUp();
-    platform::sys::EnsureDeviceProfile();
-  }
-  static void SetDword(std::u16string_view key, std::u16string_view name, uint32_t v) {
-    reg::KeyHolder k;
-    ASSERT_EQ(reg::CreateKey(reg::kLocalMachine, key, reg::kAllAccess, k.out(), nullptr), 0u);
-    ASSERT_EQ(reg::SetValue(k.get(), name, reg::kDword, reinterpret_cast<const uint8_t*>(&v), sizeof v), 0u);
-  }
-  static void SetText(std::u16string_view key, std::u16string_view name, std::u16string_view text) {
-    reg::KeyHolder k;
-    ASSERT_EQ(reg::CreateKey(reg::kLocalMachine, key, reg::kAllAccess, k.out(), nullptr), 0u);
-    std::u16string data(text);
-    data.push_back(0);
-    ASSERT_EQ(reg::SetValue(k.get(), name, reg::kSz, reinterpret_cast<const uint8_t*>(data.data()),
-                            static_cast<uint32_t>(data.size() * 2)),
-              0u);
-  }
-  static uint32_t GetDword(std::u16string_view key, std::u16string_view name) {
-    reg::KeyHolder k;
-    EXPECT_EQ(reg::OpenKey(reg::kLocalMachine, key, reg::kQueryValue, k.out()), 0u);
-    uint32_t v = 0, type = 0, size = sizeof v;
-    EXPECT_EQ(reg::QueryValue(k.get(), name, &type, reinterpret_cast<uint8_t*>(&v), &size), 0u);
-    EXPECT_EQ(type, reg::kDword);
-    return v;
-  }
   // Every time-out of both layouts, in a fixed order.
   std::vector<uint32_t> All() {
     return {GetDword(kPowerKey, u"BattPowerOff"), GetDword(kPowerKey, u"ExtPowerOff"),

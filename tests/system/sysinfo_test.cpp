@@ -19,9 +19,9 @@
 #include <vector>
 
 #include "abi/error_ids.h"
-#include "files/files_fixture.h"
 #include "platform/registry.h"
 #include "platform/sysinfo.h"
+#include "system/device_profile_fixture.h"
 
 namespace kp::system {
 namespace {
@@ -34,49 +34,21 @@ constexpr std::u16string_view kFolders = u"System\\Explorer\\Shell Folders";
 
 std::u16string U(const std::string& s) { return std::u16string(s.begin(), s.end()); }
 
-class SysInfoTest : public test::FilesTest {
+class SysInfoTest : public test::DeviceProfileTest {
  protected:
   void SetUp() override {
-    FilesTest::SetUp();
     const char* v = getenv("KP_SYSINFO");
     hadMode_ = v != nullptr;
     savedMode_ = v ? v : "";
     unsetenv("KP_SYSINFO");
-    platform::sys::EnsureDeviceProfile();
+    DeviceProfileTest::SetUp();
   }
   void TearDown() override {
     if (hadMode_)
       setenv("KP_SYSINFO", savedMode_.c_str(), 1);
     else
       unsetenv("KP_SYSINFO");
-    FilesTest::TearDown();
-  }
-
-  static void Set(std::u16string_view key, std::u16string_view name, uint32_t type, const void* data, size_t size) {
-    reg::KeyHolder k;
-    ASSERT_EQ(reg::CreateKey(reg::kLocalMachine, key, reg::kAllAccess, k.out(), nullptr), 0u);
-    ASSERT_EQ(reg::SetValue(k.get(), name, type, static_cast<const uint8_t*>(data), static_cast<uint32_t>(size)), 0u);
-  }
-  static void SetDword(std::u16string_view key, std::u16string_view name, uint32_t v) {
-    Set(key, name, reg::kDword, &v, sizeof v);
-  }
-  static void SetText(std::u16string_view key, std::u16string_view name, std::u16string_view text) {
-    std::u16string data(text);
-    data.push_back(0);
-    Set(key, name, reg::kSz, data.data(), data.size() * 2);
-  }
-  static void Delete(std::u16string_view key, std::u16string_view name) {
-    reg::KeyHolder k;
-    ASSERT_EQ(reg::OpenKey(reg::kLocalMachine, key, reg::kAllAccess, k.out()), 0u);
-    reg::DeleteValue(k.get(), name);
-  }
-  static uint32_t GetDword(std::u16string_view key, std::u16string_view name) {
-    reg::KeyHolder k;
-    EXPECT_EQ(reg::OpenKey(reg::kLocalMachine, key, reg::kQueryValue, k.out()), 0u);
-    uint32_t v = 0, type = 0, size = sizeof v;
-    EXPECT_EQ(reg::QueryValue(k.get(), name, &type, reinterpret_cast<uint8_t*>(&v), &size), 0u);
-    EXPECT_EQ(type, reg::kDword);
-    return v;
+    DeviceProfileTest::TearDown();
   }
 
   struct Profile {
@@ -109,12 +81,9 @@ TEST_F(SysInfoTest, VersionLabelsOverProfiles) {
     const char* info;
   };
   const Case cases[] = {
-      {{3, 5, 2, 21100, u"", 0, 0}, "CE 6.5", "5.2", "21100", ""},
       {{3, 5, 2, 21043, u"", 0, 0}, "CE 6.5", "5.2", "21043", ""},
       {{3, 5, 2, 21042, u"", 0, 0}, "CE 6", "5.2", "21042", ""},
-      {{3, 5, 2, 20000, u"", 0, 0}, "CE 6", "5.2", "20000", ""},
       {{3, 5, 1, 1700, u"", 0, 0}, "CE 5", "5.1", "1700", ""},
-      {{3, 5, 0, 1400, u"", 0, 0}, "CE 5", "5.0", "1400", ""},
       // Beyond 5 the major version is not looked at.
       {{3, 6, 0, 0, u"", 0, 0}, "CE 5", "6.0", "0", ""},
       {{3, 7, 3, 30000, u"", 0, 0}, "CE 6", "7.3", "30000", ""},
@@ -302,62 +271,25 @@ struct FolderExpectation {
   int32_t folderId;
   const char* fallBack;
 };
-constexpr FolderExpectation kExpected[30] = {{36, "\\Windows"},
-                                             {36, "\\Windows"},
-                                             {11, ""},
-                                             {11, ""},
-                                             {2, ""},
-                                             {2, ""},
-                                             {6, ""},
-                                             {6, ""},
-                                             {7, ""},
-                                             {7, ""},
-                                             {9, ""},
-                                             {16, ""},
-                                             {16, ""},
-                                             {48, ""},
-                                             {47, ""},
-                                             {26, ""},
-                                             {35, ""},
-                                             {28, ""},
-                                             {5, ""},
-                                             {46, ""},
-                                             {39, ""},
-                                             {21, ""},
-                                             {45, ""},
-                                             {40, ""},
-                                             {8, ""},
-                                             {20, ""},
-                                             {33, ""},
-                                             {32, ""},
-                                             {38, "\\Program Files"},
-                                             {43, "\\Program Files"}};
+// clang-format off
+constexpr FolderExpectation kExpected[30] = {
+    {36, "\\Windows"}, {36, "\\Windows"}, {11, ""}, {11, ""}, {2, ""},
+    {2, ""}, {6, ""}, {6, ""}, {7, ""}, {7, ""},
+    {9, ""}, {16, ""}, {16, ""}, {48, ""}, {47, ""},
+    {26, ""}, {35, ""}, {28, ""}, {5, ""}, {46, ""},
+    {39, ""}, {21, ""}, {45, ""}, {40, ""}, {8, ""},
+    {20, ""}, {33, ""}, {32, ""}, {38, "\\Program Files"}, {43, "\\Program Files"},
+};
 
 // The profile's value name of each shell folder, as docs/sysinfo.md lists them.
-const std::map<int32_t, std::u16string> kFolderNames = {{2, u"Programs"},
-                                                        {5, u"Personal"},
-                                                        {6, u"Favorites"},
-                                                        {7, u"Startup"},
-                                                        {8, u"Recent"},
-                                                        {9, u"SendTo"},
-                                                        {11, u"Start Menu"},
-                                                        {16, u"Desktop"},
-                                                        {20, u"Fonts"},
-                                                        {21, u"Templates"},
-                                                        {26, u"AppData"},
-                                                        {28, u"Local AppData"},
-                                                        {32, u"Cache"},
-                                                        {33, u"Cookies"},
-                                                        {35, u"Common AppData"},
-                                                        {36, u"Windows"},
-                                                        {38, u"Program Files"},
-                                                        {39, u"My Pictures"},
-                                                        {40, u"Profile"},
-                                                        {43, u"Common Files"},
-                                                        {45, u"Common Templates"},
-                                                        {46, u"Common Documents"},
-                                                        {47, u"Common Administrative Tools"},
-                                                        {48, u"Administrative Tools"}};
+const std::map<int32_t, std::u16string> kFolderNames = {
+    {2, u"Programs"}, {5, u"Personal"}, {6, u"Favorites"}, {7, u"Startup"}, {8, u"Recent"}, {9, u"SendTo"},
+    {11, u"Start Menu"}, {16, u"Desktop"}, {20, u"Fonts"}, {21, u"Templates"}, {26, u"AppData"},
+    {28, u"Local AppData"}, {32, u"Cache"}, {33, u"Cookies"}, {35, u"Common AppData"}, {36, u"Windows"},
+    {38, u"Program Files"}, {39, u"My Pictures"}, {40, u"Profile"}, {43, u"Common Files"}, {45, u"Common Templates"},
+    {46, u"Common Documents"}, {47, u"Common Administrative Tools"}, {48, u"Administrative Tools"},
+};
+// clang-format on
 
 TEST_F(SysInfoTest, EveryFolderKindWithTheShellsAnswer) {
   for (const auto& [id, name] : kFolderNames) SetText(kFolders, name, u"\\F" + U(std::to_string(id)));
