@@ -151,8 +151,8 @@ std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_
   return TableToTextFull(context, table, kTableWithTitles, columns, separator);
 }
 
-bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options,
-                          std::u16string_view columns, std::u16string_view separator) {
+bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options, std::u16string_view columns,
+                          std::u16string_view separator) {
   std::u16string text;
   if (!MakeText(context, table, options, columns, separator, text)) return false;
   // An empty export still replaces the clipboard: the caller asked for the

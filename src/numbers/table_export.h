@@ -48,8 +48,8 @@ bool TableToClipboard(ExecContext* context, std::u16string_view table);
 bool TableToClipboardOptions(ExecContext* context, std::u16string_view table, int32_t options);
 bool TableToClipboardOptionsColumns(ExecContext* context, std::u16string_view table, int32_t options,
                                     std::u16string_view columns);
-bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options,
-                          std::u16string_view columns, std::u16string_view separator);
+bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options, std::u16string_view columns,
+                          std::u16string_view separator);
 bool TableToClipboardColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns);
 bool TableToClipboardColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
                                       std::u16string_view separator);

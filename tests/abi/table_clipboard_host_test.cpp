@@ -87,10 +87,10 @@ TEST_F(TableClipboardHost, AFailedExportLeavesTheClipboardAlone) {
     const char* call;
     int32_t error;
   };
-  for (const Case& c : {Case{R"(TableVersPressePapier("Achats"))", 80225},
-                        Case{R"(TableVersPressePapier("Ventes", 2))", 80227},
-                        Case{R"(TableVersPressePapier("Ventes", 1, "4"))", 80226},
-                        Case{R"(TableVersPressePapier("Ventes", "0-2", ";"))", 80226}}) {
+  for (const Case& c :
+       {Case{R"(TableVersPressePapier("Achats"))", 80225}, Case{R"(TableVersPressePapier("Ventes", 2))", 80227},
+        Case{R"(TableVersPressePapier("Ventes", 1, "4"))", 80226},
+        Case{R"(TableVersPressePapier("Ventes", "0-2", ";"))", 80226}}) {
     errors_.clear();
     const Value v = Run(c.call);
     EXPECT_EQ(v.type, uint32_t{KL_T_BOOL}) << c.call;

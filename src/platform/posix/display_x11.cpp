@@ -5,8 +5,8 @@
 // opened again when $DISPLAY names another server; every call holds one
 // lock. X errors arrive asynchronously: the error handler (the process's
 // shared one, platform/posix/x11_errors.h) keeps the first one of the
-// current call on this connection, and each call that can fail syncs and turns it into
-// the Win32 code a Windows call would have set. A lost connection is marked
+// current call on this connection, and each call that can fail syncs and
+// turns it into the Win32 code a Windows call would have set. A lost connection is marked
 // dead instead of ending the process, and the next call opens a new one.
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
