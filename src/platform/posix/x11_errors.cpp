@@ -13,8 +13,10 @@ struct Entry {
   ErrorOwner owner;
 };
 
-std::mutex gLock;
-std::vector<Entry> gEntries;
+// Never destroyed: a thread of ours may meet a broken connection while the
+// process runs its exit destructors.
+std::mutex& gLock = *new std::mutex;
+std::vector<Entry>& gEntries = *new std::vector<Entry>;
 XErrorHandler gPrevious = nullptr;
 XIOErrorHandler gPreviousIo = nullptr;
 
