@@ -1,9 +1,10 @@
-// kp160std — PNG and .ico decoding for the notification icon. zlib inflates
-// the PNG data; the rest (chunks, filters, interlacing, pixel formats, the
-// icon directory and its bitmaps) is here.
+// kp160std — PNG and .ico decoding for the notification icon. libpng
+// decodes the PNG images; the icon directory and its bitmaps are read here.
 #include "desktop/icon_file.h"
 
-#include <zlib.h>
+#if KP_HAVE_LIBPNG
+#include <png.h>
+#endif
 
 #include <algorithm>
 #include <cstring>
@@ -18,7 +19,6 @@ using Bytes = std::span<const uint8_t>;
 
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
 
-uint32_t Be32(const uint8_t* p) { return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | p[3]; }
 uint16_t Le16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
 uint32_t Le32(const uint8_t* p) {
   return uint32_t{p[0]} | uint32_t{p[1]} << 8 | uint32_t{p[2]} << 16 | uint32_t{p[3]} << 24;
@@ -26,210 +26,104 @@ uint32_t Le32(const uint8_t* p) {
 
 bool IsPng(Bytes b) { return b.size() >= 8 && std::memcmp(b.data(), kPngSignature, 8) == 0; }
 
-uint8_t Paeth(int a, int b, int c) {
-  const int p = a + b - c;
-  const int pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
-  if (pa <= pb && pa <= pc) return static_cast<uint8_t>(a);
-  return static_cast<uint8_t>(pb <= pc ? b : c);
+}  // namespace
+
+#if KP_HAVE_LIBPNG
+
+namespace {
+
+// libpng reports through longjmp. The two functions that call setjmp hold
+// only trivially destructible locals, so a jump skips no destructor; the
+// buffers live in DecodePng, which never has a jump cross it.
+struct Source {
+  Bytes bytes;
+  size_t at;
+};
+
+void Read(png_structp png, png_bytep out, size_t length) {
+  auto* source = static_cast<Source*>(png_get_io_ptr(png));
+  if (length > source->bytes.size() - source->at) png_error(png, "truncated");
+  std::memcpy(out, source->bytes.data() + source->at, length);
+  source->at += length;
 }
 
-// Undoes the filters of one pass in place; `rows` lines of `rowBytes`, each
-// after its filter byte. False for an unknown filter type.
-bool Unfilter(uint8_t* data, size_t rows, size_t rowBytes, size_t bpp) {
-  uint8_t* previous = nullptr;
-  for (size_t y = 0; y < rows; ++y) {
-    uint8_t* line = data + y * (rowBytes + 1);
-    const uint8_t type = line[0];
-    uint8_t* x = line + 1;
-    for (size_t i = 0; i < rowBytes; ++i) {
-      const int a = i >= bpp ? x[i - bpp] : 0;
-      const int b = previous ? previous[i] : 0;
-      const int c = previous && i >= bpp ? previous[i - bpp] : 0;
-      switch (type) {
-        case 0: break;
-        case 1: x[i] = static_cast<uint8_t>(x[i] + a); break;
-        case 2: x[i] = static_cast<uint8_t>(x[i] + b); break;
-        case 3: x[i] = static_cast<uint8_t>(x[i] + ((a + b) >> 1)); break;
-        case 4: x[i] = static_cast<uint8_t>(x[i] + Paeth(a, b, c)); break;
-        default: return false;
-      }
-    }
-    previous = x;
-  }
+// Quiet: a damaged icon is reported to the caller as one, not on stderr.
+void Fail(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+void Warn(png_structp, png_const_charp) {}
+
+// The header, and the transforms to 8-bit RGBA: palettes, low depths and
+// tRNS expanded, 16-bit samples scaled, grey made RGB, an opaque alpha added
+// where the image has none. Gamma is left alone: samples are used as stored.
+bool ReadHeader(png_structp png, png_infop info, uint32_t* width, uint32_t* height) {
+  if (setjmp(png_jmpbuf(png))) return false;
+  png_read_info(png, info);
+  png_set_expand(png);
+  png_set_scale_16(png);
+  png_set_gray_to_rgb(png);
+  png_set_add_alpha(png, 0xff, PNG_FILLER_AFTER);
+  png_set_interlace_handling(png);
+  png_read_update_info(png, info);
+  if (png_get_rowbytes(png, info) != size_t{png_get_image_width(png, info)} * 4) return false;
+  *width = png_get_image_width(png, info);
+  *height = png_get_image_height(png, info);
   return true;
 }
 
-struct PngHeader {
-  uint32_t width = 0, height = 0;
-  int depth = 0, colour = 0, channels = 0;
-  bool interlaced = false;
-};
-
-struct Pass {
-  int x0, y0, dx, dy;
-};
-constexpr Pass kAdam7[7] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
-                            {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
-constexpr Pass kWhole[1] = {{0, 0, 1, 1}};
-
-size_t PassSize(uint32_t whole, int start, int step) {
-  return whole > static_cast<uint32_t>(start) ? (whole - start + step - 1) / step : 0;
+// The rows, then the chunks after them up to IEND, so that a file cut short
+// or with a bad checksum anywhere is refused.
+bool ReadRows(png_structp png, png_bytepp rows) {
+  if (setjmp(png_jmpbuf(png))) return false;
+  png_read_image(png, rows);
+  png_read_end(png, nullptr);
+  return true;
 }
 
 }  // namespace
 
 std::optional<Image> DecodePng(Bytes b) {
   if (!IsPng(b)) return std::nullopt;
-  PngHeader h;
-  std::vector<uint8_t> palette;  // RGB triples
-  std::vector<uint8_t> paletteAlpha;
-  std::vector<uint8_t> trns;
-  std::vector<uint8_t> compressed;
-  bool haveHeader = false, ended = false;
-  size_t at = 8;
-  while (!ended) {
-    if (b.size() - at < 12) return std::nullopt;
-    const uint32_t length = Be32(&b[at]);
-    if (length > b.size() - at - 12) return std::nullopt;
-    const uint8_t* type = &b[at + 4];
-    const uint8_t* data = &b[at + 8];
-    const uint32_t crc = static_cast<uint32_t>(crc32(crc32(0, nullptr, 0), type, length + 4));
-    if (crc != Be32(data + length)) return std::nullopt;
-    const std::string name(reinterpret_cast<const char*>(type), 4);
-    if (!haveHeader && name != "IHDR") return std::nullopt;
-    if (name == "IHDR") {
-      if (haveHeader || length != 13) return std::nullopt;
-      haveHeader = true;
-      h.width = Be32(data);
-      h.height = Be32(data + 4);
-      h.depth = data[8];
-      h.colour = data[9];
-      if (data[10] != 0 || data[11] != 0 || data[12] > 1) return std::nullopt;
-      h.interlaced = data[12] == 1;
-      if (h.width == 0 || h.height == 0 || h.width > kMaxIconSide || h.height > kMaxIconSide) return std::nullopt;
-      const int d = h.depth;
-      switch (h.colour) {
-        case 0:
-          h.channels = 1;
-          if (d != 1 && d != 2 && d != 4 && d != 8 && d != 16) return std::nullopt;
-          break;
-        case 2:
-          h.channels = 3;
-          if (d != 8 && d != 16) return std::nullopt;
-          break;
-        case 3:
-          h.channels = 1;
-          if (d != 1 && d != 2 && d != 4 && d != 8) return std::nullopt;
-          break;
-        case 4:
-          h.channels = 2;
-          if (d != 8 && d != 16) return std::nullopt;
-          break;
-        case 6:
-          h.channels = 4;
-          if (d != 8 && d != 16) return std::nullopt;
-          break;
-        default: return std::nullopt;
-      }
-    } else if (name == "PLTE") {
-      if (length % 3 || length == 0 || length > 768) return std::nullopt;
-      palette.assign(data, data + length);
-    } else if (name == "tRNS") {
-      trns.assign(data, data + length);
-    } else if (name == "IDAT") {
-      if (compressed.size() + length > (64u << 20)) return std::nullopt;
-      compressed.insert(compressed.end(), data, data + length);
-    } else if (name == "IEND") {
-      ended = true;
-    } else if (!(type[0] & 0x20)) {
-      return std::nullopt;  // a critical chunk we do not know
-    }
-    at += 12 + length;
-  }
-  if (h.colour == 3) {
-    if (palette.empty()) return std::nullopt;
-    paletteAlpha.assign(palette.size() / 3, 255);
-    for (size_t i = 0; i < trns.size() && i < paletteAlpha.size(); ++i) paletteAlpha[i] = trns[i];
-  }
-
-  const size_t bitsPerPixel = static_cast<size_t>(h.channels) * h.depth;
-  const size_t bpp = std::max<size_t>(1, bitsPerPixel / 8);
-  const std::span<const Pass> passes = h.interlaced ? std::span<const Pass>(kAdam7) : std::span<const Pass>(kWhole);
-  size_t total = 0;
-  for (const Pass& p : passes) {
-    const size_t w = PassSize(h.width, p.x0, p.dx), rows = PassSize(h.height, p.y0, p.dy);
-    if (w && rows) total += rows * ((w * bitsPerPixel + 7) / 8 + 1);
-  }
-  std::vector<uint8_t> raw(total);
-  z_stream z{};
-  if (inflateInit(&z) != Z_OK) return std::nullopt;
-  z.next_in = compressed.data();
-  z.avail_in = static_cast<uInt>(compressed.size());
-  z.next_out = raw.data();
-  z.avail_out = static_cast<uInt>(raw.size());
-  const int status = inflate(&z, Z_FINISH);
-  const size_t produced = raw.size() - z.avail_out;
-  inflateEnd(&z);
-  if ((status != Z_STREAM_END && status != Z_BUF_ERROR && status != Z_OK) || produced != raw.size())
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, &Fail, &Warn);
+  if (!png) return std::nullopt;
+  png_infop info = png_create_info_struct(png);
+  if (!info) {
+    png_destroy_read_struct(&png, nullptr, nullptr);
     return std::nullopt;
-
-  Image image;
-  image.width = static_cast<int32_t>(h.width);
-  image.height = static_cast<int32_t>(h.height);
-  image.argb.assign(size_t{h.width} * h.height, 0);
-  const uint32_t maxSample = (1u << h.depth) - 1;
-  // A sample of the tRNS chunk (grey, or red, green, blue); a value no
-  // sample can have when the chunk does not give it.
-  const auto trnsSample = [&](size_t i) {
-    return trns.size() >= 2 * (i + 1) ? uint32_t{trns[2 * i]} << 8 | trns[2 * i + 1] : 0x10000u;
-  };
-  uint8_t* cursor = raw.data();
-  for (const Pass& p : passes) {
-    const size_t w = PassSize(h.width, p.x0, p.dx), rows = PassSize(h.height, p.y0, p.dy);
-    if (!w || !rows) continue;
-    const size_t rowBytes = (w * bitsPerPixel + 7) / 8;
-    if (!Unfilter(cursor, rows, rowBytes, bpp)) return std::nullopt;
-    for (size_t y = 0; y < rows; ++y) {
-      const uint8_t* line = cursor + y * (rowBytes + 1) + 1;
-      for (size_t x = 0; x < w; ++x) {
-        // Samples at the file's depth.
-        uint32_t s[4] = {0, 0, 0, 0};
-        for (int c = 0; c < h.channels; ++c) {
-          const size_t bit = (x * h.channels + c) * h.depth;
-          if (h.depth == 16) {
-            s[c] = uint32_t{line[bit / 8]} << 8 | line[bit / 8 + 1];
-          } else if (h.depth == 8) {
-            s[c] = line[bit / 8];
-          } else {
-            s[c] = (line[bit / 8] >> (8 - h.depth - bit % 8)) & maxSample;
-          }
-        }
-        const auto to8 = [&](uint32_t v) { return h.depth == 16 ? v >> 8 : v * 255 / maxSample; };
-        uint32_t r, g, bl, a = 255;
-        switch (h.colour) {
-          case 0:
-            r = g = bl = to8(s[0]);
-            if (trnsSample(0) == s[0]) a = 0;
-            break;
-          case 2:
-            r = to8(s[0]), g = to8(s[1]), bl = to8(s[2]);
-            if (trnsSample(0) == s[0] && trnsSample(1) == s[1] && trnsSample(2) == s[2]) a = 0;
-            break;
-          case 3:
-            if (s[0] >= paletteAlpha.size()) return std::nullopt;
-            r = palette[s[0] * 3], g = palette[s[0] * 3 + 1], bl = palette[s[0] * 3 + 2], a = paletteAlpha[s[0]];
-            break;
-          case 4: r = g = bl = to8(s[0]), a = to8(s[1]); break;
-          default: r = to8(s[0]), g = to8(s[1]), bl = to8(s[2]), a = to8(s[3]); break;
-        }
-        const size_t px = (p.y0 + y * p.dy) * h.width + p.x0 + x * p.dx;
-        image.argb[px] = a << 24 | r << 16 | g << 8 | bl;
+  }
+  Source source{b, 0};
+  png_set_read_fn(png, &source, &Read);
+  // Larger images are refused in the header; ancillary chunks with a bad
+  // checksum too (libpng would only drop them).
+  png_set_user_limits(png, kMaxIconSide, kMaxIconSide);
+  png_set_crc_action(png, PNG_CRC_DEFAULT, PNG_CRC_ERROR_QUIT);
+  uint32_t width = 0, height = 0;
+  std::optional<Image> image;
+  if (ReadHeader(png, info, &width, &height)) {
+    std::vector<uint8_t> rgba(size_t{width} * height * 4);
+    std::vector<png_bytep> rows(height);
+    for (uint32_t y = 0; y < height; ++y) rows[y] = &rgba[size_t{y} * width * 4];
+    if (ReadRows(png, rows.data())) {
+      image.emplace();
+      image->width = static_cast<int32_t>(width);
+      image->height = static_cast<int32_t>(height);
+      image->argb.resize(size_t{width} * height);
+      for (size_t i = 0; i < image->argb.size(); ++i) {
+        const uint8_t* p = &rgba[i * 4];
+        image->argb[i] = uint32_t{p[3]} << 24 | uint32_t{p[0]} << 16 | uint32_t{p[1]} << 8 | p[2];
       }
     }
-    cursor += rows * (rowBytes + 1);
   }
+  png_destroy_read_struct(&png, &info, nullptr);
   return image;
 }
+
+#else
+
+// No libpng for this build's target (the Windows cross build): PNG icons are
+// refused as any file this reader cannot decode, .ico files with BMP entries
+// still load.
+std::optional<Image> DecodePng(Bytes) { return std::nullopt; }
+
+#endif
 
 namespace {
 

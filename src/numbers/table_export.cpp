@@ -1,8 +1,10 @@
-// kp160std — TableVersTexte: a table control's content as text.
+// kp160std — TableVersTexte and TableVersPressePapier: a table control's
+// content as text, returned or put on the clipboard.
 #include "numbers/table_export.h"
 
 #include "abi/error.h"
 #include "abi/vm.h"
+#include "desktop/clipboard.h"
 
 namespace kp::numbers {
 namespace {
@@ -66,31 +68,36 @@ bool ParseColumnList(std::u16string_view text, int32_t columnCount, std::vector<
   }
 }
 
-std::u16string TableToTextFull(ExecContext* context, std::u16string_view tableName, int32_t options,
-                               std::u16string_view columnList, std::u16string_view separator) {
+namespace {
+
+// The text of the export into `out`; false, with the error raised, when it
+// cannot be made (the empty text alone cannot tell: an empty table without
+// its titles line gives it too).
+bool MakeText(ExecContext* context, std::u16string_view tableName, int32_t options, std::u16string_view columnList,
+              std::u16string_view separator, std::u16string& out) {
+  out.clear();
   const std::u16string table(tableName);
   if (options & ~kTableWithTitles) {
     Raise(context, kErrBadTableOptions, {options});
-    return {};
+    return false;
   }
   const int32_t columnCount = VMTableColumnCount(context, table);
   if (columnCount == kNoTableService) {
     Raise(context, kErrNoTableService);
-    return {};
+    return false;
   }
   const int32_t rowCount = columnCount < 0 ? -1 : VMTableRowCount(context, table);
   if (columnCount < 0 || rowCount < 0) {
     Raise(context, kErrUnknownTable, {tableName});
-    return {};
+    return false;
   }
   std::vector<int32_t> columns;
   if (!ParseColumnList(columnList, columnCount, &columns)) {
     Raise(context, kErrBadColumnList, {columnList});
-    return {};
+    return false;
   }
   const std::u16string_view between = separator.empty() ? std::u16string_view(u"\t") : separator;
 
-  std::u16string out;
   std::u16string cell;
   bool firstLine = true;
   // row -1 is the titles line.
@@ -105,15 +112,24 @@ std::u16string TableToTextFull(ExecContext* context, std::u16string_view tableNa
       if (!ok) {
         // The table changed under the export (rows removed meanwhile).
         Raise(context, kErrUnknownTable, {tableName});
-        return {};
+        return false;
       }
       AppendCell(out, cell);
     }
     if (out.size() > kMaxTextUnits) {
       Raise(context, kErrTableTextTooLong, {tableName});
-      return {};
+      return false;
     }
   }
+  return true;
+}
+
+}  // namespace
+
+std::u16string TableToTextFull(ExecContext* context, std::u16string_view table, int32_t options,
+                               std::u16string_view columns, std::u16string_view separator) {
+  std::u16string out;
+  if (!MakeText(context, table, options, columns, separator, out)) return {};
   return out;
 }
 
@@ -133,6 +149,33 @@ std::u16string TableToTextColumns(ExecContext* context, std::u16string_view tabl
 std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
                                            std::u16string_view separator) {
   return TableToTextFull(context, table, kTableWithTitles, columns, separator);
+}
+
+bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options, std::u16string_view columns,
+                          std::u16string_view separator) {
+  std::u16string text;
+  if (!MakeText(context, table, options, columns, separator, text)) return false;
+  // An empty export still replaces the clipboard: the caller asked for the
+  // table's content, and an old text left there would be taken for it.
+  return desktop::SetClipboardText(context, text);
+}
+
+bool TableToClipboard(ExecContext* context, std::u16string_view table) {
+  return TableToClipboardFull(context, table, kTableWithTitles, {}, {});
+}
+bool TableToClipboardOptions(ExecContext* context, std::u16string_view table, int32_t options) {
+  return TableToClipboardFull(context, table, options, {}, {});
+}
+bool TableToClipboardOptionsColumns(ExecContext* context, std::u16string_view table, int32_t options,
+                                    std::u16string_view columns) {
+  return TableToClipboardFull(context, table, options, columns, {});
+}
+bool TableToClipboardColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns) {
+  return TableToClipboardFull(context, table, kTableWithTitles, columns, {});
+}
+bool TableToClipboardColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
+                                      std::u16string_view separator) {
+  return TableToClipboardFull(context, table, kTableWithTitles, columns, separator);
 }
 
 }  // namespace kp::numbers

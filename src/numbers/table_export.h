@@ -1,5 +1,6 @@
 // kp160std — TableVersTexte/TableToText: the content of a table control as
-// text, columns separated by "\t" (or a separator of the caller's) and lines
+// text (TableVersPressePapier/TableToClipboard puts the same text on the
+// clipboard), columns separated by "\t" (or a separator of the caller's) and lines
 // by "\r\n", without a trailing separator, as every list of this library.
 //
 // The content comes from the VM (the table operations of its services
@@ -39,5 +40,18 @@ std::u16string TableToTextFull(ExecContext* context, std::u16string_view table, 
 std::u16string TableToTextColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns);
 std::u16string TableToTextColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
                                            std::u16string_view separator);
+
+// TableVersPressePapier/TableToClipboard: the same text as TableToText*, put
+// on the clipboard through the desktop family. False with the export's error
+// (nothing put on the clipboard) or with the clipboard's.
+bool TableToClipboard(ExecContext* context, std::u16string_view table);
+bool TableToClipboardOptions(ExecContext* context, std::u16string_view table, int32_t options);
+bool TableToClipboardOptionsColumns(ExecContext* context, std::u16string_view table, int32_t options,
+                                    std::u16string_view columns);
+bool TableToClipboardFull(ExecContext* context, std::u16string_view table, int32_t options, std::u16string_view columns,
+                          std::u16string_view separator);
+bool TableToClipboardColumns(ExecContext* context, std::u16string_view table, std::u16string_view columns);
+bool TableToClipboardColumnsSeparator(ExecContext* context, std::u16string_view table, std::u16string_view columns,
+                                      std::u16string_view separator);
 
 }  // namespace kp::numbers

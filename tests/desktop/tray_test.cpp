@@ -173,6 +173,21 @@ TEST(IconFile, DamagedOrHugeFilesAreRefused) {
   badCrc[30] ^= 1;
   EXPECT_FALSE(Decode(badCrc));
   for (size_t cut = 0; cut < good.size(); cut += 7) EXPECT_FALSE(Decode(good.substr(0, cut))) << cut;
+  // The chunks after the pixels are checked too: an ancillary chunk with a
+  // bad checksum, or a file that ends before IEND.
+  std::string tail = good.substr(0, good.size() - 12);
+  Chunk(&tail, "tEXt", std::string("Comment\0x", 9));
+  EXPECT_TRUE(Decode(tail + good.substr(good.size() - 12)));
+  tail[tail.size() - 1] ^= 1;
+  EXPECT_FALSE(Decode(tail + good.substr(good.size() - 12)));
+  EXPECT_FALSE(Decode(good.substr(0, good.size() - 12)));
+  // Samples are used as stored: a gamma chunk changes nothing.
+  std::string gamma;
+  Chunk(&gamma, "gAMA", std::string("\0\0\x27\x10", 4));  // 0.1
+  const auto plain = Decode(good);
+  const auto withGamma = Decode(good.substr(0, 33) + gamma + good.substr(33));
+  ASSERT_TRUE(plain && withGamma);
+  EXPECT_EQ(withGamma->argb, plain->argb);
   EXPECT_FALSE(Decode(Png(4096, 1, 8, 6, "", {std::string(4096 * 4, '\0')})));
   EXPECT_FALSE(Decode(Png(1, 1, 8, 5, "", {"xx"})));  // no colour type 5
   EXPECT_FALSE(Decode("plain text, not an icon"));

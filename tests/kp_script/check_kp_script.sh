@@ -49,7 +49,7 @@ grep -q sudo <<<"$hint" && fail "the hint needs sudo: $hint"
 
 # Every package there: a stand-in cmake, the files the checks look for.
 for f in zlib.h sqlite3.h curl/curl.h readline/readline.h systemd/sd-bus.h gcrypt.h re2/re2.h X11/Xlib.h \
-  X11/extensions/XTest.h X11/extensions/Xrandr.h freetype2/ft2build.h fontconfig/fontconfig.h zip.h gtest/gtest.h; do
+  X11/extensions/XTest.h X11/extensions/Xrandr.h freetype2/ft2build.h fontconfig/fontconfig.h zip.h png.h gtest/gtest.h; do
   mkdir -p "$work/full/usr/include/$(dirname "$f")"
   touch "$work/full/usr/include/$f"
 done

@@ -66,14 +66,14 @@ inline constexpr KLSyntax kTableToText[] = {
     Syntax<numbers::TableToTextFull, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
     Syntax<numbers::TableToTextColumns, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
     Syntax<numbers::TableToTextColumnsSeparator, KL_T_TEXT, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
-  // TableVersPressePapier/TableToClipboard: as TableVersTexte, with a success
-  // result; it waits for the clipboard seam.
+  // TableVersPressePapier/TableToClipboard: the arguments of TableVersTexte,
+  // the text put on the clipboard, a success result.
 inline constexpr KLSyntax kTableToClipboard[] = {
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
-    Unavailable<KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
+    Syntax<numbers::TableToClipboard, KL_T_BOOL, KL_T_TEXT_CELL>(),
+    Syntax<numbers::TableToClipboardOptions, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT>(),
+    Syntax<numbers::TableToClipboardOptionsColumns, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL>(),
+    Syntax<numbers::TableToClipboardFull, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_INT, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<numbers::TableToClipboardColumns, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>(),
+    Syntax<numbers::TableToClipboardColumnsSeparator, KL_T_BOOL, KL_T_TEXT_CELL, KL_T_TEXT_CELL, KL_T_TEXT_CELL>()};
 
 }  // namespace kp::syn

@@ -1,10 +1,10 @@
-// kp160std — the X11 clipboard's connections (see clipboard_x11.h): the
-// process-wide X error handlers, the atoms, whole-property reads.
+// kp160std — the X11 clipboard's connections (see clipboard_x11.h): their
+// errors, the atoms, whole-property reads.
 //
-// The X error handlers are process-wide: ours record the errors (and the
-// loss) of our own connections and pass the others on to the handlers they
-// replaced (the desktop's, when it was first). Xlib's default would end the
-// process when the server goes away.
+// The process-wide X error handlers are platform/posix/x11_errors.h's: each
+// connection here is registered with it, and its errors and its loss are
+// recorded on the connection (Xlib's default would end the process when the
+// server goes away).
 #include "platform/posix/clipboard_x11.h"
 
 #include <X11/Xlib.h>
@@ -15,6 +15,7 @@
 
 #include "platform/clipboard.h"
 #include "platform/platform.h"
+#include "platform/posix/x11_errors.h"
 
 namespace kp::platform::clipboard {
 namespace x11 {
@@ -22,47 +23,23 @@ namespace {
 
 std::atomic<uint32_t> gTimeoutMs{5000};
 
-// --- our connections and the X error handlers --------------------------------
+// --- our connections' errors ------------------------------------------------
 
+// Guards the Connection fields the error callbacks write; never held around
+// an Xlib call.
 std::mutex gConnectionsLock;
-std::vector<Link::Connection*> gConnections;
-XErrorHandler gPreviousHandler = nullptr;
 
-Link::Connection* Find(::Display* d) {
-  for (Link::Connection* c : gConnections)
-    if (c->d == d) return c;
-  return nullptr;
-}
-
-int OnXError(::Display* d, XErrorEvent* e) {
-  {
-    std::lock_guard hold(gConnectionsLock);
-    if (Link::Connection* c = Find(d)) {
-      if (!c->error) c->error = e->error_code;
-      return 0;
-    }
-  }
-  return gPreviousHandler ? gPreviousHandler(d, e) : 0;
-}
-
-XIOErrorHandler gPreviousIoHandler = nullptr;
-
-// Xlib's own handler ends the process when a connection breaks; on ours the
-// connection is only marked dead, and the call that met it fails.
-int OnIoError(::Display* d) {
-  {
-    std::lock_guard hold(gConnectionsLock);
-    if (Link::Connection* c = Find(d)) {
-      c->dead = true;
-      return 0;
-    }
-  }
-  return gPreviousIoHandler ? gPreviousIoHandler(d) : 0;
-}
-
-void OnIoExit(::Display* d, void*) {
+void OnXError(void* owner, const XErrorEvent& e) {
+  auto* c = static_cast<Link::Connection*>(owner);
   std::lock_guard hold(gConnectionsLock);
-  if (Link::Connection* c = Find(d)) c->dead = true;
+  if (!c->error) c->error = e.error_code;
+}
+
+// The connection is only marked dead, and the call that met the break fails.
+void OnLost(void* owner) {
+  auto* c = static_cast<Link::Connection*>(owner);
+  std::lock_guard hold(gConnectionsLock);
+  c->dead = true;
 }
 
 // In the order of AtomIndex.
@@ -103,15 +80,7 @@ std::unique_ptr<Link> Link::Open() {
 
 Link::Link(::Display* d) {
   c_.d = d;
-  {
-    std::lock_guard hold(gConnectionsLock);
-    gConnections.push_back(&c_);
-    const XErrorHandler previous = XSetErrorHandler(OnXError);
-    if (previous != OnXError) gPreviousHandler = previous;
-    const XIOErrorHandler previousIo = XSetIOErrorHandler(OnIoError);
-    if (previousIo != OnIoError) gPreviousIoHandler = previousIo;
-  }
-  XSetIOErrorExitHandler(d, OnIoExit, nullptr);
+  platform::x11::Watch(d, {&c_, OnXError, OnLost});
   XInternAtoms(d, const_cast<char**>(kAtomNames), kAtomCount, False, atoms_);
   XSetWindowAttributes a{};
   a.event_mask = PropertyChangeMask;
@@ -123,8 +92,7 @@ Link::~Link() {
   // A dead connection is left as it is: closing it would write to it.
   // Closing runs outside the lock, since it may report errors to us.
   if (!dead()) XCloseDisplay(c_.d);
-  std::lock_guard hold(gConnectionsLock);
-  std::erase(gConnections, &c_);
+  platform::x11::Unwatch(c_.d, &c_);
 }
 
 bool Link::dead() const {

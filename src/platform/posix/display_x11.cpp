@@ -3,9 +3,10 @@
 //
 // One connection, opened on $DISPLAY by the first call that needs it and
 // opened again when $DISPLAY names another server; every call holds one
-// lock. X errors arrive asynchronously: the error handler keeps the first one
-// of the current call, and each call that can fail syncs and turns it into
-// the Win32 code a Windows call would have set. A lost connection is marked
+// lock. X errors arrive asynchronously: the error handler (the process's
+// shared one, platform/posix/x11_errors.h) keeps the first one of the
+// current call on this connection, and each call that can fail syncs and
+// turns it into the Win32 code a Windows call would have set. A lost connection is marked
 // dead instead of ending the process, and the next call opens a new one.
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
@@ -25,6 +26,7 @@
 #include "platform/display.h"
 #include "platform/platform.h"
 #include "platform/posix/fs_names.h"
+#include "platform/posix/x11_errors.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::display {
@@ -38,18 +40,18 @@ int gXError = 0;          // first X error code of the current call
 bool gHaveXTest = false;
 bool gHaveRandr = false;
 
-int OnXError(::Display*, XErrorEvent* e) {
-  if (!gXError) gXError = e->error_code;
-  return 0;
+// Called through platform/posix/x11_errors.h for gDisplay only, on the
+// thread that holds gLock (the only one that talks to gDisplay).
+void OnXError(void*, const XErrorEvent& e) {
+  if (!gXError) gXError = e.error_code;
 }
 
-// Called by Xlib when the connection breaks; returning lets the caller go
-// on with a connection that answers nothing, which we then drop.
-void OnIoExit(::Display*, void*) { gDead = true; }
-int OnIoError(::Display*) {
-  gDead = true;
-  return 0;
-}
+// The connection broke; returning lets the caller go on with a connection
+// that answers nothing, which we then drop.
+void OnLost(void*) { gDead = true; }
+
+// The owner token of gDisplay's registration.
+int gOwner;
 
 uint32_t Win32FromX(int code) {
   switch (code) {
@@ -76,6 +78,7 @@ class Session {
     if (gDisplay && (gDead || wanted != gDisplayName)) {
       // A dead connection is left as it is: closing it would write to it.
       if (!gDead) XCloseDisplay(gDisplay);
+      x11::Unwatch(gDisplay, &gOwner);
       gDisplay = nullptr;
       gDead = false;
     }
@@ -117,14 +120,9 @@ class Session {
   }
 
   static void Open(const std::string& name) {
-    static std::once_flag handlers;
-    std::call_once(handlers, [] {
-      XSetErrorHandler(OnXError);
-      XSetIOErrorHandler(OnIoError);
-    });
     gDisplay = XOpenDisplay(name.c_str());
     if (!gDisplay) return;
-    XSetIOErrorExitHandler(gDisplay, OnIoExit, nullptr);
+    x11::Watch(gDisplay, {&gOwner, OnXError, OnLost});
     gDisplayName = name;
     int event, error, major, minor;
     gHaveXTest = XTestQueryExtension(gDisplay, &event, &error, &major, &minor);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/posix/x11_errors.h"
 #include "platform/tray.h"
 #include "platform/win32_errors.h"
 
@@ -78,22 +79,9 @@ std::u16string Utf16(const std::string& text) {
 }
 
 // X errors on our connection (a tray that goes away while we talk to it)
-// must not end the process; errors of other connections go to the handler
-// that was there before us.
-std::mutex gHandlerLock;
-::Display* gOurs = nullptr;
-XErrorHandler gPrevious = nullptr;
-XIOErrorHandler gPreviousIo = nullptr;
-int OnXError(::Display* d, XErrorEvent* e) {
-  if (d != gOurs && gPrevious) return gPrevious(d, e);
-  return 0;
-}
-// Xlib's own handler ends the process when a connection breaks: ours only
-// returns, and the connection's exit handler marks it dead.
-int OnIoError(::Display* d) {
-  if (d != gOurs && gPreviousIo) return gPreviousIo(d);
-  return 0;
-}
+// must not end the process: the shared handlers (platform/posix/x11_errors.h)
+// drop them, and mark the connection dead when it breaks.
+void IgnoreXError(void*, const XErrorEvent&) {}
 
 // Box-filtered scale of the image into w x h, kept square and centred;
 // premultiplied on the way so that transparent pixels do not darken edges.
@@ -139,26 +127,12 @@ class Icon {
       SetLastError(kNoDisplay);
       return false;
     }
-    {
-      std::lock_guard hold(gHandlerLock);
-      if (!gOurs) {
-        XErrorHandler previous = XSetErrorHandler(OnXError);
-        if (previous != OnXError) gPrevious = previous;
-        XIOErrorHandler previousIo = XSetIOErrorHandler(OnIoError);
-        if (previousIo != OnIoError) gPreviousIo = previousIo;
-      }
-    }
     d_ = XOpenDisplay(name);
     if (!d_) {
       SetLastError(kNoDisplay);
       return false;
     }
-    XSetIOErrorExitHandler(
-        d_, [](::Display*, void* self) { static_cast<Icon*>(self)->dead_ = true; }, this);
-    {
-      std::lock_guard hold(gHandlerLock);
-      gOurs = d_;
-    }
+    x11::Watch(d_, {this, IgnoreXError, [](void* self) { static_cast<Icon*>(self)->dead_ = true; }});
     const int screen = DefaultScreen(d_);
     root_ = RootWindow(d_, screen);
     selection_ = XInternAtom(d_, ("_NET_SYSTEM_TRAY_S" + std::to_string(screen)).c_str(), False);
@@ -250,8 +224,7 @@ class Icon {
         broken->emplace_back(d_, font_);
       }
       font_ = nullptr;
-      std::lock_guard hold(gHandlerLock);
-      if (gOurs == d_) gOurs = nullptr;
+      x11::Unwatch(d_, this);
       d_ = nullptr;
     }
     for (int& fd : wake_) {
