@@ -100,6 +100,7 @@ TEST_F(SharedClock, TheEarlierTextFileStartsTheMap) {
   const int32_t later = DateToInteger(c, SystemDate(c), 0);
   EXPECT_TRUE(later - today == 3650 || later - today == 3651) << later - today;  // 3651 past a midnight
   EXPECT_TRUE(std::filesystem::exists(legacy + "/clock.map"));
+  EXPECT_FALSE(std::filesystem::exists(legacy + "/clock-offset"));  // one place for the offset
   EXPECT_FALSE(c.hasError());
 }
 

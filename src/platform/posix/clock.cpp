@@ -12,7 +12,8 @@
 // aligned 64-bit word, stored and loaded whole, so no sequence counter is
 // needed: a reader sees the old offset or the new one, never a mix. The text
 // file of earlier versions (<prefix>/clock-offset) gives the first value when
-// the map is made.
+// the map is made, and is removed then. Deleting clock.map puts the device
+// back on the host's clock.
 //
 // A prefix deleted and made again under the same name holds a new file: the
 // mapping is checked against the name once a second (a stat costs more than
@@ -76,11 +77,15 @@ bool CreateMapFile(const std::string& directory, bool replace) {
   const bool written = write(fd, &initial, sizeof initial) == static_cast<ssize_t>(sizeof initial);
   const bool closed = close(fd) == 0;
   bool ok = written && closed;
+  bool ours = false;
   if (ok) {
-    if (replace) ok = rename(temp.c_str(), path.c_str()) == 0;
-    else ok = link(temp.c_str(), path.c_str()) == 0 || errno == EEXIST;  // another process was first: theirs
+    ours = replace ? rename(temp.c_str(), path.c_str()) == 0 : link(temp.c_str(), path.c_str()) == 0;
+    ok = ours || (!replace && errno == EEXIST);  // another process was first: theirs
   }
   unlink(temp.c_str());
+  // The map holds the offset now: deleting it alone puts the clock back on
+  // the host's, and an old offset cannot come back from the text file.
+  if (ours) unlink((directory + "/clock-offset").c_str());
   return ok;
 }
 
