@@ -92,6 +92,11 @@ bool CreateMapFile(const std::string& directory, bool replace) {
 // This process's view of one device's map. Every field is guarded by
 // gMutex; the offset itself is shared with the other processes.
 struct Mapping {
+  // Unmapped when the library is unloaded, so a VM that unloads it leaks
+  // no mapping.
+  ~Mapping() {
+    if (shared) munmap(shared, sizeof(SharedClock));
+  }
   std::string directory;
   SharedClock* shared = nullptr;
   dev_t device = 0;
