@@ -1,7 +1,9 @@
 // The date conversions beside anchors in the same run: std::chrono's civil
 // calendar for day numbers, snprintf for masked formatting, the C library's
-// localtime_r for universal to local time. The library's figures include its
-// validity checks and UTF-16 results.
+// localtime_r for universal to local time, and clock_gettime + localtime_r +
+// snprintf for the device clock (DateSys, HeureSys/Maintenant). The
+// library's figures include its validity checks and UTF-16 results; the
+// clock's include the device offset, shared with other processes.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -13,8 +15,10 @@
 
 #include "datetime/arithmetic.h"
 #include "datetime/calendar.h"
+#include "datetime/clock.h"
 #include "datetime/format.h"
 #include "datetime/values.h"
+#include "kp160std/abi.h"
 
 namespace {
 
@@ -161,5 +165,75 @@ void UTCToLocal_AnchorLocaltime(benchmark::State& state) {
   }
 }
 BENCHMARK(UTCToLocal_AnchorLocaltime);
+
+// The device clock: DateSys() and HeureSys() (Maintenant() is the same
+// function), each beside the plain C way to the same text.
+// The clock's map lives in the device prefix: one of the run's own unless a
+// prefix is already chosen (the registry benchmarks make theirs).
+void ClockPrefix() {
+  static const bool chosen = [] {
+    const char* prefix = std::getenv("KP_PREFIX");
+    if (prefix && *prefix) return true;
+    static char pattern[] = "/tmp/kp-bench-clock-XXXXXX";
+    return mkdtemp(pattern) && setenv("KP_PREFIX", pattern, 1) == 0;
+  }();
+  if (!chosen) std::abort();
+}
+
+void SystemDate(benchmark::State& state) {
+  ClockPrefix();
+  for (auto _ : state) benchmark::DoNotOptimize(kp::datetime::SystemDate(nullptr));
+}
+BENCHMARK(SystemDate);
+
+void SystemDate_AnchorClockGettime(benchmark::State& state) {
+  for (auto _ : state) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    char text[32];
+    const int n = std::snprintf(text, sizeof text, "%04d%02d%02d", local.tm_year + 1900, local.tm_mon + 1,
+                                local.tm_mday);
+    benchmark::DoNotOptimize(Widen(text, n));
+  }
+}
+BENCHMARK(SystemDate_AnchorClockGettime);
+
+// A VM that lets the program read the clock (service question 9).
+ExecContext* ClockContext() {
+  static const ExecContextOps ops = [] {
+    ExecContextOps o{};
+    o.QueryService = [](ExecContext*, int32_t) -> int32_t { return 1; };
+    return o;
+  }();
+  static ExecContext context{&ops, nullptr};
+  return &context;
+}
+
+void SystemTime(benchmark::State& state) {
+  ClockPrefix();
+  ExecContext* context = ClockContext();
+  for (auto _ : state) {
+    auto text = kp::datetime::SystemTime(context);
+    if (text.size() != 8) state.SkipWithError("no time");
+    benchmark::DoNotOptimize(text);
+  }
+}
+BENCHMARK(SystemTime);
+
+void SystemTime_AnchorClockGettime(benchmark::State& state) {
+  for (auto _ : state) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm local{};
+    localtime_r(&now.tv_sec, &local);
+    char text[32];
+    const int n = std::snprintf(text, sizeof text, "%02d%02d%02d%02d", local.tm_hour, local.tm_min, local.tm_sec,
+                                static_cast<int>(now.tv_nsec / 10000000));
+    benchmark::DoNotOptimize(Widen(text, n));
+  }
+}
+BENCHMARK(SystemTime_AnchorClockGettime);
 
 }  // namespace

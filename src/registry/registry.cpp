@@ -177,9 +177,15 @@ Value ValueFromData(uint32_t type, std::span<const uint8_t> data) {
 Value QueryValue(ExecContext* context, std::u16string_view key, std::u16string_view name, bool* success) {
   if (success) *success = false;
   if (key.empty() && name.empty()) return std::u16string();
-  reg::KeyHolder k;
   uint32_t type = reg::kNone;
   Bytes data;
+  // The common case, an existing value, in one read; a missing key or value
+  // is told apart below.
+  if (const KeyPath p = SplitKeyPath(key); p.root && reg::ReadValue(p.root, p.subKey, name, &type, &data) == 0) {
+    if (success) *success = true;
+    return ValueFromData(type, data);
+  }
+  reg::KeyHolder k;
   bool ok = Open(key, reg::kQueryValue, k) == win32::kSuccess;
   if (ok && !ReadNamed(k.get(), name, &type, &data)) {
     // The default value of an existing key reads as an empty text.

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 
 #include "datetime/arithmetic.h"
 #include "datetime/calendar.h"
@@ -143,6 +144,29 @@ TEST(DateValues, ValidityErrorsInOrder) {
     EXPECT_GE(DateToInteger(c, ok, 0), -657070);
   }
   EXPECT_FALSE(c.hasError());
+}
+
+// DateVersEntier's quick path for Gregorian dates against the general core,
+// valid or not: the same number, or the same error.
+TEST(DateValues, QuickPathAgreesWithTheCore) {
+  int failures = 0;
+  for (int y = 1570; y <= 9999 && failures < 5; y += y < 2100 ? 1 : 97) {
+    for (int m = 0; m <= 13; ++m) {
+      for (int d = 0; d <= 32; ++d) {
+        char text[16];
+        std::snprintf(text, sizeof text, "%04d%02d%02d", y, m, d);
+        const std::u16string date(text, text + 8);
+        FakeContext quick, core;
+        const int32_t n = DateToInteger(quick, date, 0);
+        const int32_t expected = DateDayNumber(core, date).value_or(-1);
+        if (n != expected || quick.errorId() != core.errorId()) {
+          ADD_FAILURE() << text << ": " << n << " (error " << quick.errorId() << "), the core gives " << expected
+                        << " (error " << core.errorId() << ")";
+          ++failures;
+        }
+      }
+    }
+  }
 }
 
 TEST(DateValues, DayOfYearAndParts) {

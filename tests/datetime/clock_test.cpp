@@ -9,6 +9,7 @@
 #include "datetime/calendar.h"
 #include "datetime/clock.h"
 #include "support/fake_context.h"
+#include "support/temp_dir.h"
 
 namespace kp::datetime {
 namespace {
@@ -41,16 +42,15 @@ class DateClock : public ::testing::Test {
   void SetUp() override {
     const char* prefix = std::getenv("KP_PREFIX");
     saved_ = prefix ? prefix : "";
-    dir_ = std::filesystem::temp_directory_path() / ("kp-dt-clock-" + std::to_string(::getpid()));
-    setenv("KP_PREFIX", dir_.string().c_str(), 1);
+    ASSERT_TRUE(dir_.ok());
+    setenv("KP_PREFIX", dir_.path().c_str(), 1);
   }
   void TearDown() override {
     if (saved_.empty()) unsetenv("KP_PREFIX");
     else setenv("KP_PREFIX", saved_.c_str(), 1);
-    std::filesystem::remove_all(dir_);
   }
   std::string saved_;
-  std::filesystem::path dir_;
+  test::TempDir dir_{"kp-dt-clock"};  // a new name for each test
 };
 
 TEST_F(DateClock, SetAndReadTheDate) {

@@ -44,6 +44,8 @@ struct Connection {
   std::unordered_map<const char*, sqlite3_stmt*> statements;
   // The statements resolving a path of 1 to kPathChunk names, by depth - 1.
   std::vector<sqlite3_stmt*> paths;
+  // The statements reading a value at the end of 0 to kPathChunk names, by depth.
+  std::vector<sqlite3_stmt*> values;
   std::unordered_map<HKey, Handle> handles;
   HKey next = 0x1000;
 };
@@ -82,12 +84,14 @@ void Drop(Connection& c, bool close) {
   if (close) {
     for (auto& [sql, stmt] : c.statements) sqlite3_finalize(stmt);
     for (sqlite3_stmt* stmt : c.paths) sqlite3_finalize(stmt);
+    for (sqlite3_stmt* stmt : c.values) sqlite3_finalize(stmt);
     sqlite3_close_v2(c.db);
   }
   // After fork the parent's connection is abandoned, not closed: closing it
   // here could disturb the parent's locks and WAL state.
   c.statements.clear();
   c.paths.clear();
+  c.values.clear();
   c.handles.clear();
   c.db = nullptr;
 }
@@ -375,6 +379,32 @@ sqlite3_stmt* PathStatement(size_t depth) {
   return stmt;
 }
 
+// One statement reading the value named by the last parameter in the key
+// `names` (0 to kPathChunk of them) lead to from ?1: the path and the value
+// in one read.
+sqlite3_stmt* ValueStatement(size_t depth) {
+  auto& values = gConnection.values;
+  if (values.size() <= depth) values.resize(depth + 1, nullptr);
+  sqlite3_stmt*& stmt = values[depth];
+  if (stmt) return stmt;
+  std::string last = "?";
+  last += std::to_string(depth + 2);
+  std::string sql;
+  if (depth == 0) {
+    sql = "SELECT type, data FROM vals WHERE key=?1 AND fold=" + last;
+  } else {
+    sql = "SELECT v.type, v.data FROM keys k1";
+    for (size_t i = 2; i <= depth; ++i)
+      sql += " JOIN keys k" + std::to_string(i) + " ON k" + std::to_string(i) + ".parent=k" + std::to_string(i - 1) +
+             ".id AND k" + std::to_string(i) + ".fold=?" + std::to_string(i + 1);
+    sql += " JOIN vals v ON v.key=k" + std::to_string(depth) + ".id AND v.fold=" + last +
+           " WHERE k1.parent=?1 AND k1.fold=?2";
+  }
+  if (sqlite3_prepare_v3(gConnection.db, sql.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr) != SQLITE_OK)
+    stmt = nullptr;
+  return stmt;
+}
+
 // The key at the end of the path, 0 when a name is missing.
 int64_t Descend(int64_t id, const std::vector<std::u16string_view>& names) {
   for (size_t at = 0; at < names.size() && id; at += kPathChunk) {
@@ -486,6 +516,37 @@ uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t*
   uint32_t length = 0;
   const uint8_t* blob = s.Blob(1, &length);
   return GiveData(blob, length, data, size);
+}
+
+uint32_t ReadValue(HKey parent, std::u16string_view subKey, std::u16string_view name, uint32_t* type,
+                   std::vector<uint8_t>* data) {
+  std::lock_guard lock(gMutex);
+  if (!Db()) return win32::kCantRead;
+  Handle h;
+  if (uint32_t e = Lookup(parent, &h)) return e;
+  if (!(h.access & kQueryValue)) return win32::kAccessDenied;
+  std::vector<std::u16string_view> names;
+  if (!SplitPath(subKey, &names)) return win32::kFileNotFound;
+  sqlite3_stmt* prepared = nullptr;
+  if (names.size() <= kPathChunk) {
+    prepared = ValueStatement(names.size());
+  } else {
+    h.id = Descend(h.id, std::vector<std::u16string_view>(names.begin(), names.end() - kPathChunk));
+    if (!h.id) return win32::kFileNotFound;
+    names.erase(names.begin(), names.end() - kPathChunk);
+    prepared = ValueStatement(kPathChunk);
+  }
+  Stmt s(prepared);
+  if (!s) return win32::kCantRead;
+  s.Bind(1, h.id);
+  for (size_t i = 0; i < names.size(); ++i) s.BindFolded(static_cast<int>(i + 2), names[i]);
+  s.BindFolded(static_cast<int>(names.size() + 2), name);
+  if (s.Step() != SQLITE_ROW) return win32::kFileNotFound;
+  if (type) *type = static_cast<uint32_t>(s.Int(0));
+  uint32_t length = 0;
+  const uint8_t* blob = s.Blob(1, &length);
+  data->assign(blob, blob + length);
+  return win32::kSuccess;
 }
 
 uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8_t* data, uint32_t size) {

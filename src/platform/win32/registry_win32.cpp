@@ -114,6 +114,27 @@ uint32_t QueryValue(HKey key, std::u16string_view name, uint32_t* type, uint8_t*
   return static_cast<uint32_t>(rc);
 }
 
+uint32_t ReadValue(HKey parent, std::u16string_view subKey, std::u16string_view name, uint32_t* type,
+                   std::vector<uint8_t>* data) {
+  HKey key = 0;
+  if (uint32_t rc = OpenKey(parent, subKey, kQueryValue, &key)) return rc;
+  const std::wstring wide = Wide(name);
+  uint32_t rc = ERROR_MORE_DATA;
+  for (int attempt = 0; attempt < 4 && rc == ERROR_MORE_DATA; ++attempt) {
+    DWORD t = 0, s = 0;
+    rc = static_cast<uint32_t>(RegQueryValueExW(ToHkey(key), wide.c_str(), nullptr, &t, nullptr, &s));
+    if (rc != ERROR_SUCCESS) break;
+    data->assign(s, 0);
+    rc = static_cast<uint32_t>(RegQueryValueExW(ToHkey(key), wide.c_str(), nullptr, &t, data->data(), &s));
+    if (rc == ERROR_SUCCESS) {
+      data->resize(s);
+      if (type) *type = t;
+    }
+  }
+  CloseKey(key);
+  return rc;
+}
+
 uint32_t SetValue(HKey key, std::u16string_view name, uint32_t type, const uint8_t* data, uint32_t size) {
   return static_cast<uint32_t>(RegSetValueExW(ToHkey(key), Wide(name).c_str(), 0, type, data, size));
 }
