@@ -39,6 +39,14 @@ static inline int unsetenv(const char* name) {
   return _putenv_s(name, "") == 0 && SetEnvironmentVariableA(name, NULL) ? 0 : -1;
 }
 
+// The page size only (GetSystemInfo's), defined in posix_compat.cpp, where
+// <windows.h> may be included.
+#define _SC_PAGESIZE 30
+#ifdef __cplusplus
+extern "C"
+#endif
+long sysconf(int name);
+
 // The trailing XXXXXX replaced until a new directory can be made.
 static inline char* mkdtemp(char* pattern) {
   const size_t n = strlen(pattern);
