@@ -53,7 +53,10 @@ static inline char* mkdtemp(char* pattern) {
   if (n < 6 || strcmp(pattern + n - 6, "XXXXXX") != 0) return NULL;
   static unsigned counter = 0;
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    unsigned v = (unsigned)_getpid() * 7919u + (++counter) * 104729u + (unsigned)attempt;
+    // The time too: Wine's process ids repeat from run to run, and a device
+    // prefix's registry key outlives its directory.
+    unsigned v = (unsigned)_getpid() * 7919u + (++counter) * 104729u + (unsigned)attempt +
+                 (unsigned)time(NULL) * 2654435761u;
     for (int i = 0; i < 6; ++i, v /= 36) pattern[n - 6 + i] = "0123456789abcdefghijklmnopqrstuvwxyz"[v % 36];
     if (_mkdir(pattern) == 0) return pattern;
   }
