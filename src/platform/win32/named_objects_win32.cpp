@@ -2,8 +2,12 @@
 // mappings, mutexes, semaphores and events, whose semantics the seam copies.
 #include "platform/win32/windows_api.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <string>
 #include <vector>
+
+#include "platform/win32/device_win32.h"
 
 #include "platform/named_objects.h"
 #include "platform/platform.h"
@@ -13,17 +17,60 @@ namespace kp::platform::named {
 
 namespace {
 
+constexpr std::u16string_view kScopes[] = {u"Local\\", u"Global\\"};
+
 // A name as the system takes it: terminated, null for an unnamed object.
+// With a device prefix the name gets a tag of the prefix after its scope,
+// so that the objects of two prefixes never meet, as on POSIX.
 struct WideName {
-  explicit WideName(std::u16string_view name) : text(name.begin(), name.end()) {}
+  explicit WideName(std::u16string_view name) {
+    if (name.empty()) return;
+    std::u16string_view rest = name;
+    for (std::u16string_view scope : kScopes) {
+      if (rest.substr(0, scope.size()) == scope) {
+        text.assign(scope.begin(), scope.end());
+        rest.remove_prefix(scope.size());
+        break;
+      }
+    }
+    const std::wstring prefix = win32dev::FilePrefix();
+    if (!prefix.empty()) {
+      uint64_t hash = 1469598103934665603ull;  // FNV-1a over the prefix, case folded
+      for (wchar_t c : prefix) hash = (hash ^ static_cast<uint16_t>(towlower(c))) * 1099511628211ull;
+      wchar_t tag[32];
+      swprintf(tag, 32, L"kp160std-%016llx-", static_cast<unsigned long long>(hash));
+      text += tag;
+    }
+    text.append(rest.begin(), rest.end());
+  }
   const wchar_t* get() const { return text.empty() ? nullptr : text.c_str(); }
   std::wstring text;
 };
 
+// The checks the system would make in its own way: at most 260 characters,
+// and no backslash but the one that ends the scope (Windows answers 3 for
+// one, the POSIX backend and the seam 161).
 bool NameTooLong(std::u16string_view name) {
-  if (name.size() <= kMaxNameLength) return false;
-  SetLastError(win32::kFilenameExcedRange);
-  return true;
+  if (name.size() > kMaxNameLength) {
+    SetLastError(win32::kFilenameExcedRange);
+    return true;
+  }
+  std::u16string_view rest = name;
+  for (std::u16string_view scope : kScopes) {
+    if (rest.substr(0, scope.size()) == scope) {
+      rest.remove_prefix(scope.size());
+      break;
+    }
+  }
+  if (rest.find(u'\\') != std::u16string_view::npos) {
+    SetLastError(win32::kBadPathname);
+    return true;
+  }
+  if (rest.empty() && rest.size() != name.size()) {
+    SetLastError(win32::kInvalidName);
+    return true;
+  }
+  return false;
 }
 
 Handle Out(HANDLE h) {
@@ -43,7 +90,9 @@ bool Result(BOOL ok) {
 
 Handle CreateMapping(std::u16string_view name, uint64_t size, bool writable) {
   if (NameTooLong(name)) return kNoHandle;
-  if (size == 0) {
+  // A size the system would read as negative is refused as the POSIX backend
+  // refuses it (Wine would make a mapping of it).
+  if (size == 0 || size > static_cast<uint64_t>(INT64_MAX)) {
     SetLastError(win32::kInvalidParameter);
     return kNoHandle;
   }
@@ -138,6 +187,16 @@ uint32_t WaitForObjects(std::span<const Handle> objects, bool all, uint32_t time
   std::vector<HANDLE> handles;
   handles.reserve(objects.size());
   for (Handle h : objects) handles.push_back(In(h));
+  if (all) {
+    // One object twice in a wait for all: Windows refuses it with 87; Wine
+    // would wait.
+    std::vector<HANDLE> sorted = handles;
+    std::sort(sorted.begin(), sorted.end());
+    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) {
+      SetLastError(win32::kInvalidParameter);
+      return kWaitFailed;
+    }
+  }
   const DWORD r =
       ::WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), all ? TRUE : FALSE, timeoutMs);
   if (r == WAIT_FAILED) SetLastError(::GetLastError());

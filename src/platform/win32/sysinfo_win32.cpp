@@ -11,7 +11,9 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/registry.h"
 #include "platform/sysinfo.h"
+#include "platform/win32/device_win32.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::sys {
@@ -376,7 +378,35 @@ void BroadcastSettingChange() {
   }
 }
 
-void EnsureDeviceProfile() {}
+// With a device prefix the registry is the device's own, made empty: it
+// gets the power settings a Pocket PC starts with, as on POSIX (GWES powers
+// off after 3 minutes on battery and 5 on external power; the power
+// manager's time-outs beside them). Without one the machine's keys are read
+// as they are.
+void EnsureDeviceProfile() {
+  if (win32dev::FilePrefix().empty()) return;
+  struct PowerDefault {
+    std::u16string_view key, name;
+    uint32_t value;
+  };
+  constexpr std::u16string_view kPower = u"SYSTEM\\CurrentControlSet\\Control\\Power";
+  constexpr std::u16string_view kTimeouts = u"SYSTEM\\CurrentControlSet\\Control\\Power\\Timeouts";
+  constexpr PowerDefault kDefaults[] = {
+      {kPower, u"DisableGwesPowerOff", 0},     {kPower, u"BattPowerOff", 180},
+      {kPower, u"ExtPowerOff", 300},           {kTimeouts, u"BattSuspendTimeout", 180},
+      {kTimeouts, u"ACSuspendTimeout", 300},
+  };
+  for (std::u16string_view path : {kPower, kTimeouts}) {
+    reg::KeyHolder key;
+    uint32_t disposition = 0;
+    if (reg::CreateKey(reg::kLocalMachine, path, reg::kAllAccess, key.out(), &disposition) != 0 ||
+        disposition != reg::kCreatedNewKey)
+      continue;
+    for (const PowerDefault& d : kDefaults)
+      if (d.key == path)
+        reg::SetValue(key.get(), d.name, reg::kDword, reinterpret_cast<const uint8_t*>(&d.value), sizeof d.value);
+  }
+}
 
 bool ConnectNetworkDrive(const std::u16string& local, const std::u16string& remote, const std::u16string& user,
                          const std::u16string& password) {

@@ -39,13 +39,24 @@ static inline int unsetenv(const char* name) {
   return _putenv_s(name, "") == 0 && SetEnvironmentVariableA(name, NULL) ? 0 : -1;
 }
 
+// The page size only (GetSystemInfo's), defined in posix_compat.cpp, where
+// <windows.h> may be included.
+#define _SC_PAGESIZE 30
+#ifdef __cplusplus
+extern "C"
+#endif
+long sysconf(int name);
+
 // The trailing XXXXXX replaced until a new directory can be made.
 static inline char* mkdtemp(char* pattern) {
   const size_t n = strlen(pattern);
   if (n < 6 || strcmp(pattern + n - 6, "XXXXXX") != 0) return NULL;
   static unsigned counter = 0;
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    unsigned v = (unsigned)_getpid() * 7919u + (++counter) * 104729u + (unsigned)attempt;
+    // The time too: Wine's process ids repeat from run to run, and a device
+    // prefix's registry key outlives its directory.
+    unsigned v = (unsigned)_getpid() * 7919u + (++counter) * 104729u + (unsigned)attempt +
+                 (unsigned)time(NULL) * 2654435761u;
     for (int i = 0; i < 6; ++i, v /= 36) pattern[n - 6 + i] = "0123456789abcdefghijklmnopqrstuvwxyz"[v % 36];
     if (_mkdir(pattern) == 0) return pattern;
   }
