@@ -128,6 +128,12 @@ constexpr uint32_t kFindAttributes = 1;
 constexpr uint32_t kFindSizeTimes = 2;
 constexpr uint32_t kFindAll = kFindAttributes | kFindSizeTimes;
 FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details = kFindAll);
+// As FindFirstFile(pattern), where the directory of `pattern` is the one
+// `parent` handed out last: a walk down a tree. POSIX lists it through the
+// parent's open directory, without resolving its path from the root again
+// (a link is still taken by its path); elsewhere it is FindFirstFile.
+FindHandle FindFirstFileBelow(FindHandle parent, std::u16string_view pattern, FindData* data,
+                              uint32_t details = kFindAll);
 // false with 18 at the end.
 bool FindNextFile(FindHandle find, FindData* data);
 void FindClose(FindHandle find);

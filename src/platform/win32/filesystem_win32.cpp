@@ -166,6 +166,10 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t) 
   return reinterpret_cast<FindHandle>(h);
 }
 
+FindHandle FindFirstFileBelow(FindHandle, std::u16string_view pattern, FindData* data, uint32_t details) {
+  return FindFirstFile(pattern, data, details);
+}
+
 bool FindNextFile(FindHandle find, FindData* data) {
   WIN32_FIND_DATAW w;
   do {
