@@ -120,6 +120,29 @@ TEST_F(PathResolution, ListingBelowAnEntryMatchesItsPathAndStaysInside) {
   EXPECT_EQ(below[u"real"], (std::vector<std::u16string>{u"r.txt"}));
 }
 
+// The whole-file read of INILit: exact bytes at any size, a name in
+// another case, and the errors the INI functions tell apart.
+TEST_F(PathResolution, ReadWholeFileGivesTheBytesOrTheReason) {
+  std::string big(70000, 'x');
+  for (size_t i = 0; i < big.size(); i += 97) big[i] = static_cast<char>('a' + i % 26);
+  PutFile("dir/big.ini", big);
+  PutFile("dir/one.ini", "1");
+  PutFile("dir/empty.ini", "");
+  std::string bytes = "stale";
+  EXPECT_EQ(fs::ReadWholeFile(u"\\DIR\\Big.INI", &bytes), 0u);
+  EXPECT_EQ(bytes, big);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\one.ini", &bytes), 0u);
+  EXPECT_EQ(bytes, "1");
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\empty.ini", &bytes), 0u);
+  EXPECT_EQ(bytes, "");
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\none.ini", &bytes), 2u);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\nodir\\none.ini", &bytes), 3u);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir", &bytes), 5u);
+  ASSERT_EQ(mkfifo(Host("dir/fifo.ini").c_str(), 0600), 0);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\fifo.ini", &bytes), 5u);  // refused, without waiting for a writer
+  EXPECT_EQ(bytes, "");
+}
+
 TEST_F(PathResolution, SymbolicLinksLeadingOutsideAreRefused) {
   std::filesystem::create_directories(dir_ + "/outside");
   std::ofstream(dir_ + "/outside/secret") << "secret";
