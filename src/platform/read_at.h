@@ -1,7 +1,8 @@
 // kp160std — a read at a given offset of a file opened by
 // platform::fs::CreateFile, in one system call where the system has one.
-// The line reader reads the file afresh at every call (another process may
-// have changed it), so the cost of each read is the cost of a line.
+// The line reader reads through a FileView (below) where it can, and with
+// ReadFileAt where it cannot (no mapping, a line across the window's end,
+// the end of the file): each such read is one line's cost.
 //
 // Unlike ReadFile it says nothing of the handle's position afterwards: the
 // caller puts the position where it wants it before any other transfer. At
