@@ -8,6 +8,10 @@
 #include <regex>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "abi/error.h"
 #include "abi/strings.h"
 #include "abi/messages.h"
@@ -304,14 +308,226 @@ bool AssembleLine(project::IXStream& stream, bool unicode, std::u16string* line,
   return true;
 }
 
+namespace {
+
+// fLitLigne through the handle's mapped window on the file (FileView): the
+// bytes are the system's cache of the file itself, so a rewrite in place or
+// an append by anyone is seen at the next line without a system call, and
+// the usual line costs a scan and a copy, as getline's does.
+//
+// Only a file cut short is not seen in the pages: that is why the size
+// known from the last question (`knownSize`) bounds every scan, and why a
+// line is taken from the window only when
+//   - its terminator was found there: a file cut before the terminator's
+//     last byte would read as zeros from its new end to the end of that page,
+//     and the pages past it fault (ReadView fails): a CR LF read there is in
+//     the file, and so is every byte before it; or
+//   - it runs to the end of the file, with the size asked afresh before the
+//     bytes were read.
+// Anything else (no window on this handle, the position at or past the
+// known end, a page gone, a line that crosses the window's end) reads the
+// line from the file as before, which is exact by construction.
+constexpr int64_t kWindow = 8 * 1024 * 1024;
+
+// One line's work in the window, done in one guarded call: find the
+// terminator, and widen the bytes before it (or to the known end) into
+// `out` when they fit there. Nothing here allocates: a fault leaves it.
+struct LineJob {
+  const uint8_t* data;  // the byte at the position
+  size_t size;          // to the known end or the window's, whichever comes first
+  const uint8_t* end;
+  uint32_t endSize;
+  uint32_t unit;
+  bool wholeIfNone;  // no terminator: the line is every byte (the size was just asked)
+  char16_t* out;
+  size_t room;  // characters
+  // Results.
+  size_t found;  // the terminator's offset, or size
+  bool widened;
+  uint8_t high;  // every byte ORed: 0x80 set when the line is not ASCII
+};
+
+void Widen(const uint8_t* __restrict b, size_t bytes, bool unicode, char16_t* __restrict out, uint8_t* high) {
+  if (unicode) {
+    for (size_t i = 0; i + 1 < bytes; i += 2) out[i / 2] = static_cast<char16_t>(b[i] | (b[i + 1] << 8));
+    return;
+  }
+  uint8_t h = 0;
+  for (size_t i = 0; i < bytes; ++i) h |= b[i];
+  for (size_t i = 0; i < bytes; ++i) out[i] = b[i];
+  *high = h;
+}
+
+// The ANSI line in one pass: 16 bytes at a time are searched for a CR and
+// widened together, which is most of a short line's cost.
+void FindAndWidenAnsi(LineJob* job) {
+  const uint8_t* d = job->data;
+  const size_t n = job->size;
+  char16_t* out = job->out;
+  uint8_t high = 0;
+  size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i cr = _mm_set1_epi8(0x0D);
+  const __m128i zero = _mm_setzero_si128();
+  for (; i + 16 <= n; i += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(d + i));
+    size_t found = n;
+    for (unsigned m = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, cr))); m; m &= m - 1) {
+      const size_t j = i + static_cast<size_t>(__builtin_ctz(m));
+      if (j + 1 < n && d[j + 1] == 0x0A) {
+        found = j;
+        break;
+      }
+    }
+    // The whole block is widened even past the terminator: `out` has room for it.
+    const bool room = i + 16 <= job->room;
+    if (room) {
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(v, zero));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 8), _mm_unpackhi_epi8(v, zero));
+    }
+    const auto signs = static_cast<unsigned>(_mm_movemask_epi8(v));
+    if (found == n) {
+      if (signs) high = 0x80;
+      continue;
+    }
+    if (signs & ((1u << (found - i)) - 1)) high = 0x80;
+    job->found = found;
+    job->high = high;
+    job->widened = room;
+    return;
+  }
+#endif
+  // The last bytes of the known file, one by one.
+  size_t found = n;
+  for (size_t j = i; j + 1 < n; ++j) {
+    if (d[j] == 0x0D && d[j + 1] == 0x0A) {
+      found = j;
+      break;
+    }
+  }
+  job->found = found;
+  job->widened = false;
+  if ((found == n && !job->wholeIfNone) || found > job->room) return;
+  for (size_t j = i; j < found; ++j) {
+    high |= d[j];
+    out[j] = d[j];
+  }
+  job->high = high;
+  job->widened = true;
+}
+
+void FindAndWiden(void* arg) {
+  auto* job = static_cast<LineJob*>(arg);
+  if (job->unit == 1) {
+    FindAndWidenAnsi(job);
+    return;
+  }
+  job->found = job->size;
+  job->widened = false;
+  const uint8_t* data = job->data;
+  if (job->size >= job->endSize) {
+    const size_t last = job->size - job->endSize;  // every offset up to it holds a whole terminator
+    for (const uint8_t* p = data; (p = static_cast<const uint8_t*>(std::memchr(p, 0x0D, last + 1 - (p - data))));
+         ++p) {
+      const auto j = static_cast<size_t>(p - data);
+      if (j % job->unit == 0 && std::memcmp(p, job->end, job->endSize) == 0) {
+        job->found = j;
+        break;
+      }
+    }
+  }
+  if (job->found == job->size && !job->wholeIfNone) return;
+  if (job->found / job->unit > job->room) return;
+  Widen(data, job->found, job->unit == 2, job->out, &job->high);
+  job->widened = true;
+}
+
+void WidenLong(void* arg) {
+  auto* job = static_cast<LineJob*>(arg);
+  Widen(job->data, job->found, job->unit == 2, job->out, &job->high);
+}
+
+// True with the line and the position moved past it; false: read it from the file.
+bool MappedLine(HandleEntry& entry, std::u16string* line) {
+  if (entry.noView) return false;
+  project::IXStream& stream = *entry.stream;
+  const int64_t pos = stream.Position();
+  bool fresh = false;
+  if (entry.knownSize < 0 || pos >= entry.knownSize) {
+    entry.knownSize = stream.Size();
+    fresh = true;
+  }
+  const bool unicode = entry.unicode;
+  // Most lines fit here; the line is then made at its size in one go.
+  constexpr size_t kRoom = 512;
+  thread_local char16_t scratch[kRoom];
+  LineJob job{};
+  job.end = unicode ? kUnicodeEnd : kAnsiEnd;
+  job.endSize = unicode ? 4 : 2;
+  job.unit = unicode ? 2 : 1;
+  job.out = scratch;
+  job.room = kRoom;
+  fs::FileView& view = entry.view;
+  while (true) {
+    // At the end, or the size unknown: the read says which, exactly.
+    if (pos >= entry.knownSize) return false;
+    if (!view.mapped() || pos < view.offset() || pos >= view.end()) {
+      if (!view.Map(stream.Handle(), pos - pos % kWindow, kWindow)) {
+        entry.noView = true;
+        return false;
+      }
+    }
+    const int64_t limit = std::min(entry.knownSize, view.end());
+    job.data = view.At(pos);
+    job.size = static_cast<size_t>(limit - pos);
+    job.wholeIfNone = fresh && entry.knownSize <= view.end();
+    if (!fs::ReadView(view, FindAndWiden, &job)) {
+      entry.knownSize = -1;
+      return false;
+    }
+    if (job.found == job.size && !job.wholeIfNone) {
+      if (fresh) return false;  // the line crosses the window's end
+      // The known end reached without a terminator: the file may have grown (or shrunk) since.
+      entry.knownSize = stream.Size();
+      fresh = true;
+      continue;
+    }
+    const size_t chars = job.found / job.unit;
+    if (job.widened) {
+      line->assign(scratch, chars);
+    } else {
+      line->resize(chars);
+      job.out = line->data();
+      if (!fs::ReadView(view, WidenLong, &job)) {
+        entry.knownSize = -1;
+        return false;
+      }
+    }
+    if (!unicode && job.high >= 0x80) {
+      // The code page's converter reads a copy: it allocates, which a read of the window must not.
+      std::string bytes(line->size(), '\0');
+      for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>((*line)[i]);
+      *line = FromEightBit(bytes);
+    }
+    const bool terminated = job.found < job.size;
+    stream.MoveTo(pos + static_cast<int64_t>(job.found) + (terminated ? job.endSize : 0));
+    return true;
+  }
+}
+
+}  // namespace
+
 std::u16string ReadLine(ExecContext* context, int32_t handle) {
-  if (HandleEntry* block = Block(handle)) return MemReadLine(context, *block);
+  // One look-up in the table: this is the cost of every line.
   HandleEntry* entry = Valid(context, handle);
+  if (!entry) return {};
+  if (entry->kind == HandleEntry::kOther) return MemReadLine(context, *entry);
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return {};
+  std::u16string line;
+  if (MappedLine(*entry, &line)) return line;
   // The line is read first: a byte at the position shows that the file goes
   // on, so its size is asked only when nothing was there.
-  std::u16string line;
   bool nothing = false;
   if (!AssembleLine(*stream, entry->unicode, &line, &nothing)) {
     RecordSystemError(context, stream->LastSystemError());

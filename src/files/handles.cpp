@@ -67,6 +67,7 @@ void HandleTable::CloseAll() {
 
 void CloseEntry(HandleEntry& entry) {
   if (entry.kind == HandleEntry::kDiskFile) {
+    entry.view.Unmap();
     if (entry.stream) entry.stream->Close();
     entry.stream.reset();
   } else {

@@ -15,6 +15,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/read_at.h"
 #include "project/stream.h"
 
 namespace kp::files {
@@ -32,6 +33,11 @@ struct HandleEntry {
   std::unique_ptr<project::IXStream> stream;  // kDiskFile
   std::unique_ptr<OtherStream> other;         // kOther
   bool unicode = false;
+  // fLitLigne's mapped window on a disk file (see MappedLine in file_io.cpp),
+  // the file's size when it last asked, and whether mapping was refused.
+  platform::fs::FileView view;
+  int64_t knownSize = -1;
+  bool noView = false;
 };
 
 class HandleTable {

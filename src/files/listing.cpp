@@ -48,12 +48,25 @@ bool OnWalk(const std::vector<std::pair<uint64_t, uint64_t>>& inside, const fs::
 bool Wanted(const fs::FindData& d, bool directories) { return ((d.attributes & fs::kAttrDirectory) != 0) == directories; }
 
 // --- walks -----------------------------------------------------------------
-std::vector<fs::FindData> Entries(const std::u16string& pattern, uint32_t details) {
+// A listing closed when it goes out of scope.
+struct Listing {
+  fs::FindHandle h;
+  explicit Listing(fs::FindHandle handle) : h(handle) {}
+  ~Listing() {
+    if (h != fs::kInvalidFind) fs::FindClose(h);
+  }
+  Listing(const Listing&) = delete;
+  Listing& operator=(const Listing&) = delete;
+};
+
+// The entries of `pattern`, whose directory is the one `parent` handed out
+// last (kInvalidFind: resolved from the root).
+std::vector<fs::FindData> Entries(fs::FindHandle parent, const std::u16string& pattern, uint32_t details) {
   std::vector<fs::FindData> out;
   fs::FindData data;
-  const fs::FindHandle h = fs::FindFirstFile(pattern, &data, details);
+  const fs::FindHandle h = fs::FindFirstFileBelow(parent, pattern, &data, details);
   if (h == fs::kInvalidFind) return out;
-  do out.push_back(data);
+  do out.push_back(std::move(data));
   while (fs::FindNextFile(h, &data));
   fs::FindClose(h);
   return out;
@@ -122,8 +135,10 @@ struct Walk {
     return details;
   }
 
-  void Visit(const std::u16string& dir, std::u16string_view namePattern) {
-    for (const fs::FindData& d : Entries(dir + std::u16string(namePattern), Details(directories))) {
+  // Lists `dir`, which `parent` handed out last (kInvalidFind: the start),
+  // and walks down through the handles of the listings.
+  void Visit(const std::u16string& dir, std::u16string_view namePattern, fs::FindHandle parent = fs::kInvalidFind) {
+    for (const fs::FindData& d : Entries(parent, dir + std::u16string(namePattern), Details(directories))) {
       if (stopped) return;
       const bool isDir = d.attributes & fs::kAttrDirectory;
       if (isDir != directories) continue;
@@ -132,7 +147,10 @@ struct Walk {
       if (!Report(dir, d)) stopped = true;
     }
     if (stopped || (options & frNotRecursive)) return;
-    for (const fs::FindData& d : Entries(dir + u"*.*", Details(true))) {
+    fs::FindData d;
+    const Listing all(fs::FindFirstFileBelow(parent, dir + u"*.*", &d, Details(true)));
+    if (all.h == fs::kInvalidFind) return;
+    do {
       if (stopped) return;
       if (!(d.attributes & fs::kAttrDirectory)) continue;
       if ((options & frNoHiddenDirectory) && (d.attributes & fs::kAttrHidden)) continue;
@@ -141,9 +159,9 @@ struct Walk {
       if (OnWalk(inside, d)) continue;
       const bool known = d.device != 0 || d.inode != 0;
       if (known) inside.emplace_back(d.device, d.inode);
-      Visit(dir + d.name + u"\\", namePattern);
+      Visit(dir + d.name + u"\\", namePattern, all.h);
       if (known) inside.pop_back();
-    }
+    } while (fs::FindNextFile(all.h, &d));
   }
 };
 
@@ -183,13 +201,14 @@ int32_t ListWith(ExecContext* context, std::u16string_view pattern, std::u16stri
 }
 
 // fRepTaille's walk: -1 on failure (the error is recorded). `inside` holds
-// the directories the walk is in (see Walk::inside).
+// the directories the walk is in (see Walk::inside); `parent` handed out
+// `dir` last (kInvalidFind: the start).
 int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
-               std::vector<std::pair<uint64_t, uint64_t>>* inside) {
+               std::vector<std::pair<uint64_t, uint64_t>>* inside, fs::FindHandle parent) {
   int64_t total = 0;
   fs::FindData d;
   // The sizes and the directory bit are all this walk reads.
-  const fs::FindHandle h = fs::FindFirstFile(dir + u"*", &d, fs::kFindSizeTimes);
+  const fs::FindHandle h = fs::FindFirstFileBelow(parent, dir + u"*", &d, fs::kFindSizeTimes);
   if (h == fs::kInvalidFind) {
     const uint32_t code = platform::LastError();
     if (code == win32::kFileNotFound || code == win32::kNoMoreFiles) return 0;
@@ -216,7 +235,7 @@ int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
     }
     const bool known = d.device != 0 || d.inode != 0;
     if (known) inside->emplace_back(d.device, d.inode);
-    const int64_t sub = SizeOf(context, dir + d.name + u"\\", options, inside);
+    const int64_t sub = SizeOf(context, dir + d.name + u"\\", options, inside, h);
     if (known) inside->pop_back();
     if (sub < 0) return -1;
     total += sub;
@@ -286,7 +305,7 @@ int64_t DirSize(ExecContext* context, std::u16string_view path, int32_t options)
   }
   if (!CheckAbsolute(context, path)) return -1;
   std::vector<std::pair<uint64_t, uint64_t>> inside;
-  return SizeOf(context, layer::WithSeparator(path), options, &inside);
+  return SizeOf(context, layer::WithSeparator(path), options, &inside, fs::kInvalidFind);
 }
 
 }  // namespace kp::files

@@ -128,6 +128,18 @@ constexpr uint32_t kFindAttributes = 1;
 constexpr uint32_t kFindSizeTimes = 2;
 constexpr uint32_t kFindAll = kFindAttributes | kFindSizeTimes;
 FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details = kFindAll);
+// The whole of a regular file, by its device name, for the readers that take
+// a file at once (INILit): 0 or the Win32 error (2 no such file, 3 no such
+// directory or the root, 5 not a regular file or no access). A missing file
+// leaves `bytes` empty.
+uint32_t ReadWholeFile(std::u16string_view name, std::string* bytes);
+
+// As FindFirstFile(pattern), where the directory of `pattern` is the one
+// `parent` handed out last: a walk down a tree. POSIX lists it through the
+// parent's open directory, without resolving its path from the root again
+// (a link is still taken by its path); elsewhere it is FindFirstFile.
+FindHandle FindFirstFileBelow(FindHandle parent, std::u16string_view pattern, FindData* data,
+                              uint32_t details = kFindAll);
 // false with 18 at the end.
 bool FindNextFile(FindHandle find, FindData* data);
 void FindClose(FindHandle find);

@@ -56,6 +56,7 @@ class IXStream {
   int64_t Position() const { return position_; }
   uint32_t LastSystemError() const { return lastError_; }
   const std::u16string& Name() const { return name_; }
+  platform::fs::FileHandle Handle() const { return file_; }
 
   // Reads one line ending at CR LF (not part of the line) or at the end of
   // the file, at most `maxChars` characters: UTF-16 LE when `unicode`, else

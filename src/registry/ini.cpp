@@ -197,9 +197,9 @@ std::u16string IniRead(std::u16string_view section, std::u16string_view key,
   uint32_t rc = win32::kPathNotFound;
   std::u16string answer(fallback.value_or(std::u16string_view()));
   if (capacity != 0) {
+    // The file is found once, by its device name, and read in one go.
     std::string bytes;
-    const auto path = platform::fs::DeviceRelativePath(file);
-    if (path) rc = platform::reg::ReadDeviceFile(*path, &bytes);
+    rc = platform::fs::ReadWholeFile(file, &bytes);
     if (rc == win32::kSuccess) {
       if (auto found = IniReadBytes(bytes, ToEightBit(section), ToEightBit(key))) answer = FromEightBit(*found);
     }

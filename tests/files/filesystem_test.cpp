@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+
 #include "files/files_fixture.h"
 #include "platform/filesystem.h"
 #include "platform/platform.h"
@@ -62,6 +64,75 @@ TEST_F(PathResolution, DotDotAndDotAreRefused) {
   }
   EXPECT_FALSE(fs::CreateDirectory(u"\\..\\escaped"));
   EXPECT_FALSE(std::filesystem::exists(dir_ + "/escaped"));
+}
+
+// The names of a listing, from its first entry on.
+std::vector<std::u16string> Names(fs::FindHandle h, fs::FindData* first) {
+  std::vector<std::u16string> names;
+  if (h == fs::kInvalidFind) return names;
+  names.push_back(first->name);
+  while (fs::FindNextFile(h, first)) names.push_back(first->name);
+  fs::FindClose(h);
+  return names;
+}
+
+// A walk enters a subdirectory through its parent's listing: the same
+// entries as by its path, a link inside still followed by its path, and a
+// directory swapped for a link that leads outside after the parent was
+// listed is not entered.
+TEST_F(PathResolution, ListingBelowAnEntryMatchesItsPathAndStaysInside) {
+  PutFile("top/sub/b.txt", "b");
+  PutFile("top/sub/a.txt", "a");
+  PutFile("top/real/r.txt", "r");
+  ASSERT_EQ(symlink(Host("top/real").c_str(), Host("top/alias").c_str()), 0);
+  std::filesystem::create_directories(dir_ + "/outside");
+  std::ofstream(dir_ + "/outside/secret") << "secret";
+  fs::FindData d;
+  const fs::FindHandle parent = fs::FindFirstFile(u"\\top\\*", &d);
+  ASSERT_NE(parent, fs::kInvalidFind);
+  std::map<std::u16string, std::vector<std::u16string>> below;
+  do {
+    fs::FindData first;
+    const std::u16string pattern = u"\\top\\" + d.name + u"\\*";
+    below[d.name] = Names(fs::FindFirstFileBelow(parent, pattern, &first), &first);
+    fs::FindData byPath;
+    EXPECT_EQ(below[d.name], Names(fs::FindFirstFile(pattern, &byPath), &byPath)) << std::string(d.name.begin(), d.name.end());
+    if (d.name == u"real") {
+      // Swapped for a link to outside once listed: not entered.
+      std::filesystem::rename(Host("top/real"), Host("top/was-real"));
+      ASSERT_EQ(symlink((dir_ + "/outside").c_str(), Host("top/real").c_str()), 0);
+      fs::FindData swapped;
+      EXPECT_EQ(fs::FindFirstFileBelow(parent, pattern, &swapped), fs::kInvalidFind);
+      EXPECT_NE(swapped.name, u"secret");
+    }
+  } while (fs::FindNextFile(parent, &d));
+  fs::FindClose(parent);
+  EXPECT_EQ(below[u"sub"], (std::vector<std::u16string>{u"a.txt", u"b.txt"}));
+  EXPECT_EQ(below[u"alias"], (std::vector<std::u16string>{u"r.txt"}));
+  EXPECT_EQ(below[u"real"], (std::vector<std::u16string>{u"r.txt"}));
+}
+
+// The whole-file read of INILit: exact bytes at any size, a name in
+// another case, and the errors the INI functions tell apart.
+TEST_F(PathResolution, ReadWholeFileGivesTheBytesOrTheReason) {
+  std::string big(70000, 'x');
+  for (size_t i = 0; i < big.size(); i += 97) big[i] = static_cast<char>('a' + i % 26);
+  PutFile("dir/big.ini", big);
+  PutFile("dir/one.ini", "1");
+  PutFile("dir/empty.ini", "");
+  std::string bytes = "stale";
+  EXPECT_EQ(fs::ReadWholeFile(u"\\DIR\\Big.INI", &bytes), 0u);
+  EXPECT_EQ(bytes, big);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\one.ini", &bytes), 0u);
+  EXPECT_EQ(bytes, "1");
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\empty.ini", &bytes), 0u);
+  EXPECT_EQ(bytes, "");
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\none.ini", &bytes), 2u);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\nodir\\none.ini", &bytes), 3u);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir", &bytes), 5u);
+  ASSERT_EQ(mkfifo(Host("dir/fifo.ini").c_str(), 0600), 0);
+  EXPECT_EQ(fs::ReadWholeFile(u"\\dir\\fifo.ini", &bytes), 5u);  // refused, without waiting for a writer
+  EXPECT_EQ(bytes, "");
 }
 
 TEST_F(PathResolution, SymbolicLinksLeadingOutsideAreRefused) {

@@ -4,6 +4,7 @@
 // name of this process, or by another process) must never leave stale bytes
 // behind.
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -272,6 +273,93 @@ TEST_F(ReadAhead, ALoopReadsWhatAnotherProcessAppends) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_EQ(all, U(expected));
   EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  EXPECT_EQ(Close(ctx_, h), 0);
+}
+
+}  // namespace
+}  // namespace kp::test
+
+namespace kp::test {
+namespace {
+
+using namespace kp::files;
+
+// Every line of the handle to its end, as fLitLigne gives them.
+std::vector<std::u16string> AllLines(ExecContext* ctx, int32_t h) {
+  std::vector<std::u16string> out;
+  for (std::u16string line; (line = ReadLine(ctx, h)) != kEndOfFile;) out.push_back(line);
+  return out;
+}
+
+// The lines of ASCII bytes ending at CR LF, the last one at the end.
+std::vector<std::u16string> Split(const std::string& bytes) {
+  std::vector<std::u16string> out;
+  size_t at = 0;
+  while (at < bytes.size()) {
+    const size_t end = bytes.find("\r\n", at);
+    out.push_back(U(bytes.substr(at, end == std::string::npos ? std::string::npos : end - at)));
+    at = end == std::string::npos ? bytes.size() : end + 2;
+  }
+  return out;
+}
+
+// The line reader reads a mapped window of the file: a file cut short under
+// it loses the window's pages past its new end, and reading one must give
+// the end of the file (never a crash, never a stale line); the handle then
+// reads on as before, and what is written again is seen.
+TEST_F(ReadAhead, AFileCutShortUnderTheWindowEndsWithoutAFault) {
+  std::string text;
+  for (int i = 0; text.size() < 5 * 4096; ++i) text += "line " + std::to_string(i) + "\r\n";
+  PutFile("cut.txt", text);
+  const int32_t h = Open(ctx_, u"\\cut.txt", foRead);
+  ASSERT_GE(h, 2);
+  EXPECT_EQ(ReadLine(ctx_, h), u"line 0");  // the window is mapped, the size known
+  const int fd = ::open(Host("cut.txt").c_str(), O_WRONLY);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(ftruncate(fd, 100), 0);
+  // Three pages past the new end: that page is gone.
+  EXPECT_EQ(Seek(ctx_, h, 3 * 4096 + 10, 0), 3 * 4096 + 10);
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  EXPECT_FALSE(ctx_.hasError());
+  // From the start: the lines of the 100 bytes left, not the zeros after them.
+  EXPECT_EQ(Seek(ctx_, h, 0, 0), 0);
+  EXPECT_EQ(AllLines(ctx_, h), Split(text.substr(0, 100)));
+  // Written again past the cut: seen at once.
+  const std::string more = "\r\nagain\r\n";
+  ASSERT_EQ(pwrite(fd, more.data(), more.size(), 100), static_cast<ssize_t>(more.size()));
+  EXPECT_EQ(Seek(ctx_, h, 0, 0), 0);
+  EXPECT_EQ(AllLines(ctx_, h), Split(text.substr(0, 100) + more));
+  ::close(fd);
+  EXPECT_FALSE(ctx_.hasError());
+  EXPECT_EQ(Close(ctx_, h), 0);
+}
+
+// A line across the end of the window (8 MB) is read as any other, and so
+// are the lines of the next window.
+TEST_F(ReadAhead, LinesAcrossTheWindowsEdgeComeOutWhole) {
+  const size_t kWindow = 8 * 1024 * 1024;
+  for (const size_t cr : {kWindow - 1, kWindow - 2, kWindow + 5}) {
+    SCOPED_TRACE(cr);
+    std::string text(kWindow + 64, 'w');
+    text.replace(10, 2, "\r\n");
+    text.replace(cr, 2, "\r\n");
+    text.replace(kWindow + 20, 2, "\r\n");
+    PutFile("big.txt", text);
+    const int32_t h = Open(ctx_, u"\\big.txt", foRead);
+    ASSERT_GE(h, 2);
+    EXPECT_EQ(AllLines(ctx_, h), Split(text));
+    EXPECT_EQ(Close(ctx_, h), 0);
+  }
+}
+
+// The reader's fault handler takes only the faults of its own window: any
+// other SIGBUS still ends the process.
+TEST_F(ReadAhead, AnotherBusErrorStillEndsTheProcess) {
+  PutFile("b.txt", "x\r\n");
+  const int32_t h = Open(ctx_, u"\\b.txt", foRead);
+  ASSERT_GE(h, 2);
+  EXPECT_EQ(ReadLine(ctx_, h), u"x");  // the handler is in place
+  EXPECT_EXIT(raise(SIGBUS), ::testing::KilledBySignal(SIGBUS), "");
   EXPECT_EQ(Close(ctx_, h), 0);
 }
 

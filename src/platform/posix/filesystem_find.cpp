@@ -33,31 +33,27 @@ namespace {
 struct FindState {
   std::vector<FindData> entries;
   size_t next = 0;
+  // The directory listed, kept open so that a walk enters its
+  // subdirectories through it (FindFirstFileBelow), with its path from the
+  // root, "/"-ended (empty for the root), and the on-disk names of its
+  // subdirectories, by entry.
+  std::unique_ptr<DIR, int (*)(DIR*)> dir{nullptr, closedir};
+  std::string prefix;
+  std::vector<std::string> onDisk;
 };
 
-}  // namespace
-
-FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details) {
-  const size_t cut = pattern.find_last_of(u"\\/");
-  if (cut == std::u16string_view::npos) return Fail(win32::kInvalidName), kInvalidFind;
-  const std::u16string_view leaf = pattern.substr(cut + 1);
-  Location dir;
-  if (!detail::Locate(cut == 0 ? pattern.substr(0, 1) : pattern.substr(0, cut), &dir)) return kInvalidFind;
-  if (!dir.exists || !S_ISDIR(dir.st.st_mode)) return Fail(win32::kPathNotFound), kInvalidFind;
-  if (leaf.empty()) return Fail(win32::kFileNotFound), kInvalidFind;
-  const int dfd = OpenAt(dir, O_RDONLY | O_DIRECTORY);
-  if (dfd < 0) return Fail(Win32FromErrno(errno)), kInvalidFind;
-  DIR* d = fdopendir(dfd);
-  if (!d) {
-    const int e = errno;
-    close(dfd);
-    return Fail(Win32FromErrno(e)), kInvalidFind;
-  }
-  const std::unique_ptr<DIR, int (*)(DIR*)> closer(d, closedir);
-  const std::string prefix = dir.isRoot ? std::string() : dir.relative + "/";
+// Lists the open directory `dfd` (taken over), whose path from the root is
+// `prefix`, as FindFirstFile does.
+FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, FindData* data, uint32_t details) {
+  DIR* d = fdopendir(dfd.get());
+  if (!d) return Fail(Win32FromErrno(errno)), kInvalidFind;
+  dfd.release();
   auto state = std::make_unique<FindState>();
+  state->dir.reset(d);
+  const int fd = dirfd(d);
   // "*" and "*.*" take every name: no need to fold each one.
   const bool everything = leaf == u"*" || leaf == u"*.*";
+  std::vector<std::pair<size_t, std::string>> subdirectories;
   while (dirent* e = readdir(d)) {
     if (std::strcmp(e->d_name, ".") == 0 || std::strcmp(e->d_name, "..") == 0) continue;
     std::u16string entry = names::FromUtf8(e->d_name);
@@ -68,21 +64,24 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t d
     // read; a directory is always looked at, for its identity.
     const bool plain = e->d_type == DT_REG;
     if (!plain || details != 0) {
-      if (fstatat(dfd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+      if (fstatat(fd, e->d_name, &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
       haveStat = true;
     }
     UniqueFd object;
     std::string objectLeaf = e->d_name;
-    if (haveStat && S_ISLNK(st.st_mode)) {
+    const bool link = haveStat && S_ISLNK(st.st_mode);
+    if (link) {
       Location target;
       if (LocateBeneath(prefix + e->d_name, &target) != win32::kSuccess || !target.exists) continue;
       st = target.st;
       objectLeaf = target.leaf;
       if (details & kFindAttributes) object = detail::OpenObject(target);
     } else if (details & kFindAttributes) {
-      object = detail::OpenObjectAt(dfd, e->d_name);
+      object = detail::OpenObjectAt(fd, e->d_name);
     }
     const bool isDir = haveStat ? S_ISDIR(st.st_mode) : e->d_type == DT_DIR;
+    // A directory reached through a link is entered by its path, from the root again.
+    if (isDir && !link) subdirectories.emplace_back(state->entries.size(), e->d_name);
     FindData f;
     f.name = std::move(entry);
     f.attributes = (details & kFindAttributes) ? detail::AttributesOf(object.get(), objectLeaf, st)
@@ -99,19 +98,62 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t d
     state->entries.push_back(std::move(f));
   }
   if (state->entries.empty()) return Fail(win32::kFileNotFound), kInvalidFind;
-  std::sort(state->entries.begin(), state->entries.end(),
-            [](const FindData& a, const FindData& b) { return a.name < b.name; });
-  *data = state->entries[0];
+  // Sorted by name, the on-disk names of the subdirectories following their entries.
+  std::vector<size_t> order(state->entries.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(),
+            [&](size_t a, size_t b) { return state->entries[a].name < state->entries[b].name; });
+  std::vector<FindData> sorted;
+  sorted.reserve(order.size());
+  for (size_t i : order) sorted.push_back(std::move(state->entries[i]));
+  state->entries = std::move(sorted);
+  if (!subdirectories.empty()) {
+    std::vector<size_t> rank(order.size());
+    for (size_t i = 0; i < order.size(); ++i) rank[order[i]] = i;
+    state->onDisk.resize(order.size());
+    for (auto& [index, name] : subdirectories) state->onDisk[rank[index]] = std::move(name);
+  }
+  state->prefix = std::move(prefix);
+  // Each entry is handed out once: moved, not copied.
+  *data = std::move(state->entries[0]);
   state->next = 1;
   SetLastError(win32::kSuccess);
   return reinterpret_cast<FindHandle>(state.release());
+}
+
+}  // namespace
+
+FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details) {
+  const size_t cut = pattern.find_last_of(u"\\/");
+  if (cut == std::u16string_view::npos) return Fail(win32::kInvalidName), kInvalidFind;
+  const std::u16string_view leaf = pattern.substr(cut + 1);
+  Location dir;
+  if (!detail::Locate(cut == 0 ? pattern.substr(0, 1) : pattern.substr(0, cut), &dir)) return kInvalidFind;
+  if (!dir.exists || !S_ISDIR(dir.st.st_mode)) return Fail(win32::kPathNotFound), kInvalidFind;
+  if (leaf.empty()) return Fail(win32::kFileNotFound), kInvalidFind;
+  UniqueFd dfd(OpenAt(dir, O_RDONLY | O_DIRECTORY));
+  if (!dfd) return Fail(Win32FromErrno(errno)), kInvalidFind;
+  return List(std::move(dfd), dir.isRoot ? std::string() : dir.relative + "/", leaf, data, details);
+}
+
+FindHandle FindFirstFileBelow(FindHandle parent, std::u16string_view pattern, FindData* data, uint32_t details) {
+  auto* state = parent == kInvalidFind || parent == 0 ? nullptr : reinterpret_cast<FindState*>(parent);
+  const size_t cut = pattern.find_last_of(u"\\/");
+  if (!state || !state->dir || state->next == 0 || state->next > state->onDisk.size() ||
+      state->onDisk[state->next - 1].empty() || cut == std::u16string_view::npos || cut + 1 == pattern.size())
+    return FindFirstFile(pattern, data, details);
+  const std::string& name = state->onDisk[state->next - 1];
+  // Never through a link: one swapped in since the listing is taken by its path, beneath the root.
+  UniqueFd dfd(openat(dirfd(state->dir.get()), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!dfd) return FindFirstFile(pattern, data, details);
+  return List(std::move(dfd), state->prefix + name + "/", pattern.substr(cut + 1), data, details);
 }
 
 bool FindNextFile(FindHandle find, FindData* data) {
   if (find == kInvalidFind || find == 0) return Fail(win32::kInvalidHandle);
   auto* state = reinterpret_cast<FindState*>(find);
   if (state->next >= state->entries.size()) return Fail(win32::kNoMoreFiles);
-  *data = state->entries[state->next++];
+  *data = std::move(state->entries[state->next++]);
   return true;
 }
 

@@ -179,3 +179,43 @@ uint32_t GetTempFileName(std::u16string_view directory, std::u16string_view pref
 }
 
 }  // namespace kp::platform::fs
+
+namespace kp::platform::fs {
+
+uint32_t ReadWholeFile(std::u16string_view name, std::string* bytes) {
+  bytes->clear();
+  Location at;
+  if (!detail::Locate(name, &at)) return LastError();
+  if (at.isRoot) return win32::kPathNotFound;
+  if (!at.exists) return win32::kFileNotFound;
+  // A directory, a FIFO, a socket or a device node is refused before it is
+  // opened, and again after (it may have been swapped in); the open never
+  // waits for a writer.
+  if (!S_ISREG(at.st.st_mode)) return win32::kAccessDenied;
+  const UniqueFd fd(OpenAt(at, O_RDONLY | O_NONBLOCK | O_NOCTTY));
+  if (!fd) return Win32FromErrno(errno);
+  struct stat st {};
+  if (fstat(fd.get(), &st) != 0) return Win32FromErrno(errno);
+  if (!S_ISREG(st.st_mode)) return win32::kAccessDenied;
+  // One read for the whole file as it was sized, one byte more to see that
+  // it ended there; a file that grew since is read on to its end.
+  size_t have = 0;
+  size_t want = static_cast<size_t>(st.st_size) + 1;
+  while (true) {
+    bytes->resize(have + want);
+    const ssize_t n = sys::Sys().pread(fd.get(), bytes->data() + have, want, static_cast<off_t>(have));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      const int e = errno;
+      bytes->clear();
+      return Win32FromErrno(e);
+    }
+    have += static_cast<size_t>(n);
+    if (static_cast<size_t>(n) < want) break;
+    want = 16384;
+  }
+  bytes->resize(have);
+  return win32::kSuccess;
+}
+
+}  // namespace kp::platform::fs

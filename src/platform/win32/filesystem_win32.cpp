@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/filesystem.h"
+#include "platform/registry.h"
 #include "platform/win32/device_win32.h"
 #include "platform/win32_errors.h"
 
@@ -168,6 +169,16 @@ FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t) 
   }
   Fill(w, data);
   return reinterpret_cast<FindHandle>(h);
+}
+
+uint32_t ReadWholeFile(std::u16string_view name, std::string* bytes) {
+  bytes->clear();
+  const auto path = DeviceRelativePath(name);
+  return path ? reg::ReadDeviceFile(*path, bytes) : win32::kPathNotFound;
+}
+
+FindHandle FindFirstFileBelow(FindHandle, std::u16string_view pattern, FindData* data, uint32_t details) {
+  return FindFirstFile(pattern, data, details);
 }
 
 bool FindNextFile(FindHandle find, FindData* data) {

@@ -10,3 +10,15 @@ bool ReadFileAt(FileHandle file, int64_t offset, void* buffer, uint32_t count, u
 }
 
 }  // namespace kp::platform::fs
+
+namespace kp::platform::fs {
+
+// Not available here: the line reader reads each line from the file instead.
+bool FileView::Map(FileHandle, int64_t, uint64_t) { return false; }
+void FileView::Unmap() {}
+bool ReadView(FileView&, void (*work)(void*), void* arg) {
+  work(arg);
+  return true;
+}
+
+}  // namespace kp::platform::fs
