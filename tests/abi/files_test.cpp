@@ -3,6 +3,7 @@
 // layer's messages in both languages, fLit's failure value and fSupprime's
 // patterns. Each test has a device of its own under a fresh temporary
 // directory.
+#include <signal.h>
 #include <stdlib.h>
 
 #include <filesystem>
@@ -227,3 +228,26 @@ TEST_F(FilesThroughTheHost, ReadLineSeesLinesAppendedAfterTheEnd) {
 }
 
 }  // namespace
+
+// fLitLigne's mapped window puts a SIGBUS handler of the library in place;
+// the handler's code leaves with the library, so unloading it puts the
+// previous handler back.
+TEST_F(FilesThroughTheHost, TheLineReadersBusHandlerLeavesWithTheLibrary) {
+  Put("lines.txt", "one\r\ntwo\r\n");
+  struct sigaction before {};
+  ASSERT_EQ(sigaction(SIGBUS, nullptr, &before), 0);
+  {
+    auto lib = kp::abi::Load();
+    ASSERT_TRUE(lib);
+    kphost::Evaluator evaluator(*lib);
+    ASSERT_TRUE(evaluator.Evaluate(R"(h = fOuvre("\lines.txt", foLecture))").ok());
+    EXPECT_EQ(kphost::Utf8(evaluator.Evaluate("fLitLigne(h)").value.text), "one");
+    struct sigaction during {};
+    ASSERT_EQ(sigaction(SIGBUS, nullptr, &during), 0);
+    EXPECT_TRUE(during.sa_flags & SA_SIGINFO) << "the window was read without the guard";
+  }
+  struct sigaction after {};
+  ASSERT_EQ(sigaction(SIGBUS, nullptr, &after), 0);
+  EXPECT_EQ(after.sa_flags & SA_SIGINFO, before.sa_flags & SA_SIGINFO);
+  EXPECT_EQ(reinterpret_cast<void*>(after.sa_handler), reinterpret_cast<void*>(before.sa_handler));
+}

@@ -111,6 +111,18 @@ bool HandlerInPlace() {
   return sigaction(SIGBUS, nullptr, &now) == 0 && (now.sa_flags & SA_SIGINFO) && now.sa_sigaction == OnBusError;
 }
 
+// The handler's code goes away with the library: when the VM unloads it, the
+// handler that was there before is put back, unless someone replaced ours
+// since (then theirs stays, and they own what they chained to).
+struct RestoreAtUnload {
+  ~RestoreAtUnload() {
+    if (!gInstalled) return;
+    struct sigaction now {};
+    if (sigaction(SIGBUS, nullptr, &now) == 0 && (now.sa_flags & SA_SIGINFO) && now.sa_sigaction == OnBusError)
+      sigaction(SIGBUS, &gPrevious, nullptr);
+  }
+} gRestoreAtUnload;
+
 }  // namespace
 
 bool FileView::Map(FileHandle file, int64_t offset, uint64_t length) {
