@@ -3,8 +3,10 @@
 // layer's messages in both languages, fLit's failure value and fSupprime's
 // patterns. Each test has a device of its own under a fresh temporary
 // directory.
-#include <signal.h>
 #include <stdlib.h>
+#ifndef _WIN32
+#include <signal.h>
+#endif
 
 #include <filesystem>
 #include <fstream>
@@ -229,6 +231,7 @@ TEST_F(FilesThroughTheHost, ReadLineSeesLinesAppendedAfterTheEnd) {
 
 }  // namespace
 
+#ifndef _WIN32
 // fLitLigne's mapped window puts a SIGBUS handler of the library in place;
 // the handler's code leaves with the library, so unloading it puts the
 // previous handler back.
@@ -251,3 +254,4 @@ TEST_F(FilesThroughTheHost, TheLineReadersBusHandlerLeavesWithTheLibrary) {
   EXPECT_EQ(after.sa_flags & SA_SIGINFO, before.sa_flags & SA_SIGINFO);
   EXPECT_EQ(reinterpret_cast<void*>(after.sa_handler), reinterpret_cast<void*>(before.sa_handler));
 }
+#endif
