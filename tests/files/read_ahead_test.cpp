@@ -359,7 +359,13 @@ TEST_F(ReadAhead, AnotherBusErrorStillEndsTheProcess) {
   const int32_t h = Open(ctx_, u"\\b.txt", foRead);
   ASSERT_GE(h, 2);
   EXPECT_EQ(ReadLine(ctx_, h), u"x");  // the handler is in place
+#if defined(__SANITIZE_ADDRESS__)
+  // Under AddressSanitizer the handler before ours is the sanitizer's, which
+  // reports the fault and exits: the fault still went to it.
+  EXPECT_DEATH(raise(SIGBUS), "AddressSanitizer: BUS");
+#else
   EXPECT_EXIT(raise(SIGBUS), ::testing::KilledBySignal(SIGBUS), "");
+#endif
   EXPECT_EQ(Close(ctx_, h), 0);
 }
 

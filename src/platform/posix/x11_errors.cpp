@@ -2,8 +2,9 @@
 #include "platform/posix/x11_errors.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <mutex>
-#include <vector>
+#include <type_traits>
 
 namespace kp::platform::x11 {
 namespace {
@@ -13,16 +14,25 @@ struct Entry {
   ErrorOwner owner;
 };
 
-// Never destroyed: a thread of ours may meet a broken connection while the
-// process runs its exit destructors.
-std::mutex& gLock = *new std::mutex;
-std::vector<Entry>& gEntries = *new std::vector<Entry>;
+// Storage with nothing to destroy and nothing on the heap: a thread of ours
+// may meet a broken connection while the process runs its exit destructors,
+// and nothing is left behind when the library is unloaded. The library opens
+// a handful of connections (the desktop's, the clipboard's, the icon's); one
+// past kMaxConnections is not registered and its errors go to the handlers
+// that were there before.
+constexpr size_t kMaxConnections = 32;
+std::mutex gLock;  // trivially destructible in the C++ library we build with
+Entry gEntries[kMaxConnections];
+size_t gCount = 0;
 XErrorHandler gPrevious = nullptr;
 XIOErrorHandler gPreviousIo = nullptr;
+static_assert(std::is_trivially_destructible_v<std::mutex> && std::is_trivially_destructible_v<Entry>,
+              "nothing here may be destroyed at exit");
 
 Entry* Find(::Display* d) {
-  const auto it = std::find_if(gEntries.begin(), gEntries.end(), [d](const Entry& e) { return e.d == d; });
-  return it == gEntries.end() ? nullptr : &*it;
+  Entry* const end = gEntries + gCount;
+  Entry* const it = std::find_if(gEntries, end, [d](const Entry& e) { return e.d == d; });
+  return it == end ? nullptr : it;
 }
 
 int OnError(::Display* d, XErrorEvent* event) {
@@ -67,8 +77,8 @@ void Watch(::Display* d, const ErrorOwner& owner) {
     std::lock_guard hold(gLock);
     if (Entry* e = Find(d)) {
       e->owner = owner;
-    } else {
-      gEntries.push_back({d, owner});
+    } else if (gCount < kMaxConnections) {
+      gEntries[gCount++] = {d, owner};
     }
     const XErrorHandler previous = XSetErrorHandler(OnError);
     if (previous != OnError) gPrevious = previous;
@@ -80,7 +90,9 @@ void Watch(::Display* d, const ErrorOwner& owner) {
 
 void Unwatch(::Display* d, void* owner) {
   std::lock_guard hold(gLock);
-  std::erase_if(gEntries, [&](const Entry& e) { return e.d == d && e.owner.owner == owner; });
+  Entry* const end = gEntries + gCount;
+  gCount = static_cast<size_t>(
+      std::remove_if(gEntries, end, [&](const Entry& e) { return e.d == d && e.owner.owner == owner; }) - gEntries);
 }
 
 }  // namespace kp::platform::x11
