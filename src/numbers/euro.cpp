@@ -228,8 +228,9 @@ Currency DifferenceOf(const LastConversion& last) {
 std::mutex gMutex;
 std::atomic<uint64_t> gForgotten{0};
 std::map<const ExecContext*, ProgramCurrencies>& Programs() {
-  static auto* programs = new std::map<const ExecContext*, ProgramCurrencies>;  // outlives every caller
-  return *programs;
+  // Destroyed with the library: nothing of it is left behind at unload.
+  static std::map<const ExecContext*, ProgramCurrencies> programs;
+  return programs;
 }
 
 ProgramCurrencies& StateOf(const ExecContext* context) {
