@@ -54,6 +54,9 @@ class Xev {
   bool WaitForKeyPresses(size_t n) {
     return WaitFor([&] { return KeyPresses().size() >= n; }, std::chrono::seconds(5));
   }
+  bool WaitForKeyReleases(size_t n) {
+    return WaitFor([&] { return KeyReleases().size() >= n; }, std::chrono::seconds(5));
+  }
 
  private:
   std::vector<std::string> Blocks(const std::string& head) const {

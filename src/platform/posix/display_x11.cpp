@@ -17,6 +17,7 @@
 #include <X11/keysym.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -67,6 +68,37 @@ uint32_t Win32FromX(int code) {
   }
 }
 
+// Keysyms the keymap lacks are pressed through a spare keycode bound to
+// them, as X input tools type them. The binding outlives the release: a
+// client reads the new keymap lazily, when it translates the event, so
+// unbinding at once made such a reader see NoSymbol. Bindings are recycled,
+// the least recently used first, only when no spare keycode is left, and
+// undone when the connection closes or the library unloads.
+struct Bound {
+  KeySym sym;
+  KeyCode code;
+  uint64_t used;  // gUses at the last press
+};
+std::vector<Bound> gBound;
+uint64_t gUses = 0;
+
+// Gives the spare keycodes back to the server's keymap.
+void UnbindSpares() {
+  if (gDisplay && !gDead && !gBound.empty()) {
+    KeySym none = NoSymbol;
+    for (const auto& b : gBound) XChangeKeyboardMapping(gDisplay, b.code, 1, &none, 1);
+    XSync(gDisplay, False);
+  }
+  gBound.clear();
+}
+
+struct UnbindAtUnload {
+  ~UnbindAtUnload() {
+    std::lock_guard hold(gLock);
+    UnbindSpares();
+  }
+} gUnbindAtUnload;
+
 // The lock and a live connection for one call; `ok()` false (with the last
 // error kNoDisplay) when no display can be reached.
 class Session {
@@ -77,6 +109,7 @@ class Session {
     const std::string wanted = name ? name : "";
     if (gDisplay && (gDead || wanted != gDisplayName)) {
       // A dead connection is left as it is: closing it would write to it.
+      UnbindSpares();
       if (!gDead) XCloseDisplay(gDisplay);
       x11::Unwatch(gDisplay, &gOwner);
       gDisplay = nullptr;
@@ -270,14 +303,6 @@ KeySym KeysymOfChar(char16_t c) {
   return 0x01000000 | c;
 }
 
-// Keysyms pressed through a spare keycode bound for the time of the press,
-// as X input tools type what the keymap lacks.
-struct Bound {
-  KeySym sym;
-  KeyCode code;
-};
-std::vector<Bound> gBound;
-
 KeyCode SpareKeycode(::Display* d) {
   int low, high;
   XDisplayKeycodes(d, &low, &high);
@@ -296,6 +321,31 @@ KeyCode SpareKeycode(::Display* d) {
   return spare;
 }
 
+// The keycode bound to `sym`, binding a spare one when none is; 0 when no
+// keycode can be spared.
+KeyCode BindSpare(Session& s, KeySym sym) {
+  for (auto& b : gBound)
+    if (b.sym == sym) {
+      b.used = ++gUses;
+      return b.code;
+    }
+  Bound* slot = nullptr;
+  if (const KeyCode spare = SpareKeycode(s.d())) {
+    slot = &gBound.emplace_back(Bound{sym, spare, 0});
+  } else if (!gBound.empty()) {
+    slot = &*std::min_element(gBound.begin(), gBound.end(),
+                              [](const Bound& x, const Bound& y) { return x.used < y.used; });
+    slot->sym = sym;
+  } else {
+    return 0;
+  }
+  slot->used = ++gUses;
+  KeySym syms[2] = {sym, sym};
+  XChangeKeyboardMapping(s.d(), slot->code, 2, syms, 1);
+  s.Check();
+  return slot->code;
+}
+
 bool PressKeysym(Session& s, KeySym sym, bool down, unsigned long delay, bool shifted) {
   ::Display* d = s.d();
   KeyCode code = XKeysymToKeycode(d, sym);
@@ -307,29 +357,12 @@ bool PressKeysym(Session& s, KeySym sym, bool down, unsigned long delay, bool sh
     else code = 0;
   }
   if (!code) {
-    for (auto it = gBound.begin(); it != gBound.end(); ++it) {
-      if (it->sym != sym) continue;
-      code = it->code;
-      if (!down) {
-        XTestFakeKeyEvent(d, code, False, delay);
-        KeySym none = NoSymbol;
-        XChangeKeyboardMapping(d, code, 1, &none, 1);
-        gBound.erase(it);
-        return s.Check();
-      }
-      break;
-    }
+    if (!down && std::none_of(gBound.begin(), gBound.end(), [&](const Bound& b) { return b.sym == sym; }))
+      return true;  // an up for a key never pressed here
+    code = BindSpare(s, sym);
     if (!code) {
-      if (!down) return true;  // an up for a key never pressed here
-      code = SpareKeycode(d);
-      if (!code) {
-        SetLastError(win32::kNotSupported);
-        return false;
-      }
-      KeySym syms[2] = {sym, sym};
-      XChangeKeyboardMapping(d, code, 2, syms, 1);
-      s.Check();
-      gBound.push_back({sym, code});
+      SetLastError(win32::kNotSupported);
+      return false;
     }
   }
   const KeyCode shift = needShift ? XKeysymToKeycode(d, XK_Shift_L) : 0;
