@@ -2,6 +2,7 @@
 #include "update/update.h"
 
 #include <cstring>
+#include <vector>
 
 #include "abi/error.h"
 #include "abi/strings.h"
@@ -30,6 +31,16 @@ constexpr size_t kVersionBuffer = 40;   // characters read of the installed vers
 
 std::u16string Ascii(std::string_view s) { return std::u16string(s.begin(), s.end()); }
 
+// Texts of ASCII only are the same bytes in UTF-8 and in every ANSI code
+// page: the common case needs no converter (opening one costs more than the
+// rest of the text handling of a check).
+bool IsAscii(std::u16string_view s) {
+  for (char16_t c : s)
+    if (c >= 0x80) return false;
+  return true;
+}
+std::string AsciiBytes(std::u16string_view s) { return std::string(s.begin(), s.end()); }
+
 // The name of an application file: after its last separator, before its
 // last dot.
 std::u16string_view ApplicationName(std::u16string_view path) {
@@ -44,41 +55,45 @@ void ReportRead(ExecContext* context, std::u16string_view what, uint32_t code) {
   SetSystemError(context, code);
 }
 
-uint32_t OpenSettings(std::u16string_view application, uint32_t access, reg::KeyHolder& key) {
-  return reg::OpenKey(reg::kLocalMachine, SettingsKey(application), access, key.out());
-}
+// Each setting is read with one registry call (key opened, value read, key
+// closed at once: one database read on POSIX instead of four for the key
+// and its three values). A missing key and a missing value both give 2:
+// here they mean the same.
 
 // As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
 // type, into a zeroed number; a larger value does not fit (234).
-uint32_t ReadNumber(reg::HKey key, std::u16string_view name, uint32_t* out) {
-  uint8_t bytes[4] = {};
-  uint32_t type = 0, size = sizeof bytes;
-  const uint32_t rc = reg::QueryValue(key, name, &type, bytes, &size);
-  if (rc) return rc;
-  std::memcpy(out, bytes, sizeof bytes);
+uint32_t ReadNumber(std::u16string_view key, std::u16string_view name, uint32_t* out) {
+  std::vector<uint8_t> bytes;
+  uint32_t type = 0;
+  if (uint32_t rc = reg::ReadValue(reg::kLocalMachine, key, name, &type, &bytes)) return rc;
+  if (bytes.size() > sizeof *out) return win32::kMoreData;
+  *out = 0;
+  std::memcpy(out, bytes.data(), bytes.size());
   return 0;
 }
 
 // A text value read into a buffer of `limit` characters, as the system's
 // call does: a value that does not fit is not read (234); a missing
 // terminator is supplied.
-uint32_t ReadText(reg::HKey key, std::u16string_view name, size_t limit, std::u16string* out) {
-  std::u16string buffer(limit, u'\0');
-  uint32_t type = 0, size = static_cast<uint32_t>(limit * 2);
-  const uint32_t rc = reg::QueryValue(key, name, &type, reinterpret_cast<uint8_t*>(buffer.data()), &size);
-  if (rc) return rc;
-  buffer.resize(size / 2);
-  const size_t end = buffer.find(u'\0');
-  if (end != buffer.npos) buffer.resize(end);
-  *out = std::move(buffer);
+uint32_t ReadText(std::u16string_view key, std::u16string_view name, size_t limit, std::u16string* out) {
+  std::vector<uint8_t> bytes;
+  uint32_t type = 0;
+  if (uint32_t rc = reg::ReadValue(reg::kLocalMachine, key, name, &type, &bytes)) return rc;
+  if (bytes.size() > limit * 2) return win32::kMoreData;
+  std::u16string text(bytes.size() / 2, u'\0');
+  if (!text.empty()) std::memcpy(text.data(), bytes.data(), text.size() * 2);
+  const size_t end = text.find(u'\0');
+  if (end != text.npos) text.resize(end);
+  *out = std::move(text);
   return 0;
 }
 
 // The server's reference version; false with the error recorded.
-bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view application, std::u16string* out) {
+bool ReadReference(ExecContext* context, std::u16string_view key, std::u16string_view application,
+                   std::u16string* out) {
   std::u16string location;
   if (uint32_t rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &location)) {
-    ReportRead(context, SettingsKey(application), rc);
+    ReportRead(context, key, rc);
     return false;
   }
   const std::string url = VersionFileUrl(location);
@@ -94,7 +109,8 @@ bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view appl
     return false;
   }
   // The file is an INI file of the ANSI code page, as the library's own.
-  const auto version = registry::IniReadBytes(body, ToEightBit(ApplicationName(application)), "VERSION");
+  const std::u16string_view name = ApplicationName(application);
+  const auto version = registry::IniReadBytes(body, IsAscii(name) ? AsciiBytes(name) : ToEightBit(name), "VERSION");
   if (!version) {
     ReportRead(context, Ascii(url), win32::kFileNotFound);
     return false;
@@ -115,7 +131,8 @@ std::string VersionFileUrl(std::u16string_view location) {
   // Spaces, controls and characters beyond ASCII go as UTF-8 escapes.
   std::string url;
   static constexpr char kHex[] = "0123456789ABCDEF";
-  for (unsigned char b : platform::ToCodePage(location, platform::kCodePageUtf8)) {
+  const std::string utf8 = IsAscii(location) ? AsciiBytes(location) : platform::ToCodePage(location, platform::kCodePageUtf8);
+  for (unsigned char b : utf8) {
     if (b <= 0x20 || b >= 0x7F) {
       url += '%';
       url += kHex[b >> 4];
@@ -131,17 +148,16 @@ std::string VersionFileUrl(std::u16string_view location) {
 
 int32_t Available(ExecContext* context, std::u16string_view application) {
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  reg::KeyHolder key;
+  const std::u16string key = SettingsKey(application);
   uint32_t enabled = 0;
-  if (OpenSettings(application, reg::kQueryValue, key) || ReadNumber(key.get(), u"UPDATE_HTTP", &enabled) ||
-      enabled == 0)
-    return kNoUpdate;  // updates off: the network is not touched
+  if (ReadNumber(key, u"UPDATE_HTTP", &enabled) || enabled == 0)
+    return kNoUpdate;  // no settings, or updates off: the network is not touched
   std::u16string installed, reference;
-  if (uint32_t rc = ReadText(key.get(), u"VERSION", kVersionBuffer, &installed)) {
-    ReportRead(context, SettingsKey(application), rc);
+  if (uint32_t rc = ReadText(key, u"VERSION", kVersionBuffer, &installed)) {
+    ReportRead(context, key, rc);
     return 0;
   }
-  if (!ReadReference(context, key.get(), application, &reference)) return 0;
+  if (!ReadReference(context, key, application, &reference)) return 0;
   return CompareNatural(installed, reference) < 0 ? kOptionalUpdate : kNoUpdate;
 }
 
@@ -152,26 +168,22 @@ std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string
     return {};
   }
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  reg::KeyHolder key;
-  if (uint32_t rc = OpenSettings(application, reg::kQueryValue, key)) {
-    ReportRead(context, SettingsKey(application), rc);
-    return {};
-  }
+  const std::u16string key = SettingsKey(application);
   std::u16string out;
   uint32_t rc = 0;
   if (parameter == kNetwork) {
     uint32_t n = 0;
-    rc = ReadNumber(key.get(), u"UPDATE_HTTP", &n);
+    rc = ReadNumber(key, u"UPDATE_HTTP", &n);
     if (!rc) out = Ascii(std::to_string(n));
   } else if (parameter == kServer) {
-    rc = ReadText(key.get(), u"UPDATE_URL", kTextBuffer, &out);
+    rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &out);
   } else if (parameter == kLocalVersion) {
-    rc = ReadText(key.get(), u"VERSION", kTextBuffer, &out);
-  } else if (!ReadReference(context, key.get(), application, &out)) {
+    rc = ReadText(key, u"VERSION", kTextBuffer, &out);
+  } else if (!ReadReference(context, key, application, &out)) {
     return {};
   }
   if (rc) {
-    ReportRead(context, SettingsKey(application), rc);
+    ReportRead(context, key, rc);
     return {};
   }
   return out;
