@@ -55,45 +55,105 @@ void ReportRead(ExecContext* context, std::u16string_view what, uint32_t code) {
   SetSystemError(context, code);
 }
 
-// Each setting is read with one registry call (key opened, value read, key
-// closed at once: one database read on POSIX instead of four for the key
-// and its three values). A missing key and a missing value both give 2:
-// here they mean the same.
+// An application's settings key, open, and its values as the system's
+// calls read them. The first read walks all the key's values at once (one
+// database read on POSIX instead of one per value); a value is then taken
+// from that walk when its name is plain ASCII (its match, whatever the case,
+// is then certain), and asked for alone otherwise, as when the walk failed.
+class SettingsReader {
+ public:
+  explicit SettingsReader(std::u16string_view application) : key_(SettingsKey(application)) {
+    opened_ = reg::OpenKey(reg::kLocalMachine, key_, reg::kQueryValue, handle_.out());
+  }
+  // 0 when the key is open, else the system's error.
+  uint32_t opened() const { return opened_; }
+  // The key's name, for the error messages.
+  const std::u16string& key() const { return key_; }
 
-// As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
-// type, into a zeroed number; a larger value does not fit (234).
-uint32_t ReadNumber(std::u16string_view key, std::u16string_view name, uint32_t* out) {
-  std::vector<uint8_t> bytes;
-  uint32_t type = 0;
-  if (uint32_t rc = reg::ReadValue(reg::kLocalMachine, key, name, &type, &bytes)) return rc;
-  if (bytes.size() > sizeof *out) return win32::kMoreData;
-  *out = 0;
-  std::memcpy(out, bytes.data(), bytes.size());
-  return 0;
-}
+  // As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
+  // type, into a zeroed number; a larger value does not fit (234).
+  uint32_t Number(std::u16string_view name, uint32_t* out) {
+    uint8_t bytes[4] = {};
+    uint32_t size = sizeof bytes;
+    if (uint32_t rc = Read(name, bytes, &size)) return rc;
+    std::memcpy(out, bytes, sizeof bytes);
+    return 0;
+  }
 
-// A text value read into a buffer of `limit` characters, as the system's
-// call does: a value that does not fit is not read (234); a missing
-// terminator is supplied.
-uint32_t ReadText(std::u16string_view key, std::u16string_view name, size_t limit, std::u16string* out) {
-  std::vector<uint8_t> bytes;
-  uint32_t type = 0;
-  if (uint32_t rc = reg::ReadValue(reg::kLocalMachine, key, name, &type, &bytes)) return rc;
-  if (bytes.size() > limit * 2) return win32::kMoreData;
-  std::u16string text(bytes.size() / 2, u'\0');
-  if (!text.empty()) std::memcpy(text.data(), bytes.data(), text.size() * 2);
-  const size_t end = text.find(u'\0');
-  if (end != text.npos) text.resize(end);
-  *out = std::move(text);
-  return 0;
-}
+  // A text value read into a buffer of `limit` characters, as the system's
+  // call does: a value that does not fit is not read (234); a missing
+  // terminator is supplied.
+  uint32_t Text(std::u16string_view name, size_t limit, std::u16string* out) {
+    std::u16string buffer(limit, u'\0');
+    auto size = static_cast<uint32_t>(limit * 2);
+    if (uint32_t rc = Read(name, reinterpret_cast<uint8_t*>(buffer.data()), &size)) return rc;
+    buffer.resize(size / 2);
+    const size_t end = buffer.find(u'\0');
+    if (end != buffer.npos) buffer.resize(end);
+    *out = std::move(buffer);
+    return 0;
+  }
+
+ private:
+  struct Value {
+    std::u16string name;
+    std::vector<uint8_t> bytes;
+  };
+
+  static bool SameAscii(std::u16string_view a, std::u16string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+      const char16_t x = a[i] >= u'a' && a[i] <= u'z' ? a[i] - 32 : a[i];
+      const char16_t y = b[i] >= u'a' && b[i] <= u'z' ? b[i] - 32 : b[i];
+      if (x != y) return false;
+    }
+    return true;
+  }
+
+  // As QueryValue into `size` bytes at `data`.
+  uint32_t Read(std::u16string_view name, uint8_t* data, uint32_t* size) {
+    if (opened_) return opened_;
+    if (!walked_) Walk();
+    if (walkedAll_) {
+      for (const Value& v : values_)
+        if (SameAscii(v.name, name)) {
+          if (v.bytes.size() > *size) return win32::kMoreData;
+          if (!v.bytes.empty()) std::memcpy(data, v.bytes.data(), v.bytes.size());
+          *size = static_cast<uint32_t>(v.bytes.size());
+          return 0;
+        }
+      if (asciiOnly_) return win32::kFileNotFound;
+    }
+    uint32_t type = 0;
+    return reg::QueryValue(handle_.get(), name, &type, data, size);
+  }
+
+  void Walk() {
+    walked_ = true;
+    asciiOnly_ = true;
+    const uint32_t rc = reg::VisitValues(handle_.get(), 0, true, [this](const reg::ValueEntry& e) {
+      if (IsAscii(e.name))
+        values_.push_back({std::u16string(e.name), std::vector<uint8_t>(e.data.begin(), e.data.end())});
+      else
+        asciiOnly_ = false;  // its name might match one asked for: that one is asked for alone
+      return true;
+    });
+    walkedAll_ = rc == 0;
+  }
+
+  std::u16string key_;
+  reg::KeyHolder handle_;
+  uint32_t opened_ = 0;
+  bool walked_ = false, walkedAll_ = false, asciiOnly_ = true;
+  std::vector<Value> values_;
+};
 
 // The server's reference version; false with the error recorded.
-bool ReadReference(ExecContext* context, std::u16string_view key, std::u16string_view application,
+bool ReadReference(ExecContext* context, SettingsReader& settings, std::u16string_view application,
                    std::u16string* out) {
   std::u16string location;
-  if (uint32_t rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &location)) {
-    ReportRead(context, key, rc);
+  if (uint32_t rc = settings.Text(u"UPDATE_URL", kTextBuffer, &location)) {
+    ReportRead(context, settings.key(), rc);
     return false;
   }
   const std::string url = VersionFileUrl(location);
@@ -148,16 +208,16 @@ std::string VersionFileUrl(std::u16string_view location) {
 
 int32_t Available(ExecContext* context, std::u16string_view application) {
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  const std::u16string key = SettingsKey(application);
+  SettingsReader settings(application);
   uint32_t enabled = 0;
-  if (ReadNumber(key, u"UPDATE_HTTP", &enabled) || enabled == 0)
+  if (settings.Number(u"UPDATE_HTTP", &enabled) || enabled == 0)
     return kNoUpdate;  // no settings, or updates off: the network is not touched
   std::u16string installed, reference;
-  if (uint32_t rc = ReadText(key, u"VERSION", kVersionBuffer, &installed)) {
-    ReportRead(context, key, rc);
+  if (uint32_t rc = settings.Text(u"VERSION", kVersionBuffer, &installed)) {
+    ReportRead(context, settings.key(), rc);
     return 0;
   }
-  if (!ReadReference(context, key, application, &reference)) return 0;
+  if (!ReadReference(context, settings, application, &reference)) return 0;
   return CompareNatural(installed, reference) < 0 ? kOptionalUpdate : kNoUpdate;
 }
 
@@ -168,22 +228,26 @@ std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string
     return {};
   }
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  const std::u16string key = SettingsKey(application);
+  SettingsReader settings(application);
+  if (uint32_t rc = settings.opened()) {
+    ReportRead(context, settings.key(), rc);
+    return {};
+  }
   std::u16string out;
   uint32_t rc = 0;
   if (parameter == kNetwork) {
     uint32_t n = 0;
-    rc = ReadNumber(key, u"UPDATE_HTTP", &n);
+    rc = settings.Number(u"UPDATE_HTTP", &n);
     if (!rc) out = Ascii(std::to_string(n));
   } else if (parameter == kServer) {
-    rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &out);
+    rc = settings.Text(u"UPDATE_URL", kTextBuffer, &out);
   } else if (parameter == kLocalVersion) {
-    rc = ReadText(key, u"VERSION", kTextBuffer, &out);
-  } else if (!ReadReference(context, key, application, &out)) {
+    rc = settings.Text(u"VERSION", kTextBuffer, &out);
+  } else if (!ReadReference(context, settings, application, &out)) {
     return {};
   }
   if (rc) {
-    ReportRead(context, key, rc);
+    ReportRead(context, settings.key(), rc);
     return {};
   }
   return out;

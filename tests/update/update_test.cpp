@@ -191,9 +191,12 @@ TEST_F(Update, SettingsReadAsIntoTheSystemsBuffers) {
   const uint32_t on = 1;
   set(u"UPDATE_HTTP", reg::kDword, &on, 4);
 
-  const std::u16string cut(u"2.9\0junk", 8), longest(40, u'1'), tooLong(41, u'1');
-  set(u"VERSION", reg::kSz, cut.data(), static_cast<uint32_t>(cut.size() * 2));
+  const std::u16string cut(u"2.9\0junk", 8), longest(40, u'1'), tooLong(41, u'1'), other = u"7";
+  // Names in any case; a name beyond ASCII next to them changes nothing.
+  set(u"Versión", reg::kSz, other.data(), 2);
+  set(u"version", reg::kSz, cut.data(), static_cast<uint32_t>(cut.size() * 2));
   EXPECT_EQ(update::Parameter(ctx_, update::kLocalVersion, kApp), u"2.9");
+  EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), U16(Base() + "/ok"));
   EXPECT_EQ(update::Available(ctx_, kApp), update::kOptionalUpdate);  // 2.9 against the server's 2.10
   set(u"VERSION", reg::kSz, longest.data(), 80);
   EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);
