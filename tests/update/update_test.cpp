@@ -115,6 +115,23 @@ TEST_F(Update, EveryWayTheServerCanAnswer) {
   }
 }
 
+// The kept connection handle follows a change of the time limit between
+// two requests (its options are set again only when a setting changed).
+TEST_F(Update, TheTimeLimitIsReadAtEveryRequest) {
+  Settings(1, U16(Base() + "/hang"), u"1");
+  auto timed = [&](const char* limitMs) {
+    setenv("KP_HTTP_TIMEOUT_MS", limitMs, 1);
+    ctx_.clearError();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(update::Available(ctx_, kApp), 0);
+    EXPECT_EQ(ctx_.systemError(), 12002u) << limitMs;
+    return std::chrono::steady_clock::now() - start;
+  };
+  EXPECT_LT(timed("200"), std::chrono::milliseconds(1200));
+  EXPECT_GE(timed("900"), std::chrono::milliseconds(850));
+  EXPECT_LT(timed("200"), std::chrono::milliseconds(850));
+}
+
 // TLS with a certificate made here, trusted only through KP_HTTP_CA_FILE.
 TEST_F(Update, HttpsWithATrustedCertificate) {
   const std::string cert = dir_ + "/cert.pem", key = dir_ + "/key.pem";
