@@ -165,9 +165,8 @@ struct ProgramCurrencies {
   LastConversion last;
 };
 
-// The 128-bit side of Exact (below), for what overflows 64 bits. Out of
-// line, so that the everyday path keeps a small frame.
-[[gnu::noinline]] ConversionStatus ExactWide(Currency amount, EuroRate from, EuroRate to, int16_t decimals,
+// The 128-bit side of Exact (below), for what overflows 64 bits.
+ConversionStatus ExactWide(Currency amount, EuroRate from, EuroRate to, int16_t decimals,
                                              LastConversion* out) {
   out->decimals = decimals;
   out->any = true;
@@ -208,12 +207,12 @@ inline bool Exact64(Currency amount, EuroRate from, EuroRate to, int16_t decimal
              : e < -12 || __builtin_mul_overflow(den64, kPowers64[-e], &den64))
     return false;
   // The magnitude in unsigned arithmetic, right for INT64_MIN as well.
-  const uint64_t sign = static_cast<uint64_t>(num64 >> 63);  // all ones when negative
-  const uint64_t m = (static_cast<uint64_t>(num64) ^ sign) - sign;
+  const bool negative = num64 < 0;
+  const uint64_t m = negative ? 0 - static_cast<uint64_t>(num64) : static_cast<uint64_t>(num64);
   const auto d = static_cast<uint64_t>(den64);
   const uint64_t r = m % d;
   const uint64_t q = m / d + (r >= d - r ? 1 : 0);
-  *rounded = static_cast<int64_t>((q ^ sign) - sign);
+  *rounded = static_cast<int64_t>(negative ? 0 - q : q);
   out->num = num64;
   out->den = den64;
   out->rounded = *rounded;
