@@ -3,6 +3,7 @@
 // amounts, then the per-program settings and bad input.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -341,6 +342,42 @@ TEST(EuroSettings, StateFollowsTheProgramOnEveryThread) {
   ForgetCurrencyState(a);
   ForgetCurrencyState(b);
   ForgetCurrencyState(nullptr);
+}
+
+// Programs on several threads at once, each thread switching between two
+// of its own (so slots of the recent table change hands), while another
+// thread keeps making and forgetting programs: every answer stays its
+// program's own.
+TEST(EuroSettings, ProgramsOnManyThreadsAtOnce) {
+  std::atomic<bool> stop{false};
+  std::atomic<int> wrong{0};
+  std::thread churn([&] {
+    while (!stop.load()) {
+      FakeContext passing;
+      SetDefaultStorageCurrency(passing, u"ESP");
+      if (DefaultStorageCurrency(passing) != u"ESP") ++wrong;
+      ForgetCurrencyState(passing);
+    }
+  });
+  std::vector<std::thread> workers;
+  for (int t = 0; t < 4; ++t)
+    workers.emplace_back([&, t] {
+      FakeContext francs, marks;
+      SetDefaultStorageCurrency(francs, u"FRF");
+      SetDefaultStorageCurrency(marks, u"DEM");
+      for (int i = 0; i < 3000; ++i) {
+        const int64_t amount = 1000 * (t + 1) + i;
+        // FRF to EUR and DEM to EUR, each from the program's own default.
+        if (ToEuro(francs, {amount * 655957, 7}).value != amount || ToEuro(marks, {amount * 195583, 7}).value != amount)
+          ++wrong;
+      }
+      ForgetCurrencyState(francs);
+      ForgetCurrencyState(marks);
+    });
+  for (auto& w : workers) w.join();
+  stop = true;
+  churn.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 }  // namespace
