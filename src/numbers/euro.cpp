@@ -166,8 +166,7 @@ struct ProgramCurrencies {
 };
 
 // The 128-bit side of Exact (below), for what overflows 64 bits.
-ConversionStatus ExactWide(Currency amount, EuroRate from, EuroRate to, int16_t decimals,
-                                             LastConversion* out) {
+ConversionStatus ExactWide(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
   out->decimals = decimals;
   out->any = true;
   const auto a = Normalised(amount);
@@ -400,8 +399,8 @@ Currency Fail(ExecContext* context) {
   return {};
 }
 
-[[gnu::noinline, gnu::cold]] Currency ConversionFailed(ExecContext* context, ConversionStatus status,
-                                                       Currency amount, int from, int to) {
+[[gnu::noinline, gnu::cold]] Currency ConversionFailed(ExecContext* context, ConversionStatus status, Currency amount,
+                                                       int from, int to) {
   if (status == ConversionStatus::AmountOutOfRange)
     RaiseOutOfRange(context, amount, -1, -1);
   else
@@ -560,9 +559,7 @@ double SetExchangeRate(ExecContext* context, std::u16string_view code, double ra
   return RateValue(r);
 }
 
-Currency ToEuro(ExecContext* context, Currency amount) {
-  return Convert(context, amount, Storage(context), 0);
-}
+Currency ToEuro(ExecContext* context, Currency amount) { return Convert(context, amount, Storage(context), 0); }
 Currency ToEuroFrom(ExecContext* context, Currency amount, std::u16string_view code) {
   return Convert(context, amount, Known(context, code), 0);
 }
@@ -575,9 +572,7 @@ Currency RealToEuroFrom(ExecContext* context, double amount, std::u16string_view
   return a ? ToEuroFrom(context, *a, code) : Currency{};
 }
 
-Currency ToCurrency(ExecContext* context, Currency amount) {
-  return Convert(context, amount, 0, Display(context));
-}
+Currency ToCurrency(ExecContext* context, Currency amount) { return Convert(context, amount, 0, Display(context)); }
 Currency ToCurrencyCode(ExecContext* context, Currency amount, std::u16string_view code) {
   return Convert(context, amount, 0, Known(context, code));
 }

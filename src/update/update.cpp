@@ -191,7 +191,8 @@ std::string VersionFileUrl(std::u16string_view location) {
   // Spaces, controls and characters beyond ASCII go as UTF-8 escapes.
   std::string url;
   static constexpr char kHex[] = "0123456789ABCDEF";
-  const std::string utf8 = IsAscii(location) ? AsciiBytes(location) : platform::ToCodePage(location, platform::kCodePageUtf8);
+  const std::string utf8 =
+      IsAscii(location) ? AsciiBytes(location) : platform::ToCodePage(location, platform::kCodePageUtf8);
   for (unsigned char b : utf8) {
     if (b <= 0x20 || b >= 0x7F) {
       url += '%';
