@@ -7,8 +7,10 @@
 #include <charconv>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 #include "abi/error.h"
 #include "abi/state.h"
@@ -163,29 +165,10 @@ struct ProgramCurrencies {
   LastConversion last;
 };
 
-// amount / from * to, in units of 10^-decimals, as one exact fraction
-// num / den = value * to.digits * 10^e / from.digits, and its rounding.
-ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
+// The 128-bit side of Exact (below), for what overflows 64 bits.
+ConversionStatus ExactWide(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
   out->decimals = decimals;
   out->any = true;
-  // Everyday amounts fit 64 bits all the way: checked 64-bit products and
-  // one 64-bit division first.
-  if (amount.scale >= 0 && amount.scale <= kMaxAmountDecimals) {
-    const int e = from.scale + decimals - amount.scale - to.scale;
-    int64_t num64, den64 = from.digits;
-    if (!__builtin_mul_overflow(amount.value, to.digits, &num64) && num64 != INT64_MIN &&
-        (e >= 0 ? e <= 18 && !__builtin_mul_overflow(num64, kPowers64[e], &num64) && num64 != INT64_MIN
-                : e >= -12 && !__builtin_mul_overflow(den64, kPowers64[-e], &den64))) {
-      const uint64_t m = num64 < 0 ? 0 - static_cast<uint64_t>(num64) : static_cast<uint64_t>(num64);
-      const auto d = static_cast<uint64_t>(den64);
-      const uint64_t r = m % d;
-      const auto q = static_cast<int64_t>(m / d + (r >= d - r ? 1 : 0));
-      out->num = num64;
-      out->den = den64;
-      out->rounded = num64 < 0 ? -q : q;
-      return ConversionStatus::Ok;
-    }
-  }
   const auto a = Normalised(amount);
   if (!a) return ConversionStatus::AmountOutOfRange;
   const int e = from.scale + decimals - a->scale - to.scale;
@@ -207,6 +190,43 @@ ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t deci
   return FitsInt64(out->rounded) ? ConversionStatus::Ok : ConversionStatus::ResultOutOfRange;
 }
 
+// amount / from * to, in units of 10^-decimals, as one exact fraction
+// num / den = value * to.digits * 10^e / from.digits, and its rounding.
+//
+// Everyday amounts fit 64 bits all the way: checked 64-bit products and one
+// 64-bit division, the signs handled without a branch. False, with nothing
+// written, where a product does not fit (ExactWide then does it all).
+inline bool Exact64(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out,
+                    int64_t* rounded) {
+  if (amount.scale < 0 || amount.scale > kMaxAmountDecimals) return false;
+  const int e = from.scale + decimals - amount.scale - to.scale;
+  int64_t num64, den64 = from.digits;
+  if (__builtin_mul_overflow(amount.value, to.digits, &num64)) return false;
+  if (e >= 0 ? e > 18 || __builtin_mul_overflow(num64, kPowers64[e], &num64)
+             : e < -12 || __builtin_mul_overflow(den64, kPowers64[-e], &den64))
+    return false;
+  // The magnitude in unsigned arithmetic, right for INT64_MIN as well.
+  const bool negative = num64 < 0;
+  const uint64_t m = negative ? 0 - static_cast<uint64_t>(num64) : static_cast<uint64_t>(num64);
+  const auto d = static_cast<uint64_t>(den64);
+  const uint64_t r = m % d;
+  const uint64_t q = m / d + (r >= d - r ? 1 : 0);
+  *rounded = static_cast<int64_t>(negative ? 0 - q : q);
+  out->num = num64;
+  out->den = den64;
+  out->rounded = *rounded;
+  out->decimals = decimals;
+  out->any = true;
+  return true;
+}
+
+ConversionStatus Exact(Currency amount, EuroRate from, EuroRate to, int16_t decimals, LastConversion* out) {
+  int64_t rounded;
+  if (Exact64(amount, from, to, decimals, out, &rounded)) [[likely]]
+    return ConversionStatus::Ok;
+  return ExactWide(amount, from, to, decimals, out);
+}
+
 // rounded - exact = (rounded * den - num) / den, to six more decimals.
 // Where the product overflows, den exceeds 10^32 while num stays below
 // 10^25, so the difference is below 10^-7 units: 0 at this precision.
@@ -222,30 +242,73 @@ Currency DifferenceOf(const LastConversion& last) {
   return {static_cast<int64_t>(scaled), scale};
 }
 
-// The mutex guards the map's shape only. A program's own state is used on
-// the thread that runs it, found through a one-entry cache per thread, so
-// only a program's first call on a thread takes the lock.
+// --- finding a program's state -----------------------------------------------
+// A program's record lives as long as the library. A forgotten program's
+// record is not freed but kept for the next new program, so that a pointer
+// read from the recent table below always points at a record, whatever
+// another thread does meanwhile.
+struct ProgramRecord {
+  std::atomic<const ExecContext*> context{nullptr};
+  ProgramCurrencies state;
+};
+
+// A spare record's context: its own address, where no program's context is.
+const ExecContext* NoContext(const ProgramRecord* record) { return reinterpret_cast<const ExecContext*>(record); }
+
+// Guarded by gMutex. A program's own state is used on the thread that runs it.
+struct ProgramTable {
+  std::map<const ExecContext*, ProgramRecord*> byContext;
+  std::vector<std::unique_ptr<ProgramRecord>> owned;  // every record, in use or spare
+  std::vector<ProgramRecord*> spare;
+};
 std::mutex gMutex;
-std::atomic<uint64_t> gForgotten{0};
-std::map<const ExecContext*, ProgramCurrencies>& Programs() {
+ProgramTable& Programs() {
   // Destroyed with the library: nothing of it is left behind at unload.
-  static std::map<const ExecContext*, ProgramCurrencies> programs;
+  static ProgramTable programs;
   return programs;
 }
 
-ProgramCurrencies& StateOf(const ExecContext* context) {
-  struct Cache {
-    const ExecContext* context = nullptr;
-    ProgramCurrencies* state = nullptr;
-    uint64_t generation = 0;
-  };
-  thread_local Cache cache;  // one record: one thread-local look-up per call
-  Cache& c = cache;
-  const uint64_t generation = gForgotten.load(std::memory_order_acquire);
-  if (c.state && c.context == context && c.generation == generation) return *c.state;
+// The records of the programs seen lately, by a hash of their context: a
+// call finds its program with two loads and a comparison, with no lock and
+// no thread-local variable (whose access is a function call in a shared
+// library). A program's first call takes the lock, and so does a call whose
+// slot another program took since (two programs with the same hash, taking
+// turns).
+constexpr size_t kRecentSlots = 64;
+std::atomic<ProgramRecord*> gRecent[kRecentSlots];
+
+size_t RecentSlot(const ExecContext* context) {
+  const auto v = reinterpret_cast<uintptr_t>(context);
+  return (v >> 4 ^ v >> 10) % kRecentSlots;
+}
+
+inline ProgramCurrencies* RecentState(const ExecContext* context) {
+  ProgramRecord* record = gRecent[RecentSlot(context)].load(std::memory_order_acquire);
+  return record && record->context.load(std::memory_order_relaxed) == context ? &record->state : nullptr;
+}
+
+[[gnu::noinline]] ProgramCurrencies& FindState(const ExecContext* context) {
   std::lock_guard lock(gMutex);
-  c = {context, &Programs()[context], generation};  // map nodes never move
-  return *c.state;
+  ProgramTable& table = Programs();
+  ProgramRecord*& record = table.byContext[context];
+  if (!record) {
+    if (table.spare.empty()) {
+      record = table.owned.emplace_back(std::make_unique<ProgramRecord>()).get();
+    } else {
+      record = table.spare.back();
+      table.spare.pop_back();
+      record->state = ProgramCurrencies{};
+    }
+    record->context.store(context, std::memory_order_relaxed);
+  }
+  gRecent[RecentSlot(context)].store(record, std::memory_order_release);
+  return record->state;
+}
+
+inline ProgramCurrencies& StateOf(const ExecContext* context) {
+  if (ProgramCurrencies* state = RecentState(context)) [[likely]]
+    return *state;
+  return FindState(context);
 }
 
 template <typename F>
@@ -253,7 +316,61 @@ auto WithProgram(ExecContext* context, F f) {
   return f(StateOf(context));
 }
 
-size_t IndexOf(const CurrencyInfo* c) { return static_cast<size_t>(c - kCurrencies); }
+// --- look-up by code -----------------------------------------------------------
+// A code of three ASCII letters as a number below 2^15, whatever their case:
+// five bits a letter ('A' and 'a' are 0). Or-ing 0x20 folds the upper case
+// onto the lower; a character then outside 'a'..'a'+31 (digits, '@', '[',
+// anything beyond ASCII) gives kNotACode. The five characters after 'z'
+// ('{' to DEL) still get a key, but one no table code has (their five bits
+// are 26 to 31), so a single test serves all three.
+constexpr uint32_t kNotACode = UINT32_MAX;
+constexpr uint32_t CodeKey(char16_t a, char16_t b, char16_t c) {
+  const uint32_t x = (a | 0x20u) - 0x61u, y = (b | 0x20u) - 0x61u, z = (c | 0x20u) - 0x61u;
+  if ((x | y | z) >= 32) return kNotACode;
+  return x << 10 | y << 5 | z;
+}
+
+// A perfect hash of the table's codes: (key * multiplier) >> 26 gives each
+// code its own slot of 64; the multiplier is searched for at compile time.
+// A look-up is then one product, one byte and one comparison.
+constexpr int kHashBits = 6;
+struct CodeHash {
+  uint32_t multiplier = 0;
+  std::array<uint8_t, size_t{1} << kHashBits> slots{};  // an index; kCurrencyCount when empty
+  std::array<uint32_t, kCurrencyCount + 1> keys{};      // by index; the last matches no key
+};
+constexpr uint32_t Slot(uint32_t key, uint32_t multiplier) { return (key * multiplier) >> (32 - kHashBits); }
+constexpr CodeHash kCodeHash = [] {
+  CodeHash h;
+  for (size_t i = 0; i < kCurrencyCount; ++i) {
+    const char16_t* code = kCurrencies[i].code;
+    h.keys[i] = CodeKey(code[0], code[1], code[2]);
+  }
+  h.keys[kCurrencyCount] = kNotACode - 1;  // neither a code nor kNotACode
+  // Odd multipliers from a simple generator: neighbouring ones would place
+  // the small keys almost alike.
+  for (uint32_t m = 0x9E3779B1u;; m = (m * 0x2545F491u + 0x6A09E667u) | 1) {
+    h.multiplier = m;
+    h.slots.fill(kCurrencyCount);
+    bool distinct = true;
+    for (size_t i = 0; i < kCurrencyCount && distinct; ++i) {
+      uint8_t& slot = h.slots[Slot(h.keys[i], m)];
+      distinct = slot == kCurrencyCount;
+      slot = static_cast<uint8_t>(i);
+    }
+    if (distinct) return h;
+  }
+}();
+
+// The index in kCurrencies of a code, whatever its case; -1 when unknown.
+inline int IndexOfCode(std::u16string_view code) {
+  if (code.size() != 3) return -1;
+  const uint32_t key = CodeKey(code[0], code[1], code[2]);
+  // A non-code's key, kNotACode, differs from every key of the table,
+  // the empty slots' included.
+  const uint8_t index = kCodeHash.slots[Slot(key, kCodeHash.multiplier)];
+  return kCodeHash.keys[index] == key ? index : -1;
+}
 
 // The error paths stay out of line, so that a conversion's own path keeps a
 // small frame (the inserts are texts built on the stack).
@@ -261,18 +378,20 @@ size_t IndexOf(const CurrencyInfo* c) { return static_cast<size_t>(c - kCurrenci
   Raise(context, kErrUnknownCurrency, {code});
 }
 
-[[gnu::noinline, gnu::cold]] void RaiseOutOfRange(ExecContext* context, Currency amount, const CurrencyInfo* from,
-                                                  const CurrencyInfo* to) {
-  if (from)
-    Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount) + u" " + from->code + u" → " + to->code});
+[[gnu::noinline, gnu::cold]] void RaiseOutOfRange(ExecContext* context, Currency amount, int from, int to) {
+  if (from >= 0)
+    Raise(context, kErrCurrencyAmountOutOfRange,
+          {DecimalText(amount) + u" " + kCurrencies[from].code + u" → " + kCurrencies[to].code});
   else
     Raise(context, kErrCurrencyAmountOutOfRange, {DecimalText(amount)});
 }
 
-const CurrencyInfo* Known(ExecContext* context, std::u16string_view code) {
-  const CurrencyInfo* c = FindCurrency(code);
-  if (!c) RaiseUnknown(context, code);
-  return c;
+// The index of a code; -1 with the error recorded when unknown.
+inline int Known(ExecContext* context, std::u16string_view code) {
+  const int index = IndexOfCode(code);
+  if (index < 0) [[unlikely]]
+    RaiseUnknown(context, code);
+  return index;
 }
 
 Currency Fail(ExecContext* context) {
@@ -280,16 +399,45 @@ Currency Fail(ExecContext* context) {
   return {};
 }
 
-Currency Convert(ExecContext* context, Currency amount, const CurrencyInfo* from, const CurrencyInfo* to) {
-  if (!from || !to) return Fail(context);
-  ProgramCurrencies& p = StateOf(context);
-  LastConversion& last = p.last;
-  switch (Exact(amount, p.rates[IndexOf(from)], p.rates[IndexOf(to)], to->decimals, &last)) {
-    case ConversionStatus::Ok: return {static_cast<int64_t>(last.rounded), to->decimals};
-    case ConversionStatus::AmountOutOfRange: RaiseOutOfRange(context, amount, nullptr, nullptr); break;
-    case ConversionStatus::ResultOutOfRange: RaiseOutOfRange(context, amount, from, to); break;
-  }
+[[gnu::noinline, gnu::cold]] Currency ConversionFailed(ExecContext* context, ConversionStatus status, Currency amount,
+                                                       int from, int to) {
+  if (status == ConversionStatus::AmountOutOfRange)
+    RaiseOutOfRange(context, amount, -1, -1);
+  else
+    RaiseOutOfRange(context, amount, from, to);
   return Fail(context);
+}
+
+// From and to are indices in kCurrencies, -1 for a code already reported.
+[[gnu::noinline]] Currency ConvertInFull(ExecContext* context, Currency amount, int from, int to) {
+  if ((from | to) < 0) return Fail(context);
+  ProgramCurrencies& p = StateOf(context);
+  const int16_t decimals = kCurrencies[to].decimals;
+  const ConversionStatus status = Exact(amount, p.rates[from], p.rates[to], decimals, &p.last);
+  if (status == ConversionStatus::Ok) return {static_cast<int64_t>(p.last.rounded), decimals};
+  return ConversionFailed(context, status, amount, from, to);
+}
+
+// The everyday call: the program's last on this thread, two known
+// currencies and an amount whose products fit 64 bits. No call, no frame;
+// false, with nothing done, for anything else.
+inline bool ConvertQuickly(ExecContext* context, Currency amount, int from, int to, Currency* out) {
+  if ((from | to) < 0) return false;
+  ProgramCurrencies* state = RecentState(context);
+  if (!state) return false;
+  ProgramCurrencies& p = *state;
+  const int16_t decimals = kCurrencies[to].decimals;
+  int64_t rounded;
+  if (!Exact64(amount, p.rates[from], p.rates[to], decimals, &p.last, &rounded)) return false;
+  *out = {rounded, decimals};
+  return true;
+}
+
+inline Currency Convert(ExecContext* context, Currency amount, int from, int to) {
+  Currency out;
+  if (ConvertQuickly(context, amount, from, to, &out)) [[likely]]
+    return out;
+  return ConvertInFull(context, amount, from, to);
 }
 
 std::optional<Currency> FromReal(ExecContext* context, double amount) {
@@ -300,11 +448,11 @@ std::optional<Currency> FromReal(ExecContext* context, double amount) {
   return std::nullopt;
 }
 
-const CurrencyInfo* Storage(ExecContext* context) {
-  return &kCurrencies[WithProgram(context, [](ProgramCurrencies& p) { return p.storage; })];
+int Storage(ExecContext* context) {
+  return static_cast<int>(WithProgram(context, [](ProgramCurrencies& p) { return p.storage; }));
 }
-const CurrencyInfo* Display(ExecContext* context) {
-  return &kCurrencies[WithProgram(context, [](ProgramCurrencies& p) { return p.display; })];
+int Display(ExecContext* context) {
+  return static_cast<int>(WithProgram(context, [](ProgramCurrencies& p) { return p.display; }));
 }
 
 }  // namespace
@@ -312,19 +460,8 @@ const CurrencyInfo* Display(ExecContext* context) {
 std::span<const CurrencyInfo> Currencies() { return kCurrencies; }
 
 const CurrencyInfo* FindCurrency(std::u16string_view code) {
-  // The three letters packed in one word, upper-cased, against the table's.
-  static const std::array<uint64_t, kCurrencyCount> packed = [] {
-    std::array<uint64_t, kCurrencyCount> out{};
-    for (size_t i = 0; i < kCurrencyCount; ++i)
-      out[i] = uint64_t{kCurrencies[i].code[0]} << 32 | uint64_t{kCurrencies[i].code[1]} << 16 | kCurrencies[i].code[2];
-    return out;
-  }();
-  if (code.size() != 3) return nullptr;
-  uint64_t key = 0;
-  for (char16_t c : code) key = key << 16 | (c >= u'a' && c <= u'z' ? c - u'a' + u'A' : c);
-  for (size_t i = 0; i < kCurrencyCount; ++i)
-    if (packed[i] == key) return &kCurrencies[i];
-  return nullptr;
+  const int index = IndexOfCode(code);
+  return index < 0 ? nullptr : &kCurrencies[index];
 }
 
 ConversionStatus ConvertThroughEuro(Currency amount, EuroRate from, EuroRate to, int16_t decimals, Currency* result,
@@ -369,19 +506,19 @@ bool RealToDecimal(double value, Currency* out) {
 }
 
 double ExchangeRate(ExecContext* context, std::u16string_view code) {
-  const CurrencyInfo* c = Known(context, code);
-  if (!c) return 0;
-  return RateValue(WithProgram(context, [&](ProgramCurrencies& p) { return p.rates[IndexOf(c)]; }));
+  const int c = Known(context, code);
+  if (c < 0) return 0;
+  return RateValue(WithProgram(context, [&](ProgramCurrencies& p) { return p.rates[c]; }));
 }
 
 double SetExchangeRate(ExecContext* context, std::u16string_view code, double rate) {
-  const CurrencyInfo* c = Known(context, code);
-  if (!c) return 0;
+  const int c = Known(context, code);
+  if (c < 0) return 0;
   if (!(rate > 0)) {
     Raise(context, kErrExchangeRateNotPositive);
     return 0;
   }
-  if (IndexOf(c) == 0) {
+  if (c == 0) {
     Raise(context, kErrEuroRateIsFixed);
     return 0;
   }
@@ -418,15 +555,13 @@ double SetExchangeRate(ExecContext* context, std::u16string_view code, double ra
     Raise(context, kErrExchangeRateOutOfRange, {RealText(rate)});
     return 0;
   }
-  WithProgram(context, [&](ProgramCurrencies& p) { p.rates[IndexOf(c)] = r; });
+  WithProgram(context, [&](ProgramCurrencies& p) { p.rates[c] = r; });
   return RateValue(r);
 }
 
-Currency ToEuro(ExecContext* context, Currency amount) {
-  return Convert(context, amount, Storage(context), &kCurrencies[0]);
-}
+Currency ToEuro(ExecContext* context, Currency amount) { return Convert(context, amount, Storage(context), 0); }
 Currency ToEuroFrom(ExecContext* context, Currency amount, std::u16string_view code) {
-  return Convert(context, amount, Known(context, code), &kCurrencies[0]);
+  return Convert(context, amount, Known(context, code), 0);
 }
 Currency RealToEuro(ExecContext* context, double amount) {
   const auto a = FromReal(context, amount);
@@ -437,11 +572,9 @@ Currency RealToEuroFrom(ExecContext* context, double amount, std::u16string_view
   return a ? ToEuroFrom(context, *a, code) : Currency{};
 }
 
-Currency ToCurrency(ExecContext* context, Currency amount) {
-  return Convert(context, amount, &kCurrencies[0], Display(context));
-}
+Currency ToCurrency(ExecContext* context, Currency amount) { return Convert(context, amount, 0, Display(context)); }
 Currency ToCurrencyCode(ExecContext* context, Currency amount, std::u16string_view code) {
-  return Convert(context, amount, &kCurrencies[0], Known(context, code));
+  return Convert(context, amount, 0, Known(context, code));
 }
 Currency RealToCurrency(ExecContext* context, double amount) {
   const auto a = FromReal(context, amount);
@@ -452,10 +585,23 @@ Currency RealToCurrencyCode(ExecContext* context, double amount, std::u16string_
   return a ? ToCurrencyCode(context, *a, code) : Currency{};
 }
 
+namespace {
+// Everything but the everyday call (ChangeCurrency's first lines), from the start.
+[[gnu::noinline]] Currency ChangeCurrencyInFull(ExecContext* context, Currency amount, std::u16string_view from,
+                                                std::u16string_view to) {
+  const int f = Known(context, from);
+  const int t = f >= 0 ? Known(context, to) : -1;
+  return ConvertInFull(context, amount, f, t);
+}
+}  // namespace
+
 Currency ChangeCurrency(ExecContext* context, Currency amount, std::u16string_view from, std::u16string_view to) {
-  const CurrencyInfo* f = Known(context, from);
-  const CurrencyInfo* t = f ? Known(context, to) : nullptr;
-  return Convert(context, amount, f, t);
+  // The other path takes the same arguments, so that reaching it is a plain
+  // jump and the everyday path needs no stack frame.
+  Currency out;
+  if (ConvertQuickly(context, amount, IndexOfCode(from), IndexOfCode(to), &out)) [[likely]]
+    return out;
+  return ChangeCurrencyInFull(context, amount, from, to);
 }
 Currency ChangeCurrencyReal(ExecContext* context, double amount, std::u16string_view from, std::u16string_view to) {
   const auto a = FromReal(context, amount);
@@ -465,15 +611,15 @@ Currency ChangeCurrencyInt(ExecContext* context, int32_t amount, std::u16string_
   return ChangeCurrency(context, Currency{amount, 0}, from, to);
 }
 
-std::u16string DefaultStorageCurrency(ExecContext* context) { return Storage(context)->code; }
+std::u16string DefaultStorageCurrency(ExecContext* context) { return kCurrencies[Storage(context)].code; }
 void SetDefaultStorageCurrency(ExecContext* context, std::u16string_view code) {
-  if (const CurrencyInfo* c = Known(context, code))
-    WithProgram(context, [&](ProgramCurrencies& p) { p.storage = IndexOf(c); });
+  if (const int c = Known(context, code); c >= 0)
+    WithProgram(context, [&](ProgramCurrencies& p) { p.storage = static_cast<size_t>(c); });
 }
-std::u16string DefaultDisplayCurrency(ExecContext* context) { return Display(context)->code; }
+std::u16string DefaultDisplayCurrency(ExecContext* context) { return kCurrencies[Display(context)].code; }
 void SetDefaultDisplayCurrency(ExecContext* context, std::u16string_view code) {
-  if (const CurrencyInfo* c = Known(context, code))
-    WithProgram(context, [&](ProgramCurrencies& p) { p.display = IndexOf(c); });
+  if (const int c = Known(context, code); c >= 0)
+    WithProgram(context, [&](ProgramCurrencies& p) { p.display = static_cast<size_t>(c); });
 }
 
 std::u16string CurrencyName(ExecContext* context, std::u16string_view code) { return CurrencyNameIn(context, code, 0); }
@@ -482,12 +628,12 @@ std::u16string CurrencyNameIn(ExecContext* context, std::u16string_view code, in
     Raise(context, kErrUnknownCurrencyNameForm, {form});
     return {};
   }
-  const CurrencyInfo* c = Known(context, code);
-  if (!c) return {};
+  const int c = Known(context, code);
+  if (c < 0) return {};
   const KLLanguage* language = Language(context);
   const bool programFrench = language ? language->code == KL_LANGUAGE_FRENCH : French();
   const bool french = form == 1 || (form == 0 && programFrench);
-  return french ? c->french : c->english;
+  return french ? kCurrencies[c].french : kCurrencies[c].english;
 }
 
 bool InitCurrency(ExecContext* context) {
@@ -499,8 +645,15 @@ Currency RoundDifference(ExecContext* context) { return DifferenceOf(StateOf(con
 
 void ForgetCurrencyState(ExecContext* context) {
   std::lock_guard lock(gMutex);
-  Programs().erase(context);
-  gForgotten.fetch_add(1, std::memory_order_release);
+  ProgramTable& table = Programs();
+  const auto it = table.byContext.find(context);
+  if (it == table.byContext.end()) return;
+  ProgramRecord* record = it->second;
+  ProgramRecord* expected = record;  // the only slot it can be in
+  gRecent[RecentSlot(context)].compare_exchange_strong(expected, nullptr, std::memory_order_acq_rel);
+  record->context.store(NoContext(record), std::memory_order_relaxed);
+  table.spare.push_back(record);
+  table.byContext.erase(it);
 }
 
 }  // namespace kp::numbers

@@ -15,7 +15,8 @@
 //
 // Thread-safety: the functions without a context are pure. A program's state
 // is used on the thread that runs it; a lock guards only the table of
-// programs (a program's first call on a thread takes it).
+// programs (a program's first call takes it, and so does a call after
+// another program with the same hash was served: see StateOf).
 #pragma once
 
 #include <cstdint>

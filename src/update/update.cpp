@@ -2,6 +2,7 @@
 #include "update/update.h"
 
 #include <cstring>
+#include <vector>
 
 #include "abi/error.h"
 #include "abi/strings.h"
@@ -30,6 +31,16 @@ constexpr size_t kVersionBuffer = 40;   // characters read of the installed vers
 
 std::u16string Ascii(std::string_view s) { return std::u16string(s.begin(), s.end()); }
 
+// Texts of ASCII only are the same bytes in UTF-8 and in every ANSI code
+// page: the common case needs no converter (opening one costs more than the
+// rest of the text handling of a check).
+bool IsAscii(std::u16string_view s) {
+  for (char16_t c : s)
+    if (c >= 0x80) return false;
+  return true;
+}
+std::string AsciiBytes(std::u16string_view s) { return std::string(s.begin(), s.end()); }
+
 // The name of an application file: after its last separator, before its
 // last dot.
 std::u16string_view ApplicationName(std::u16string_view path) {
@@ -44,41 +55,105 @@ void ReportRead(ExecContext* context, std::u16string_view what, uint32_t code) {
   SetSystemError(context, code);
 }
 
-uint32_t OpenSettings(std::u16string_view application, uint32_t access, reg::KeyHolder& key) {
-  return reg::OpenKey(reg::kLocalMachine, SettingsKey(application), access, key.out());
-}
+// An application's settings key, open, and its values as the system's
+// calls read them. The first read walks all the key's values at once (one
+// database read on POSIX instead of one per value); a value is then taken
+// from that walk when its name is plain ASCII (its match, whatever the case,
+// is then certain), and asked for alone otherwise, as when the walk failed.
+class SettingsReader {
+ public:
+  explicit SettingsReader(std::u16string_view application) : key_(SettingsKey(application)) {
+    opened_ = reg::OpenKey(reg::kLocalMachine, key_, reg::kQueryValue, handle_.out());
+  }
+  // 0 when the key is open, else the system's error.
+  uint32_t opened() const { return opened_; }
+  // The key's name, for the error messages.
+  const std::u16string& key() const { return key_; }
 
-// As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
-// type, into a zeroed number; a larger value does not fit (234).
-uint32_t ReadNumber(reg::HKey key, std::u16string_view name, uint32_t* out) {
-  uint8_t bytes[4] = {};
-  uint32_t type = 0, size = sizeof bytes;
-  const uint32_t rc = reg::QueryValue(key, name, &type, bytes, &size);
-  if (rc) return rc;
-  std::memcpy(out, bytes, sizeof bytes);
-  return 0;
-}
+  // As RegQueryValueEx into a 4-byte buffer: the value's bytes, whatever its
+  // type, into a zeroed number; a larger value does not fit (234).
+  uint32_t Number(std::u16string_view name, uint32_t* out) {
+    uint8_t bytes[4] = {};
+    uint32_t size = sizeof bytes;
+    if (uint32_t rc = Read(name, bytes, &size)) return rc;
+    std::memcpy(out, bytes, sizeof bytes);
+    return 0;
+  }
 
-// A text value read into a buffer of `limit` characters, as the system's
-// call does: a value that does not fit is not read (234); a missing
-// terminator is supplied.
-uint32_t ReadText(reg::HKey key, std::u16string_view name, size_t limit, std::u16string* out) {
-  std::u16string buffer(limit, u'\0');
-  uint32_t type = 0, size = static_cast<uint32_t>(limit * 2);
-  const uint32_t rc = reg::QueryValue(key, name, &type, reinterpret_cast<uint8_t*>(buffer.data()), &size);
-  if (rc) return rc;
-  buffer.resize(size / 2);
-  const size_t end = buffer.find(u'\0');
-  if (end != buffer.npos) buffer.resize(end);
-  *out = std::move(buffer);
-  return 0;
-}
+  // A text value read into a buffer of `limit` characters, as the system's
+  // call does: a value that does not fit is not read (234); a missing
+  // terminator is supplied.
+  uint32_t Text(std::u16string_view name, size_t limit, std::u16string* out) {
+    std::u16string buffer(limit, u'\0');
+    auto size = static_cast<uint32_t>(limit * 2);
+    if (uint32_t rc = Read(name, reinterpret_cast<uint8_t*>(buffer.data()), &size)) return rc;
+    buffer.resize(size / 2);
+    const size_t end = buffer.find(u'\0');
+    if (end != buffer.npos) buffer.resize(end);
+    *out = std::move(buffer);
+    return 0;
+  }
+
+ private:
+  struct Value {
+    std::u16string name;
+    std::vector<uint8_t> bytes;
+  };
+
+  static bool SameAscii(std::u16string_view a, std::u16string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+      const char16_t x = a[i] >= u'a' && a[i] <= u'z' ? a[i] - 32 : a[i];
+      const char16_t y = b[i] >= u'a' && b[i] <= u'z' ? b[i] - 32 : b[i];
+      if (x != y) return false;
+    }
+    return true;
+  }
+
+  // As QueryValue into `size` bytes at `data`.
+  uint32_t Read(std::u16string_view name, uint8_t* data, uint32_t* size) {
+    if (opened_) return opened_;
+    if (!walked_) Walk();
+    if (walkedAll_) {
+      for (const Value& v : values_)
+        if (SameAscii(v.name, name)) {
+          if (v.bytes.size() > *size) return win32::kMoreData;
+          if (!v.bytes.empty()) std::memcpy(data, v.bytes.data(), v.bytes.size());
+          *size = static_cast<uint32_t>(v.bytes.size());
+          return 0;
+        }
+      if (asciiOnly_) return win32::kFileNotFound;
+    }
+    uint32_t type = 0;
+    return reg::QueryValue(handle_.get(), name, &type, data, size);
+  }
+
+  void Walk() {
+    walked_ = true;
+    asciiOnly_ = true;
+    const uint32_t rc = reg::VisitValues(handle_.get(), 0, true, [this](const reg::ValueEntry& e) {
+      if (IsAscii(e.name))
+        values_.push_back({std::u16string(e.name), std::vector<uint8_t>(e.data.begin(), e.data.end())});
+      else
+        asciiOnly_ = false;  // its name might match one asked for: that one is asked for alone
+      return true;
+    });
+    walkedAll_ = rc == 0;
+  }
+
+  std::u16string key_;
+  reg::KeyHolder handle_;
+  uint32_t opened_ = 0;
+  bool walked_ = false, walkedAll_ = false, asciiOnly_ = true;
+  std::vector<Value> values_;
+};
 
 // The server's reference version; false with the error recorded.
-bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view application, std::u16string* out) {
+bool ReadReference(ExecContext* context, SettingsReader& settings, std::u16string_view application,
+                   std::u16string* out) {
   std::u16string location;
-  if (uint32_t rc = ReadText(key, u"UPDATE_URL", kTextBuffer, &location)) {
-    ReportRead(context, SettingsKey(application), rc);
+  if (uint32_t rc = settings.Text(u"UPDATE_URL", kTextBuffer, &location)) {
+    ReportRead(context, settings.key(), rc);
     return false;
   }
   const std::string url = VersionFileUrl(location);
@@ -94,7 +169,8 @@ bool ReadReference(ExecContext* context, reg::HKey key, std::u16string_view appl
     return false;
   }
   // The file is an INI file of the ANSI code page, as the library's own.
-  const auto version = registry::IniReadBytes(body, ToEightBit(ApplicationName(application)), "VERSION");
+  const std::u16string_view name = ApplicationName(application);
+  const auto version = registry::IniReadBytes(body, IsAscii(name) ? AsciiBytes(name) : ToEightBit(name), "VERSION");
   if (!version) {
     ReportRead(context, Ascii(url), win32::kFileNotFound);
     return false;
@@ -115,7 +191,9 @@ std::string VersionFileUrl(std::u16string_view location) {
   // Spaces, controls and characters beyond ASCII go as UTF-8 escapes.
   std::string url;
   static constexpr char kHex[] = "0123456789ABCDEF";
-  for (unsigned char b : platform::ToCodePage(location, platform::kCodePageUtf8)) {
+  const std::string utf8 =
+      IsAscii(location) ? AsciiBytes(location) : platform::ToCodePage(location, platform::kCodePageUtf8);
+  for (unsigned char b : utf8) {
     if (b <= 0x20 || b >= 0x7F) {
       url += '%';
       url += kHex[b >> 4];
@@ -131,17 +209,16 @@ std::string VersionFileUrl(std::u16string_view location) {
 
 int32_t Available(ExecContext* context, std::u16string_view application) {
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  reg::KeyHolder key;
+  SettingsReader settings(application);
   uint32_t enabled = 0;
-  if (OpenSettings(application, reg::kQueryValue, key) || ReadNumber(key.get(), u"UPDATE_HTTP", &enabled) ||
-      enabled == 0)
-    return kNoUpdate;  // updates off: the network is not touched
+  if (settings.Number(u"UPDATE_HTTP", &enabled) || enabled == 0)
+    return kNoUpdate;  // no settings, or updates off: the network is not touched
   std::u16string installed, reference;
-  if (uint32_t rc = ReadText(key.get(), u"VERSION", kVersionBuffer, &installed)) {
-    ReportRead(context, SettingsKey(application), rc);
+  if (uint32_t rc = settings.Text(u"VERSION", kVersionBuffer, &installed)) {
+    ReportRead(context, settings.key(), rc);
     return 0;
   }
-  if (!ReadReference(context, key.get(), application, &reference)) return 0;
+  if (!ReadReference(context, settings, application, &reference)) return 0;
   return CompareNatural(installed, reference) < 0 ? kOptionalUpdate : kNoUpdate;
 }
 
@@ -152,26 +229,26 @@ std::u16string Parameter(ExecContext* context, int32_t parameter, std::u16string
     return {};
   }
   if (application.size() > kMaxApplicationPath) application = application.substr(0, kMaxApplicationPath);
-  reg::KeyHolder key;
-  if (uint32_t rc = OpenSettings(application, reg::kQueryValue, key)) {
-    ReportRead(context, SettingsKey(application), rc);
+  SettingsReader settings(application);
+  if (uint32_t rc = settings.opened()) {
+    ReportRead(context, settings.key(), rc);
     return {};
   }
   std::u16string out;
   uint32_t rc = 0;
   if (parameter == kNetwork) {
     uint32_t n = 0;
-    rc = ReadNumber(key.get(), u"UPDATE_HTTP", &n);
+    rc = settings.Number(u"UPDATE_HTTP", &n);
     if (!rc) out = Ascii(std::to_string(n));
   } else if (parameter == kServer) {
-    rc = ReadText(key.get(), u"UPDATE_URL", kTextBuffer, &out);
+    rc = settings.Text(u"UPDATE_URL", kTextBuffer, &out);
   } else if (parameter == kLocalVersion) {
-    rc = ReadText(key.get(), u"VERSION", kTextBuffer, &out);
-  } else if (!ReadReference(context, key.get(), application, &out)) {
+    rc = settings.Text(u"VERSION", kTextBuffer, &out);
+  } else if (!ReadReference(context, settings, application, &out)) {
     return {};
   }
   if (rc) {
-    ReportRead(context, SettingsKey(application), rc);
+    ReportRead(context, settings.key(), rc);
     return {};
   }
   return out;

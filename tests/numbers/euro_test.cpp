@@ -3,14 +3,17 @@
 // amounts, then the per-program settings and bad input.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "abi/error_ids.h"
@@ -255,6 +258,8 @@ TEST(EuroBadInput, ClearErrorsAndZero) {
   EXPECT_EQ(ChangeCurrency(ctx, {INT64_MAX, 32767}, u"EUR", u"ITL").value, 0);
   EXPECT_EQ(ChangeCurrency(ctx, {0, -32768}, u"EUR", u"ITL").value, 0);
   EXPECT_EQ(ChangeCurrency(ctx, {INT64_MIN, 18}, u"EUR", u"ITL").value, -17859);  // -9.22... EUR
+  EXPECT_EQ(ChangeCurrency(ctx, {INT64_MIN, 2}, u"EUR", u"EUR").value, INT64_MIN);  // the lowest cell, unchanged
+  EXPECT_EQ(ChangeCurrency(ctx, {INT64_MIN, 3}, u"eur", u"EUR").value, -922337203685477581);
   EXPECT_EQ(RealToEuroFrom(ctx, 5e-324, u"ITL").value, 0);
   EXPECT_FALSE(ctx.hasError());
   // Rates a program may not set.
@@ -268,6 +273,111 @@ TEST(EuroBadInput, ClearErrorsAndZero) {
   EXPECT_EQ(ExchangeRate(ctx, u"XXX"), 0);
   EXPECT_EQ(ctx.errorId(), kp::kErrUnknownCurrency);
   ForgetCurrencyState(ctx);
+}
+
+// The look-up by code against a plain scan of the table, over every
+// three-character code made of letters and of the characters next to them
+// (and a few beyond ASCII whose low bits are a letter's).
+TEST(EuroCodes, LookUpAgreesWithAScanOfTheTable) {
+  auto scan = [](std::u16string_view code) -> const CurrencyInfo* {
+    if (code.size() != 3) return nullptr;
+    for (const CurrencyInfo& c : Currencies()) {
+      bool same = true;
+      for (size_t i = 0; i < 3; ++i) {
+        const char16_t ch = code[i] >= u'a' && code[i] <= u'z' ? code[i] - u'a' + u'A' : code[i];
+        same = same && ch == c.code[i];
+      }
+      if (same) return &c;
+    }
+    return nullptr;
+  };
+  std::u16string alphabet = u"@[\\]^_`{|}~\x7F 0?\u00C4\u00E4\u0141\u0161\u0144\u0164\uFF21\uFF41\u2045";
+  for (char16_t c = u'A'; c <= u'Z'; ++c) alphabet += {c, static_cast<char16_t>(c + 32)};
+  size_t found = 0;
+  std::u16string code(3, u' ');
+  for (char16_t a : alphabet)
+    for (char16_t b : alphabet)
+      for (char16_t c : alphabet) {
+        code[0] = a, code[1] = b, code[2] = c;
+        const CurrencyInfo* got = FindCurrency(code);
+        ASSERT_EQ(got, scan(code)) << std::string(code.begin(), code.end());
+        found += got != nullptr;
+      }
+  EXPECT_EQ(found, Currencies().size() * 8);  // each code in its 8 mixes of case
+  for (std::u16string_view bad : {u"", u"D", u"DE", u"DEMX", u"EURO"}) EXPECT_EQ(FindCurrency(bad), nullptr);
+}
+
+// The per-thread record of the last program: a thread's first call (even
+// without a program), programs taking turns, and a forgotten program that
+// comes back with its defaults.
+TEST(EuroSettings, StateFollowsTheProgramOnEveryThread) {
+  Currency fromThread{};
+  std::u16string storage;
+  std::thread([&] {
+    fromThread = ChangeCurrency(nullptr, {195583, 3}, u"DEM", u"EUR");
+    storage = DefaultStorageCurrency(nullptr);
+  }).join();
+  EXPECT_EQ(fromThread.value, 10000);
+  EXPECT_EQ(storage, u"EUR");
+
+  FakeContext a, b;
+  SetDefaultStorageCurrency(a, u"FRF");
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(ToEuro(a, {655957, 3}).value, 10000);
+    EXPECT_EQ(ToEuro(b, {655957, 3}).value, 65596);
+  }
+  std::thread([&] { EXPECT_EQ(DefaultStorageCurrency(a), u"FRF"); }).join();
+  // Many programs taking turns: some share a slot of the recent table.
+  std::vector<std::unique_ptr<FakeContext>> many;
+  for (int i = 0; i < 200; ++i) {
+    many.push_back(std::make_unique<FakeContext>());
+    SetDefaultStorageCurrency(*many.back(), i % 2 ? u"DEM" : u"ITL");
+  }
+  for (int round = 0; round < 2; ++round)
+    for (int i = 0; i < 200; ++i) ASSERT_EQ(DefaultStorageCurrency(*many[i]), i % 2 ? u"DEM" : u"ITL") << i;
+  for (auto& m : many) ForgetCurrencyState(*m);
+  ForgetCurrencyState(a);
+  EXPECT_EQ(DefaultStorageCurrency(a), u"EUR");
+  EXPECT_EQ(ToEuro(b, {655957, 3}).value, 65596);
+  ForgetCurrencyState(a);
+  ForgetCurrencyState(b);
+  ForgetCurrencyState(nullptr);
+}
+
+// Programs on several threads at once, each thread switching between two
+// of its own (so slots of the recent table change hands), while another
+// thread keeps making and forgetting programs: every answer stays its
+// program's own.
+TEST(EuroSettings, ProgramsOnManyThreadsAtOnce) {
+  std::atomic<bool> stop{false};
+  std::atomic<int> wrong{0};
+  std::thread churn([&] {
+    while (!stop.load()) {
+      FakeContext passing;
+      SetDefaultStorageCurrency(passing, u"ESP");
+      if (DefaultStorageCurrency(passing) != u"ESP") ++wrong;
+      ForgetCurrencyState(passing);
+    }
+  });
+  std::vector<std::thread> workers;
+  for (int t = 0; t < 4; ++t)
+    workers.emplace_back([&, t] {
+      FakeContext francs, marks;
+      SetDefaultStorageCurrency(francs, u"FRF");
+      SetDefaultStorageCurrency(marks, u"DEM");
+      for (int i = 0; i < 3000; ++i) {
+        const int64_t amount = 1000 * (t + 1) + i;
+        // FRF to EUR and DEM to EUR, each from the program's own default.
+        if (ToEuro(francs, {amount * 655957, 7}).value != amount || ToEuro(marks, {amount * 195583, 7}).value != amount)
+          ++wrong;
+      }
+      ForgetCurrencyState(francs);
+      ForgetCurrencyState(marks);
+    });
+  for (auto& w : workers) w.join();
+  stop = true;
+  churn.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 }  // namespace

@@ -115,6 +115,23 @@ TEST_F(Update, EveryWayTheServerCanAnswer) {
   }
 }
 
+// The kept connection handle follows a change of the time limit between
+// two requests (its options are set again only when a setting changed).
+TEST_F(Update, TheTimeLimitIsReadAtEveryRequest) {
+  Settings(1, U16(Base() + "/hang"), u"1");
+  auto timed = [&](const char* limitMs) {
+    setenv("KP_HTTP_TIMEOUT_MS", limitMs, 1);
+    ctx_.clearError();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(update::Available(ctx_, kApp), 0);
+    EXPECT_EQ(ctx_.systemError(), 12002u) << limitMs;
+    return std::chrono::steady_clock::now() - start;
+  };
+  EXPECT_LT(timed("200"), std::chrono::milliseconds(1200));
+  EXPECT_GE(timed("900"), std::chrono::milliseconds(850));
+  EXPECT_LT(timed("200"), std::chrono::milliseconds(850));
+}
+
 // TLS with a certificate made here, trusted only through KP_HTTP_CA_FILE.
 TEST_F(Update, HttpsWithATrustedCertificate) {
   const std::string cert = dir_ + "/cert.pem", key = dir_ + "/key.pem";
@@ -165,6 +182,65 @@ TEST_F(Update, ParametersReadAndChanged) {
   // "1" as text stores the byte '1': read as a number it is 49, and on.
   ASSERT_TRUE(update::ChangeParameter(ctx_, update::kNetwork, u"1", kApp));
   EXPECT_EQ(update::Parameter(ctx_, update::kNetwork, kApp), u"49");
+}
+
+// The settings' values as the system's calls read them into their buffers:
+// a number of four bytes at most (fewer are zero-extended), a version of 40
+// characters at most, a text cut at its first NUL; a value too large for
+// its buffer is an error (234), a missing one a missing file (2).
+TEST_F(Update, SettingsReadAsIntoTheSystemsBuffers) {
+  Settings(1, U16(Base() + "/ok"), u"2.9");
+  reg::KeyHolder k;
+  ASSERT_EQ(reg::OpenKey(reg::kLocalMachine, update::SettingsKey(kApp), reg::kAllAccess, k.out()), 0u);
+  auto set = [&](const char16_t* name, uint32_t type, const void* data, uint32_t size) {
+    ASSERT_EQ(reg::SetValue(k.get(), name, type, static_cast<const uint8_t*>(data), size), 0u);
+  };
+  const uint8_t two[2] = {0x02, 0x01};
+  set(u"UPDATE_HTTP", reg::kBinary, two, 2);
+  EXPECT_EQ(update::Parameter(ctx_, update::kNetwork, kApp), u"258");
+  const uint64_t wide = 1;
+  set(u"UPDATE_HTTP", reg::kQword, &wide, 8);  // does not fit: updates count as off
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);
+  EXPECT_FALSE(ctx_.hasError());
+  EXPECT_EQ(update::Parameter(ctx_, update::kNetwork, kApp), u"");
+  EXPECT_EQ(ctx_.systemError(), 234u);
+  ctx_.clearError();
+  const uint32_t on = 1;
+  set(u"UPDATE_HTTP", reg::kDword, &on, 4);
+
+  const std::u16string cut(u"2.9\0junk", 8), longest(40, u'1'), tooLong(41, u'1'), other = u"7";
+  // Names in any case; a name beyond ASCII next to them changes nothing.
+  set(u"Versión", reg::kSz, other.data(), 2);
+  set(u"version", reg::kSz, cut.data(), static_cast<uint32_t>(cut.size() * 2));
+  EXPECT_EQ(update::Parameter(ctx_, update::kLocalVersion, kApp), u"2.9");
+  EXPECT_EQ(update::Parameter(ctx_, update::kServer, kApp), U16(Base() + "/ok"));
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kOptionalUpdate);  // 2.9 against the server's 2.10
+  set(u"VERSION", reg::kSz, longest.data(), 80);
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);
+  set(u"VERSION", reg::kSz, tooLong.data(), 82);
+  EXPECT_EQ(update::Available(ctx_, kApp), 0);
+  EXPECT_EQ(ctx_.errorId(), kErrCannotReadUpdateSettings);
+  EXPECT_EQ(ctx_.systemError(), 234u);
+  EXPECT_NE(ctx_.message().find(u"APPLI\\App"), std::u16string::npos);
+  EXPECT_EQ(update::Parameter(ctx_, update::kLocalVersion, kApp), tooLong);  // its buffer is larger
+  ctx_.clearError();
+
+  ASSERT_EQ(reg::DeleteValue(k.get(), u"VERSION"), 0u);
+  EXPECT_EQ(update::Available(ctx_, kApp), 0);
+  EXPECT_EQ(ctx_.systemError(), 2u);
+  ctx_.clearError();
+  ASSERT_EQ(reg::DeleteValue(k.get(), u"UPDATE_URL"), 0u);
+  EXPECT_EQ(update::Parameter(ctx_, update::kReferenceVersion, kApp), u"");
+  EXPECT_EQ(ctx_.errorId(), kErrCannotReadUpdateSettings);
+  EXPECT_EQ(ctx_.systemError(), 2u);
+  ctx_.clearError();
+  ASSERT_EQ(reg::DeleteValue(k.get(), u"UPDATE_HTTP"), 0u);
+  EXPECT_EQ(update::Available(ctx_, kApp), update::kNoUpdate);  // a key without the switch: off
+  EXPECT_FALSE(ctx_.hasError());
+  const std::string requests = Requests();
+  size_t gets = 0;
+  for (size_t at = requests.find("GET "); at != std::string::npos; at = requests.find("GET ", at + 1)) ++gets;
+  EXPECT_EQ(gets, 2u) << "only the checks that read a whole version asked the server";
 }
 
 // AppliDéclencheMAJ starts a stand-in updater (a script in the device's

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <string>
 
 #include "platform/platform.h"
 
@@ -17,6 +18,10 @@ namespace {
 // Released when the library is unloaded, with its kept connections.
 struct Handle {
   CURL* curl = nullptr;
+  // The settings its options were last set with: while they stay the same,
+  // a request sets only its own location and sink.
+  long timeoutMs = 0;
+  std::string caFile;
   ~Handle() {
     if (!curl) return;
     curl_easy_cleanup(curl);
@@ -87,21 +92,30 @@ uint32_t Get(std::string_view url, int* status, std::string* body) {
     }
   }
   CURL* h = gHandle.curl;
-  curl_easy_reset(h);  // keeps the connection cache
+  const long timeoutMs = SettingMs("KP_HTTP_TIMEOUT_MS", 15000);
+  const char* ca = std::getenv("KP_HTTP_CA_FILE");
+  const std::string caFile = ca ? ca : "";
+  if (gHandle.timeoutMs != timeoutMs || gHandle.caFile != caFile) {
+    // Set up again from the defaults (the connection cache is kept): the
+    // default certificates come back when the CA file setting goes.
+    curl_easy_reset(h);
+    curl_easy_setopt(h, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(h, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
+    curl_easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(h, CURLOPT_MAXREDIRS, 5L);
+    curl_easy_setopt(h, CURLOPT_MAXAGE_CONN, 5L);
+    curl_easy_setopt(h, CURLOPT_TIMEOUT_MS, timeoutMs);
+    curl_easy_setopt(h, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(h, CURLOPT_WRITEFUNCTION, Write);
+    if (!caFile.empty()) curl_easy_setopt(h, CURLOPT_CAINFO, caFile.c_str());
+    gHandle.timeoutMs = timeoutMs;
+    gHandle.caFile = caFile;
+  }
   const std::string u(url);
   Sink sink{body};
   curl_easy_setopt(h, CURLOPT_URL, u.c_str());
-  curl_easy_setopt(h, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(h, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
-  curl_easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(h, CURLOPT_MAXREDIRS, 5L);
-  curl_easy_setopt(h, CURLOPT_MAXAGE_CONN, 5L);
-  curl_easy_setopt(h, CURLOPT_TIMEOUT_MS, SettingMs("KP_HTTP_TIMEOUT_MS", 15000));
-  curl_easy_setopt(h, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(h, CURLOPT_WRITEFUNCTION, Write);
   curl_easy_setopt(h, CURLOPT_WRITEDATA, &sink);
-  if (const char* ca = std::getenv("KP_HTTP_CA_FILE"); ca && *ca) curl_easy_setopt(h, CURLOPT_CAINFO, ca);
   const CURLcode rc = curl_easy_perform(h);
   if (rc != CURLE_OK) {
     const uint32_t error = sink.tooBig ? kErrInvalidServerResponse : FromCurl(rc);
