@@ -5,7 +5,8 @@
 // entry that is a link is resolved beneath the root again from its own
 // place: one that leads inside is listed as what it names, one that leads
 // outside (or dangles, or loops) is not part of the device and is left out.
-// The whole listing is read at FindFirstFile and handed out sorted by name.
+// The whole listing is read at FindFirstFile and handed out sorted by name
+// (in the directory's own order for a size total, kFindSizesOnly).
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -53,10 +54,13 @@ FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, Find
   const int fd = dirfd(d);
   // "*" and "*.*" take every name: no need to fold each one.
   const bool everything = leaf == u"*" || leaf == u"*.*";
+  const bool sizesOnly = everything && (details & kFindSizesOnly);
+  details &= ~kFindSizesOnly;
   std::vector<std::pair<size_t, std::string>> subdirectories;
   while (dirent* e = readdir(d)) {
     if (std::strcmp(e->d_name, ".") == 0 || std::strcmp(e->d_name, "..") == 0) continue;
-    std::u16string entry = names::FromUtf8(e->d_name);
+    std::u16string entry;
+    if (!sizesOnly) entry = names::FromUtf8(e->d_name);
     if (!everything && !names::Match(leaf, entry)) continue;
     struct stat st {};
     bool haveStat = false;
@@ -83,7 +87,7 @@ FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, Find
     // A directory reached through a link is entered by its path, from the root again.
     if (isDir && !link) subdirectories.emplace_back(state->entries.size(), e->d_name);
     FindData f;
-    f.name = std::move(entry);
+    f.name = sizesOnly && isDir ? names::FromUtf8(e->d_name) : std::move(entry);
     f.attributes = (details & kFindAttributes) ? detail::AttributesOf(object.get(), objectLeaf, st)
                    : isDir                      ? kAttrDirectory
                                                 : kAttrNormal;
@@ -93,25 +97,33 @@ FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, Find
     }
     if (details & kFindSizeTimes) {
       f.size = isDir ? 0 : st.st_size;
-      f.times = detail::TimesOf(st);
+      if (!sizesOnly) f.times = detail::TimesOf(st);
     }
     state->entries.push_back(std::move(f));
   }
   if (state->entries.empty()) return Fail(win32::kFileNotFound), kInvalidFind;
-  // Sorted by name, the on-disk names of the subdirectories following their entries.
-  std::vector<size_t> order(state->entries.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](size_t a, size_t b) { return state->entries[a].name < state->entries[b].name; });
-  std::vector<FindData> sorted;
-  sorted.reserve(order.size());
-  for (size_t i : order) sorted.push_back(std::move(state->entries[i]));
-  state->entries = std::move(sorted);
-  if (!subdirectories.empty()) {
-    std::vector<size_t> rank(order.size());
-    for (size_t i = 0; i < order.size(); ++i) rank[order[i]] = i;
-    state->onDisk.resize(order.size());
-    for (auto& [index, name] : subdirectories) state->onDisk[rank[index]] = std::move(name);
+  if (sizesOnly) {
+    // In the directory's own order: the on-disk names by entry as they came.
+    if (!subdirectories.empty()) {
+      state->onDisk.resize(state->entries.size());
+      for (auto& [index, name] : subdirectories) state->onDisk[index] = std::move(name);
+    }
+  } else {
+    // Sorted by name, the on-disk names of the subdirectories following their entries.
+    std::vector<size_t> order(state->entries.size());
+    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+    std::sort(order.begin(), order.end(),
+              [&](size_t a, size_t b) { return state->entries[a].name < state->entries[b].name; });
+    std::vector<FindData> sorted;
+    sorted.reserve(order.size());
+    for (size_t i : order) sorted.push_back(std::move(state->entries[i]));
+    state->entries = std::move(sorted);
+    if (!subdirectories.empty()) {
+      std::vector<size_t> rank(order.size());
+      for (size_t i = 0; i < order.size(); ++i) rank[order[i]] = i;
+      state->onDisk.resize(order.size());
+      for (auto& [index, name] : subdirectories) state->onDisk[rank[index]] = std::move(name);
+    }
   }
   state->prefix = std::move(prefix);
   // Each entry is handed out once: moved, not copied.
