@@ -2,8 +2,10 @@
 // against std::getline on the same file, and fRepTaille / fListeFichier over
 // a tree of 2000 files against one nftw walk of the same tree. fLitLigne
 // reads a shared mapping of the file (what another process writes is in its
-// pages) and returns a new string a line, where getline reuses one buffer:
-// that allocation is most of the gap left between the two.
+// pages) and widens each line into the handle's own buffer, reused as
+// getline reuses its string; ReadLine is called as the entry function calls
+// it, which then copies the view into the VM's result (that copy is the
+// frame's, as for every text result: bench/call.cpp measures it).
 #include <benchmark/benchmark.h>
 #include <ftw.h>
 #include <stdlib.h>

@@ -18,7 +18,9 @@
 // 9 int64_t; 10 kp::Currency; 12 double; 0x12, 0x50 and 0x8050 std::u16string_view (null is empty);
 // 28 std::span<const uint8_t>; 0x1f kp::VariantArg. Result codes: 0 void;
 // 1 bool; 8 int32_t; 9 int64_t; 10 kp::Currency; 12 double; 14/15 kp::Handle;
-// 19 std::u16string; 27 kp::Duration; 28 kp::Bytes; 0x1f kp::Value.
+// 19 std::u16string, or std::u16string_view of characters that outlive the
+// call (a handle's line buffer: no string made only to be copied again);
+// 27 kp::Duration; 28 kp::Bytes; 0x1f kp::Value.
 //
 // Thread-safety: entry functions keep no state and may run on any VM thread.
 #pragma once
@@ -152,7 +154,7 @@ struct Result<KL_T_CURRENCY> {
 };
 template <>
 struct Result<KL_T_TEXT> {
-  static void Hand(CallContext* call, ExecContext* context, const std::u16string& text) {
+  static void Hand(CallContext* call, ExecContext* context, std::u16string_view text) {
     // An empty text is still handed over: a null holder is a valid empty text.
     HolderCell cell(MakeTextHolder(text));
     call->vm->ops->SetResult(call->vm, call->resultHandle, cell.address(), KL_T_TEXT);
@@ -209,6 +211,17 @@ template <>
 struct ResultOf<KL_T_NONE> {
   using type = void;
 };
+template <>
+struct ResultOf<KL_T_TEXT> {
+  using type = std::u16string;
+};
+// Whether an implementation's result type T is the one of code R; a text
+// may also come as a view (see the table at the top).
+template <uint32_t R, typename T>
+inline constexpr bool kResultFits = std::is_same_v<T, typename ResultOf<R>::type>;
+template <typename T>
+inline constexpr bool kResultFits<KL_T_TEXT, T> =
+    std::is_same_v<T, std::u16string> || std::is_same_v<T, std::u16string_view>;
 
 // The signature of an implementation: a function or a lambda without captures.
 template <typename F>
@@ -229,7 +242,7 @@ constexpr bool CheckDeclaration() {
   static_assert(std::is_same_v<typename S::params, std::tuple<ExecContext*, ParamType<P>...>>,
                 "the implementation's parameters are not the C++ types of the declared parameter codes "
                 "(ExecContext* first; see the table at the top of frame.h)");
-  static_assert(std::is_same_v<typename S::result, typename ResultOf<R>::type>,
+  static_assert(kResultFits<R, typename S::result>,
                 "the implementation's result is not the C++ type of the declared result code "
                 "(see the table at the top of frame.h)");
   return true;

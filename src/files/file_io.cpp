@@ -447,8 +447,9 @@ void WidenLong(void* arg) {
   Widen(job->data, job->found, job->unit == 2, job->out, &job->high);
 }
 
-// True with the line and the position moved past it; false: read it from the file.
-bool MappedLine(HandleEntry& entry, std::u16string* line) {
+// True with the line (the first `*chars` of entry.line) and the position
+// moved past it; false: read it from the file.
+bool MappedLine(HandleEntry& entry, size_t* chars) {
   if (entry.noView) return false;
   project::IXStream& stream = *entry.stream;
   const int64_t pos = stream.Position();
@@ -458,15 +459,16 @@ bool MappedLine(HandleEntry& entry, std::u16string* line) {
     fresh = true;
   }
   const bool unicode = entry.unicode;
-  // Most lines fit here; the line is then made at its size in one go.
+  // Most lines fit in the handle's buffer as it is: widened straight into it.
   constexpr size_t kRoom = 512;
-  thread_local char16_t scratch[kRoom];
+  std::u16string& line = entry.line;
+  if (line.size() < kRoom) line.resize(kRoom);
   LineJob job{};
   job.end = unicode ? kUnicodeEnd : kAnsiEnd;
   job.endSize = unicode ? 4 : 2;
   job.unit = unicode ? 2 : 1;
-  job.out = scratch;
-  job.room = kRoom;
+  job.out = line.data();
+  job.room = line.size();
   fs::FileView& view = entry.view;
   while (true) {
     // At the end, or the size unknown: the read says which, exactly.
@@ -492,12 +494,11 @@ bool MappedLine(HandleEntry& entry, std::u16string* line) {
       fresh = true;
       continue;
     }
-    const size_t chars = job.found / job.unit;
-    if (job.widened) {
-      line->assign(scratch, chars);
-    } else {
-      line->resize(chars);
-      job.out = line->data();
+    *chars = job.found / job.unit;
+    if (!job.widened) {
+      // A long line: the buffer grows to it (and stays so for the next ones).
+      line.resize(std::max(*chars, line.size()));
+      job.out = line.data();
       if (!fs::ReadView(view, WidenLong, &job)) {
         entry.knownSize = -1;
         return false;
@@ -505,9 +506,12 @@ bool MappedLine(HandleEntry& entry, std::u16string* line) {
     }
     if (!unicode && job.high >= 0x80) {
       // The code page's converter reads a copy: it allocates, which a read of the window must not.
-      std::string bytes(line->size(), '\0');
-      for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>((*line)[i]);
-      *line = FromEightBit(bytes);
+      std::string bytes(*chars, '\0');
+      for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(line[i]);
+      const std::u16string converted = FromEightBit(bytes);
+      *chars = converted.size();
+      if (line.size() < *chars) line.resize(*chars);
+      std::copy(converted.begin(), converted.end(), line.begin());
     }
     const bool terminated = job.found < job.size;
     stream.MoveTo(pos + static_cast<int64_t>(job.found) + (terminated ? job.endSize : 0));
@@ -517,27 +521,30 @@ bool MappedLine(HandleEntry& entry, std::u16string* line) {
 
 }  // namespace
 
-std::u16string ReadLine(ExecContext* context, int32_t handle) {
+std::u16string_view ReadLine(ExecContext* context, int32_t handle) {
   // One look-up in the table: this is the cost of every line.
   HandleEntry* entry = Valid(context, handle);
   if (!entry) return {};
-  if (entry->kind == HandleEntry::kOther) return MemReadLine(context, *entry);
+  if (entry->kind == HandleEntry::kOther) {
+    entry->line = MemReadLine(context, *entry);
+    return entry->line;
+  }
   project::IXStream* stream = DiskStream(entry);
   if (!stream) return {};
-  std::u16string line;
-  if (MappedLine(*entry, &line)) return line;
+  size_t chars = 0;
+  if (MappedLine(*entry, &chars)) return std::u16string_view(entry->line.data(), chars);
   // The line is read first: a byte at the position shows that the file goes
   // on, so its size is asked only when nothing was there.
   bool nothing = false;
-  if (!AssembleLine(*stream, entry->unicode, &line, &nothing)) {
+  if (!AssembleLine(*stream, entry->unicode, &entry->line, &nothing)) {
     RecordSystemError(context, stream->LastSystemError());
     return {};
   }
   if (nothing) {
     const int64_t size = stream->Size();
-    if (size >= 0 && stream->Position() >= size) return std::u16string(kEndOfFile);
+    if (size >= 0 && stream->Position() >= size) return kEndOfFile;
   }
-  return line;
+  return entry->line;
 }
 
 bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view pattern,

@@ -38,7 +38,9 @@ int32_t Open(ExecContext* context, std::u16string_view name, int32_t mode);
 int32_t Create(ExecContext* context, std::u16string_view name, int32_t mode);
 int32_t Close(ExecContext* context, int32_t handle);
 
-std::u16string ReadLine(ExecContext* context, int32_t handle);
+// The line stays in the handle's buffer until the next fLitLigne on the
+// handle or its fFerme: the entry function copies it into the VM's result.
+std::u16string_view ReadLine(ExecContext* context, int32_t handle);
 // The pattern form: the capturing groups go to the variables in order; the
 // frame hands over the first variable only (the descriptor declares one).
 bool ReadLineInto(ExecContext* context, int32_t handle, std::u16string_view pattern,

@@ -38,6 +38,10 @@ struct HandleEntry {
   platform::fs::FileView view;
   int64_t knownSize = -1;
   bool noView = false;
+  // fLitLigne's last line (ReadLine hands out a view of it): reused from
+  // line to line, so a line costs no allocation. Its size is its capacity;
+  // the line is the first characters.
+  std::u16string line;
 };
 
 class HandleTable {

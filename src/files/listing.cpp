@@ -207,8 +207,9 @@ int64_t SizeOf(ExecContext* context, const std::u16string& dir, int32_t options,
                std::vector<std::pair<uint64_t, uint64_t>>* inside, fs::FindHandle parent) {
   int64_t total = 0;
   fs::FindData d;
-  // The sizes and the directory bit are all this walk reads.
-  const fs::FindHandle h = fs::FindFirstFileBelow(parent, dir + u"*", &d, fs::kFindSizeTimes);
+  // The sizes, the directory bit and the directories' names are all this
+  // walk reads: no order, no file names, no times.
+  const fs::FindHandle h = fs::FindFirstFileBelow(parent, dir + u"*", &d, fs::kFindSizeTimes | fs::kFindSizesOnly);
   if (h == fs::kInvalidFind) {
     const uint32_t code = platform::LastError();
     if (code == win32::kFileNotFound || code == win32::kNoMoreFiles) return 0;

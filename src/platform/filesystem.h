@@ -124,9 +124,14 @@ constexpr FindHandle kInvalidFind = -1;
 // kAttrNormal only, without kFindSizeTimes `size` and `times` are 0. Names,
 // order and errors do not depend on it; leaving details out spares the
 // per-entry system calls where the backend can. Windows always fills all.
+// kFindSizesOnly (with kFindSizeTimes, pattern "*" or "*.*"): the caller
+// adds up sizes and walks down directories, nothing more, so the entries
+// may come in the directory's own order, the files without their names and
+// without times (a size total needs neither).
 constexpr uint32_t kFindAttributes = 1;
 constexpr uint32_t kFindSizeTimes = 2;
 constexpr uint32_t kFindAll = kFindAttributes | kFindSizeTimes;
+constexpr uint32_t kFindSizesOnly = 4;
 FindHandle FindFirstFile(std::u16string_view pattern, FindData* data, uint32_t details = kFindAll);
 // The whole of a regular file, by its device name, for the readers that take
 // a file at once (INILit): 0 or the Win32 error (2 no such file, 3 no such

@@ -24,6 +24,27 @@ struct Line {
   size_t next = 0;  // start of the following line
 };
 
+// ASCII reads the same in every code page: the usual section, key and
+// value need no converter (opening one costs more than the whole search).
+std::string EightBit(std::u16string_view text) {
+  std::string out(text.size(), '\0');
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] >= 0x80) return ToEightBit(text);
+    out[i] = static_cast<char>(text[i]);
+  }
+  return out;
+}
+
+std::u16string Unicode(std::string_view bytes) {
+  std::u16string out(bytes.size(), u'\0');
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const auto c = static_cast<unsigned char>(bytes[i]);
+    if (c >= 0x80) return FromEightBit(bytes);
+    out[i] = c;
+  }
+  return out;
+}
+
 std::vector<Line> SplitLines(std::string_view file) {
   std::vector<Line> lines;
   size_t at = 0;
@@ -201,7 +222,7 @@ std::u16string IniRead(std::u16string_view section, std::u16string_view key,
     std::string bytes;
     rc = platform::fs::ReadWholeFile(file, &bytes);
     if (rc == win32::kSuccess) {
-      if (auto found = IniReadBytes(bytes, ToEightBit(section), ToEightBit(key))) answer = FromEightBit(*found);
+      if (auto found = IniReadBytes(bytes, EightBit(section), EightBit(key))) answer = Unicode(*found);
     }
     if (answer.size() > capacity - 1) answer.resize(capacity - 1);
   } else {

@@ -110,6 +110,34 @@ TEST_F(FileIo, LongLinesAcrossThePieceAndBlockEdges) {
   EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
 }
 
+// Each line is handed out from the handle's own buffer, reused from line to
+// line: a short line after a long one, a converted line after ASCII ones,
+// and another handle's lines in between all come out as themselves.
+TEST_F(FileIo, EachLineIsWholeWhateverCameBeforeIt) {
+  const std::string longAscii(1000, 'L');
+  std::string longAccented(700, 'a');
+  longAccented[350] = '\xE9';
+  PutFile("mixed.txt", longAscii + "\r\nshort\r\n\r\n" + longAccented + "\r\n\xE9t\xE9\r\nx");
+  PutFile("other.txt", "first\r\nsecond");
+  const int32_t h = Open(ctx_, u"\\mixed.txt", foRead);
+  const int32_t o = Open(ctx_, u"\\other.txt", foRead);
+  ASSERT_GE(h, 2);
+  ASSERT_GE(o, 2);
+  std::u16string accented(700, u'a');
+  accented[350] = u'\u00e9';
+  EXPECT_EQ(ReadLine(ctx_, h), std::u16string(1000, u'L'));
+  const std::u16string_view first = ReadLine(ctx_, o);
+  EXPECT_EQ(ReadLine(ctx_, h), u"short");
+  EXPECT_EQ(first, u"first");
+  EXPECT_EQ(ReadLine(ctx_, h), u"");
+  EXPECT_EQ(ReadLine(ctx_, h), accented);
+  EXPECT_EQ(ReadLine(ctx_, h), u"\u00e9t\u00e9");
+  EXPECT_EQ(ReadLine(ctx_, o), u"second");
+  EXPECT_EQ(ReadLine(ctx_, h), u"x");
+  EXPECT_EQ(ReadLine(ctx_, h), kEndOfFile);
+  EXPECT_EQ(ReadLine(ctx_, o), kEndOfFile);
+}
+
 TEST_F(FileIo, UnicodeLinesAndMarks) {
   const int32_t h = Create(ctx_, u"\\u.txt", foUnicode);
   ASSERT_GE(h, 2);

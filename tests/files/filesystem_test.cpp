@@ -112,6 +112,45 @@ TEST_F(PathResolution, ListingBelowAnEntryMatchesItsPathAndStaysInside) {
   EXPECT_EQ(below[u"real"], (std::vector<std::u16string>{u"r.txt"}));
 }
 
+// The listing of a size total (kFindSizesOnly): every size once, the
+// directories named and entered below as themselves (the entries are in the
+// directory's own order, not sorted), a link inside counted as its target.
+TEST_F(PathResolution, ASizesOnlyListingEntersEachDirectoryAsItself) {
+  // Totals that tell the directories apart: d<5-i> holds i + 1 files of i + 1 bytes.
+  for (int i = 0; i < 6; ++i)
+    for (int f = 0; f <= i; ++f)
+      PutFile("top/d" + std::to_string(5 - i) + "\xc3\xa9/f" + std::to_string(f),
+              std::string(1, 'x') + std::string(i, 'y'));
+  PutFile("top/plain.txt", std::string(7, 'p'));
+  ASSERT_EQ(symlink(Host("top/plain.txt").c_str(), Host("top/link").c_str()), 0);
+  const uint32_t details = fs::kFindSizeTimes | fs::kFindSizesOnly;
+  fs::FindData d;
+  const fs::FindHandle parent = fs::FindFirstFile(u"\\top\\*", &d, details);
+  ASSERT_NE(parent, fs::kInvalidFind);
+  int64_t files = 0;
+  std::map<std::u16string, int64_t> below;
+  do {
+    if (!(d.attributes & fs::kAttrDirectory)) {
+      EXPECT_TRUE(d.name.empty());
+      files += d.size;
+      continue;
+    }
+    fs::FindData f;
+    const fs::FindHandle h = fs::FindFirstFileBelow(parent, u"\\top\\" + d.name + u"\\*", &f, details);
+    ASSERT_NE(h, fs::kInvalidFind);
+    int64_t total = 0;
+    do total += f.size;
+    while (fs::FindNextFile(h, &f));
+    fs::FindClose(h);
+    below[d.name] = total;
+  } while (fs::FindNextFile(parent, &d));
+  fs::FindClose(parent);
+  EXPECT_EQ(files, 14);
+  ASSERT_EQ(below.size(), 6u);
+  for (int i = 0; i < 6; ++i)
+    EXPECT_EQ(below[u"d" + std::u16string(1, static_cast<char16_t>(u'0' + 5 - i)) + u"\u00e9"], (i + 1) * (i + 1)) << i;
+}
+
 // The whole-file read of INILit: exact bytes at any size, a name in
 // another case, and the errors the INI functions tell apart.
 TEST_F(PathResolution, ReadWholeFileGivesTheBytesOrTheReason) {

@@ -260,7 +260,7 @@ TEST_F(ReadAhead, ALoopReadsWhatAnotherProcessAppends) {
   const std::u16string all = WithinSeconds(30, "a loop reading another process's appends", [&] {
     std::u16string text;
     while (text.size() < expected.size()) {
-      const std::u16string line = ReadLine(ctx_, h);
+      const std::u16string_view line = ReadLine(ctx_, h);
       if (line == kEndOfFile)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
       else

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "files/files_fixture.h"
+#include "support/temp_dir.h"
 #include "platform/win32_errors.h"
 
 namespace kp::test {
@@ -126,6 +127,48 @@ TEST_F(BeneathTest, ARootMadeAgainIsFound) {
   std::filesystem::create_directories(dir_ + "/fs/again");
   ASSERT_EQ(Locate("again", &at), 0u);
   EXPECT_TRUE(at.exists);
+}
+
+// Walks borrow the root's handle instead of duplicating it: a location in
+// the root must stay usable after the handle was replaced (another prefix),
+// and the replaced handle must be closed once its last holder is gone.
+size_t OpenDescriptors() {
+  size_t n = 0;
+  for ([[maybe_unused]] auto& e : std::filesystem::directory_iterator("/proc/self/fd")) ++n;
+  return n;
+}
+
+TEST_F(BeneathTest, ALocationInTheRootOutlivesTheRootBeingReplaced) {
+  PutFile("top.txt", "top");
+  TempDir other;
+  ASSERT_TRUE(other.ok());
+  Location warm;
+  ASSERT_EQ(Locate("top.txt", &warm), 0u);
+  warm = Location{};
+  const size_t before = OpenDescriptors();
+  {
+    Location at;
+    ASSERT_EQ(Locate("top.txt", &at), 0u);
+    setenv("KP_PREFIX", other.path().c_str(), 1);
+    Location elsewhere;
+    EXPECT_EQ(Locate("missing.txt", &elsewhere), 0u);
+    EXPECT_FALSE(elsewhere.exists);
+    setenv("KP_PREFIX", dir_.c_str(), 1);
+    ASSERT_EQ(Locate("in/a.txt", &elsewhere), 0u);
+    // The root's handle was opened again twice since `at` was found.
+    const int fd = platform::fs::OpenAt(at, O_RDONLY);
+    ASSERT_GE(fd, 0);
+    char buffer[8] = {};
+    EXPECT_EQ(read(fd, buffer, sizeof buffer), 3);
+    EXPECT_STREQ(buffer, "top");
+    close(fd);
+    // A borrowed handle handed over is the caller's own to close.
+    const int released = at.dir.release();
+    ASSERT_GE(released, 0);
+    EXPECT_EQ(close(released), 0);
+    EXPECT_GE(fcntl(elsewhere.dir.get(), F_GETFD), 0);
+  }
+  EXPECT_EQ(OpenDescriptors(), before);
 }
 
 }  // namespace

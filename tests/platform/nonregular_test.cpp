@@ -7,6 +7,9 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
+#include <functional>
+#include <utility>
 
 #include "files/file_io.h"
 #include "files/files_fixture.h"
@@ -14,6 +17,7 @@
 #include "files/text.h"
 #include "platform/filesystem.h"
 #include "platform/platform.h"
+#include "platform/posix/syscalls.h"
 #include "support/deadline.h"
 
 namespace kp::test {
@@ -50,6 +54,43 @@ TEST_F(NonRegularFiles, PlatformCallsRefuseAFifoAtOnce) {
   struct stat st {};
   ASSERT_EQ(lstat(Host("pipe").c_str(), &st), 0);
   EXPECT_TRUE(S_ISFIFO(st.st_mode));
+}
+
+// The whole-file read of INILit checks the type before it opens: what is
+// swapped in between that check and the open is still refused (a FIFO or a
+// directory, by the read itself) or read whole (a longer file).
+std::function<void()> gBeforeOpen;
+int SwappingOpenat(int dir, const char* name, int flags, mode_t mode) {
+  if (gBeforeOpen) std::exchange(gBeforeOpen, nullptr)();
+  return platform::sys::RealSysCalls().openat(dir, name, flags, mode);
+}
+
+TEST_F(NonRegularFiles, WhatIsSwappedInBeforeTheWholeFileReadIsRefusedOrReadWhole) {
+  platform::sys::Sys().openat = &SwappingOpenat;
+  const std::string longer(50000, 'L');
+  std::string bytes;
+  WithinSeconds(10, "reads of what was swapped in", [&] {
+    gBeforeOpen = [&] { std::filesystem::rename(Host("pipe"), Host("plain.txt")); };
+    EXPECT_EQ(fs::ReadWholeFile(u"\\plain.txt", &bytes), 5u);
+    EXPECT_TRUE(bytes.empty());
+    std::filesystem::remove(Host("plain.txt"));
+    PutFile("plain.txt", "plain");
+    gBeforeOpen = [&] {
+      std::filesystem::remove(Host("plain.txt"));
+      std::filesystem::create_directory(Host("plain.txt"));
+    };
+    EXPECT_EQ(fs::ReadWholeFile(u"\\plain.txt", &bytes), 5u);
+    std::filesystem::remove(Host("plain.txt"));
+    PutFile("plain.txt", "plain");
+    gBeforeOpen = [&] { PutFile("plain.txt", longer); };
+    EXPECT_EQ(fs::ReadWholeFile(u"\\plain.txt", &bytes), 0u);
+    EXPECT_EQ(bytes, longer);
+    gBeforeOpen = [&] { PutFile("plain.txt", "p"); };
+    EXPECT_EQ(fs::ReadWholeFile(u"\\plain.txt", &bytes), 0u);
+    EXPECT_EQ(bytes, "p");
+  });
+  gBeforeOpen = nullptr;
+  platform::sys::Sys().openat = platform::sys::RealSysCalls().openat;
 }
 
 TEST_F(NonRegularFiles, FileFunctionsRecordAccessDenied) {

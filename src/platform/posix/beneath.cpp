@@ -23,14 +23,23 @@ namespace kp::platform::fs {
 
 UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
   if (this != &other) {
-    if (fd_ >= 0) close(fd_);
-    fd_ = other.release();
+    if (fd_ >= 0 && !keep_) close(fd_);
+    fd_ = other.fd_;
+    keep_ = std::move(other.keep_);
+    other.fd_ = -1;
   }
   return *this;
 }
 
 UniqueFd::~UniqueFd() {
-  if (fd_ >= 0) close(fd_);
+  if (fd_ >= 0 && !keep_) close(fd_);
+}
+
+int UniqueFd::release() {
+  const int fd = keep_ && fd_ >= 0 ? fcntl(fd_, F_DUPFD_CLOEXEC, 0) : fd_;
+  fd_ = -1;
+  keep_.reset();
+  return fd;
 }
 
 namespace {
@@ -38,13 +47,22 @@ namespace {
 // More links than this in one resolution is a loop, as the kernel's own limit says.
 constexpr int kMaxLinks = 40;
 
+// The root's O_PATH handle, closed when the last walk that holds it ends.
+struct RootHandle {
+  int fd;
+  explicit RootHandle(int f) : fd(f) {}
+  ~RootHandle() { close(fd); }
+  RootHandle(const RootHandle&) = delete;
+  RootHandle& operator=(const RootHandle&) = delete;
+};
+
 // The root: one handle per prefix, made when missing. Guards every field.
 struct RootState {
   std::mutex mutex;
-  std::string key;      // the prefix the handle was opened for ("/" in native mode)
-  int fd = -1;          // O_PATH handle of the root
-  std::string lexical;  // the root's host path as configured
-  std::string real;     // the same with every link resolved
+  std::string key;                     // the prefix the handle was opened for ("/" in native mode)
+  std::shared_ptr<RootHandle> handle;  // replaced, never closed, while walks may hold it
+  std::string lexical;                 // the root's host path as configured
+  std::string real;                    // the same with every link resolved
 };
 RootState gRoot;
 
@@ -63,9 +81,13 @@ bool OpenRootLocked(const std::string& key) {
     close(fd);
     return false;
   }
-  // A walker dups the handle under the mutex, so none still uses the old one.
-  if (gRoot.fd >= 0) close(gRoot.fd);
-  gRoot.fd = fd;
+  // A walk still holding the old handle keeps it open until it ends.
+  try {
+    gRoot.handle = std::make_shared<RootHandle>(fd);
+  } catch (...) {
+    close(fd);
+    throw;
+  }
   gRoot.key = key;
   gRoot.lexical = path;
   gRoot.real = buffer;
@@ -75,19 +97,20 @@ bool OpenRootLocked(const std::string& key) {
 // A handle of the root for one walk, with the host paths links are judged
 // against. With `confirm`, the kept handle is checked to still be the
 // directory at the root's path (it may have been removed and made again).
-UniqueFd DupRoot(bool confirm, std::string* lexical, std::string* real) {
+UniqueFd HoldRoot(bool confirm, std::string* lexical, std::string* real) {
   const std::string key = NativeRoot() ? std::string("/") : DeviceDirectory() + "/fs";
   std::lock_guard<std::mutex> lock(gRoot.mutex);
-  bool fresh = gRoot.fd >= 0 && gRoot.key == key;
+  bool fresh = gRoot.handle && gRoot.key == key;
   if (fresh && confirm) {
     struct stat kept {}, now {};
-    fresh = fstat(gRoot.fd, &kept) == 0 && stat(gRoot.lexical.c_str(), &now) == 0 && S_ISDIR(now.st_mode) &&
+    fresh = fstat(gRoot.handle->fd, &kept) == 0 && stat(gRoot.lexical.c_str(), &now) == 0 && S_ISDIR(now.st_mode) &&
             kept.st_dev == now.st_dev && kept.st_ino == now.st_ino;
   }
   if (!fresh && !OpenRootLocked(key)) return UniqueFd();
   *lexical = gRoot.lexical;
   *real = gRoot.real;
-  return UniqueFd(fcntl(gRoot.fd, F_DUPFD_CLOEXEC, 0));
+  // Borrowed, not duplicated: a shared count instead of two system calls.
+  return UniqueFd(gRoot.handle->fd, gRoot.handle);
 }
 
 // `target` with the root's host path taken off its front; false when it does not start with it.
@@ -182,7 +205,7 @@ uint32_t LocateBeneath(const std::vector<std::string>& names, Location* out) {
   // finding it proves the root is still there, so the usual call makes no
   // extra stat.
   bool confirmed = names.empty();
-  UniqueFd root = DupRoot(confirmed, &lexical, &real);
+  UniqueFd root = HoldRoot(confirmed, &lexical, &real);
   if (!root) return win32::kPathNotFound;
   std::vector<Frame> stack;
   stack.push_back(Frame{std::move(root), {}});
@@ -209,7 +232,7 @@ uint32_t LocateBeneath(const std::vector<std::string>& names, Location* out) {
       if (!confirmed && fromNames && stack.size() == 1) {
         // Start over from a confirmed root: it may have been removed and made again.
         confirmed = true;
-        UniqueFd again = DupRoot(true, &lexical, &real);
+        UniqueFd again = HoldRoot(true, &lexical, &real);
         if (!again) return win32::kPathNotFound;
         stack.back().fd = std::move(again);
         pending.push_front(Pending{std::move(name), false});
@@ -304,7 +327,7 @@ bool NativeRoot() {
 
 std::string RootHostPath() {
   std::string lexical, real;
-  const UniqueFd root = DupRoot(false, &lexical, &real);
+  const UniqueFd root = HoldRoot(false, &lexical, &real);
   return root ? real : std::string();
 }
 

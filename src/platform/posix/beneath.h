@@ -30,33 +30,35 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kp::platform::fs {
 
-// An owned descriptor, closed when dropped.
+// An owned descriptor, closed when dropped; or the root's shared handle,
+// borrowed (kept open by `keep` while this holds it, never closed here), so
+// that a walk that starts at the root costs no dup and no close.
 class UniqueFd {
  public:
   UniqueFd() = default;
   explicit UniqueFd(int fd) : fd_(fd) {}
-  UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
+  UniqueFd(int fd, std::shared_ptr<const void> keep) : fd_(fd), keep_(std::move(keep)) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(other.fd_), keep_(std::move(other.keep_)) { other.fd_ = -1; }
   UniqueFd& operator=(UniqueFd&& other) noexcept;
   UniqueFd(const UniqueFd&) = delete;
   UniqueFd& operator=(const UniqueFd&) = delete;
   ~UniqueFd();
 
   int get() const { return fd_; }
-  int release() {
-    const int fd = fd_;
-    fd_ = -1;
-    return fd;
-  }
+  // The descriptor, now the caller's to close (a copy of a borrowed one).
+  int release();
   explicit operator bool() const { return fd_ >= 0; }
 
  private:
   int fd_ = -1;
+  std::shared_ptr<const void> keep_;
 };
 
 // Where a device name lands.

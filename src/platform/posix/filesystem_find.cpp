@@ -1,11 +1,12 @@
 // kp160std — FindFirstFile/FindNextFile on the POSIX device file system.
 //
 // The directory is resolved beneath the root and listed through a descriptor
-// of it (fdopendir); each entry is looked at relative to that descriptor. An
-// entry that is a link is resolved beneath the root again from its own
+// of it (getdents64); each entry is looked at relative to that descriptor.
+// An entry that is a link is resolved beneath the root again from its own
 // place: one that leads inside is listed as what it names, one that leads
 // outside (or dangles, or loops) is not part of the device and is left out.
-// The whole listing is read at FindFirstFile and handed out sorted by name.
+// The whole listing is read at FindFirstFile and handed out sorted by name
+// (in the directory's own order for a size total, kFindSizesOnly).
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -37,26 +38,54 @@ struct FindState {
   // subdirectories through it (FindFirstFileBelow), with its path from the
   // root, "/"-ended (empty for the root), and the on-disk names of its
   // subdirectories, by entry.
-  std::unique_ptr<DIR, int (*)(DIR*)> dir{nullptr, closedir};
+  UniqueFd dir;
   std::string prefix;
   std::vector<std::string> onDisk;
 };
 
 // Lists the open directory `dfd` (taken over), whose path from the root is
 // `prefix`, as FindFirstFile does.
+// The next entry of the open directory `fd`, read through `buffer` (no DIR:
+// fdopendir would ask the descriptor's status and flags once more per
+// directory, which a walk of many small directories pays for); null at the
+// end or on an error (errno set, 0 at the end).
+struct Entries {
+  int fd;
+  alignas(8) char buffer[16384];
+  size_t at = 0, size = 0;
+  const struct dirent64* Next() {
+    if (at >= size) {
+      ssize_t n;
+      do n = getdents64(fd, buffer, sizeof buffer);
+      while (n < 0 && errno == EINTR);
+      if (n <= 0) {
+        if (n == 0) errno = 0;
+        return nullptr;
+      }
+      size = static_cast<size_t>(n);
+      at = 0;
+    }
+    const auto* e = reinterpret_cast<const struct dirent64*>(buffer + at);
+    at += e->d_reclen;
+    return e;
+  }
+};
+
 FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, FindData* data, uint32_t details) {
-  DIR* d = fdopendir(dfd.get());
-  if (!d) return Fail(Win32FromErrno(errno)), kInvalidFind;
-  dfd.release();
   auto state = std::make_unique<FindState>();
-  state->dir.reset(d);
-  const int fd = dirfd(d);
+  state->dir = std::move(dfd);
+  const int fd = state->dir.get();
+  Entries listing;  // on the stack: the walk lists one directory at a time
+  listing.fd = fd;
   // "*" and "*.*" take every name: no need to fold each one.
   const bool everything = leaf == u"*" || leaf == u"*.*";
+  const bool sizesOnly = everything && (details & kFindSizesOnly);
+  details &= ~kFindSizesOnly;
   std::vector<std::pair<size_t, std::string>> subdirectories;
-  while (dirent* e = readdir(d)) {
+  while (const struct dirent64* e = listing.Next()) {
     if (std::strcmp(e->d_name, ".") == 0 || std::strcmp(e->d_name, "..") == 0) continue;
-    std::u16string entry = names::FromUtf8(e->d_name);
+    std::u16string entry;
+    if (!sizesOnly) entry = names::FromUtf8(e->d_name);
     if (!everything && !names::Match(leaf, entry)) continue;
     struct stat st {};
     bool haveStat = false;
@@ -83,7 +112,7 @@ FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, Find
     // A directory reached through a link is entered by its path, from the root again.
     if (isDir && !link) subdirectories.emplace_back(state->entries.size(), e->d_name);
     FindData f;
-    f.name = std::move(entry);
+    f.name = sizesOnly && isDir ? names::FromUtf8(e->d_name) : std::move(entry);
     f.attributes = (details & kFindAttributes) ? detail::AttributesOf(object.get(), objectLeaf, st)
                    : isDir                      ? kAttrDirectory
                                                 : kAttrNormal;
@@ -93,25 +122,34 @@ FindHandle List(UniqueFd dfd, std::string prefix, std::u16string_view leaf, Find
     }
     if (details & kFindSizeTimes) {
       f.size = isDir ? 0 : st.st_size;
-      f.times = detail::TimesOf(st);
+      if (!sizesOnly) f.times = detail::TimesOf(st);
     }
     state->entries.push_back(std::move(f));
   }
+  if (errno != 0 && state->entries.empty()) return Fail(Win32FromErrno(errno)), kInvalidFind;
   if (state->entries.empty()) return Fail(win32::kFileNotFound), kInvalidFind;
-  // Sorted by name, the on-disk names of the subdirectories following their entries.
-  std::vector<size_t> order(state->entries.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(),
-            [&](size_t a, size_t b) { return state->entries[a].name < state->entries[b].name; });
-  std::vector<FindData> sorted;
-  sorted.reserve(order.size());
-  for (size_t i : order) sorted.push_back(std::move(state->entries[i]));
-  state->entries = std::move(sorted);
-  if (!subdirectories.empty()) {
-    std::vector<size_t> rank(order.size());
-    for (size_t i = 0; i < order.size(); ++i) rank[order[i]] = i;
-    state->onDisk.resize(order.size());
-    for (auto& [index, name] : subdirectories) state->onDisk[rank[index]] = std::move(name);
+  if (sizesOnly) {
+    // In the directory's own order: the on-disk names by entry as they came.
+    if (!subdirectories.empty()) {
+      state->onDisk.resize(state->entries.size());
+      for (auto& [index, name] : subdirectories) state->onDisk[index] = std::move(name);
+    }
+  } else {
+    // Sorted by name, the on-disk names of the subdirectories following their entries.
+    std::vector<size_t> order(state->entries.size());
+    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+    std::sort(order.begin(), order.end(),
+              [&](size_t a, size_t b) { return state->entries[a].name < state->entries[b].name; });
+    std::vector<FindData> sorted;
+    sorted.reserve(order.size());
+    for (size_t i : order) sorted.push_back(std::move(state->entries[i]));
+    state->entries = std::move(sorted);
+    if (!subdirectories.empty()) {
+      std::vector<size_t> rank(order.size());
+      for (size_t i = 0; i < order.size(); ++i) rank[order[i]] = i;
+      state->onDisk.resize(order.size());
+      for (auto& [index, name] : subdirectories) state->onDisk[rank[index]] = std::move(name);
+    }
   }
   state->prefix = std::move(prefix);
   // Each entry is handed out once: moved, not copied.
@@ -144,7 +182,7 @@ FindHandle FindFirstFileBelow(FindHandle parent, std::u16string_view pattern, Fi
     return FindFirstFile(pattern, data, details);
   const std::string& name = state->onDisk[state->next - 1];
   // Never through a link: one swapped in since the listing is taken by its path, beneath the root.
-  UniqueFd dfd(openat(dirfd(state->dir.get()), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  UniqueFd dfd(openat(state->dir.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (!dfd) return FindFirstFile(pattern, data, details);
   return List(std::move(dfd), state->prefix + name + "/", pattern.substr(cut + 1), data, details);
 }

@@ -189,18 +189,18 @@ uint32_t ReadWholeFile(std::u16string_view name, std::string* bytes) {
   if (at.isRoot) return win32::kPathNotFound;
   if (!at.exists) return win32::kFileNotFound;
   // A directory, a FIFO, a socket or a device node is refused before it is
-  // opened, and again after (it may have been swapped in); the open never
-  // waits for a writer.
+  // opened; the open never waits for a writer. One swapped in since is
+  // refused by the read itself (EISDIR, ESPIPE: pread reads only what can
+  // seek), and the descriptor's type is asked before reading past the size
+  // seen, so nothing endless is read: this spares a stat on every read.
   if (!S_ISREG(at.st.st_mode)) return win32::kAccessDenied;
   const UniqueFd fd(OpenAt(at, O_RDONLY | O_NONBLOCK | O_NOCTTY));
   if (!fd) return Win32FromErrno(errno);
-  struct stat st {};
-  if (fstat(fd.get(), &st) != 0) return Win32FromErrno(errno);
-  if (!S_ISREG(st.st_mode)) return win32::kAccessDenied;
   // One read for the whole file as it was sized, one byte more to see that
   // it ended there; a file that grew since is read on to its end.
   size_t have = 0;
-  size_t want = static_cast<size_t>(st.st_size) + 1;
+  size_t want = static_cast<size_t>(at.st.st_size) + 1;
+  bool checked = false;
   while (true) {
     bytes->resize(have + want);
     const ssize_t n = sys::Sys().pread(fd.get(), bytes->data() + have, want, static_cast<off_t>(have));
@@ -208,10 +208,20 @@ uint32_t ReadWholeFile(std::u16string_view name, std::string* bytes) {
     if (n < 0) {
       const int e = errno;
       bytes->clear();
-      return Win32FromErrno(e);
+      return e == EISDIR || e == ESPIPE ? win32::kAccessDenied : Win32FromErrno(e);
     }
     have += static_cast<size_t>(n);
     if (static_cast<size_t>(n) < want) break;
+    if (!checked) {
+      struct stat st {};
+      const bool known = fstat(fd.get(), &st) == 0;
+      if (!known || !S_ISREG(st.st_mode)) {
+        const uint32_t code = known ? win32::kAccessDenied : Win32FromErrno(errno);
+        bytes->clear();
+        return code;
+      }
+      checked = true;
+    }
     want = 16384;
   }
   bytes->resize(have);
