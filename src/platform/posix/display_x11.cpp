@@ -6,8 +6,9 @@
 // lock. X errors arrive asynchronously: the error handler (the process's
 // shared one, platform/posix/x11_errors.h) keeps the first one of the
 // current call on this connection, and each call that can fail syncs and
-// turns it into the Win32 code a Windows call would have set. A lost connection is marked
-// dead instead of ending the process, and the next call opens a new one.
+// turns it into the Win32 code a Windows call would have set. A lost
+// connection is marked dead instead of ending the process; the next call
+// closes it and opens a new one.
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -36,7 +37,7 @@ namespace {
 std::mutex gLock;
 ::Display* gDisplay = nullptr;
 std::string gDisplayName;
-bool gDead = false;       // the server went away: never touch gDisplay again
+bool gDead = false;       // the server went away: gDisplay is only closed now
 int gXError = 0;          // first X error code of the current call
 bool gHaveXTest = false;
 bool gHaveRandr = false;
@@ -92,12 +93,16 @@ void UnbindSpares() {
   gBound.clear();
 }
 
-struct UnbindAtUnload {
-  ~UnbindAtUnload() {
+// At unload (or the program's end) the spare keycodes are given back and
+// the connection, live or dead, is closed: nothing of it outlives the library.
+struct CloseAtUnload {
+  ~CloseAtUnload() {
     std::lock_guard hold(gLock);
     UnbindSpares();
+    if (gDisplay) x11::Close(gDisplay, &gOwner);
+    gDisplay = nullptr;
   }
-} gUnbindAtUnload;
+} gCloseAtUnload;
 
 // The lock and a live connection for one call; `ok()` false (with the last
 // error kNoDisplay) when no display can be reached.
@@ -108,10 +113,8 @@ class Session {
     const char* name = std::getenv("DISPLAY");
     const std::string wanted = name ? name : "";
     if (gDisplay && (gDead || wanted != gDisplayName)) {
-      // A dead connection is left as it is: closing it would write to it.
       UnbindSpares();
-      if (!gDead) XCloseDisplay(gDisplay);
-      x11::Unwatch(gDisplay, &gOwner);
+      x11::Close(gDisplay, &gOwner);
       gDisplay = nullptr;
       gDead = false;
     }

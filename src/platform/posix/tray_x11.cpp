@@ -186,18 +186,10 @@ class X11Icon final : public Icon {
 
   void Close() {
     if (d_) {
-      if (!dead_) {
-        if (font_) XFreeFont(d_, font_);
-        if (window_) XDestroyWindow(d_, window_);
-        XCloseDisplay(d_);
-      } else {
-        // Kept on purpose: closing a broken connection would write to it.
-        // Held here, it is not a leak but a known cost of a server's death.
-        static auto* broken = new std::vector<std::pair<::Display*, XFontStruct*>>;  // never destroyed
-        broken->emplace_back(d_, font_);
-      }
+      if (font_) XFreeFont(d_, font_);
+      if (window_) XDestroyWindow(d_, window_);
+      x11::Close(d_, this);
       font_ = nullptr;
-      x11::Unwatch(d_, this);
       d_ = nullptr;
     }
     for (int& fd : wake_) {
