@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/posix/clipboard_image.h"
+#include "platform/common/clipboard_image.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string bytes(reinterpret_cast<const char*>(data), size);

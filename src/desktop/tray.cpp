@@ -1,7 +1,10 @@
-// kp160std — the notification icon's record, its procedures and its image.
+// kp160std — the notification icon's record, its procedures and its image;
+// the icon shown is the record's, so what is shown and what the program
+// asked for cannot part.
 #include "desktop/tray.h"
 
 #include <array>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -27,7 +30,7 @@ constexpr uint32_t kInvalidData = 13;
 constexpr int64_t kMaxIconFile = 4 << 20;
 
 struct Record {
-  bool shown = false;
+  std::unique_ptr<tray::Icon> shown;
   std::u16string icon;
   std::u16string tooltip;
   ExecContext* context = nullptr;
@@ -36,6 +39,18 @@ struct Record {
 
 std::mutex gLock;
 Record gRecord;
+
+// Empties the record; the icon it held is removed out of the lock, as its
+// removal waits for the icon's thread, whose handler takes the lock.
+std::unique_ptr<tray::Icon> TakeRecord() {
+  std::unique_ptr<tray::Icon> icon;
+  {
+    std::lock_guard hold(gLock);
+    icon = std::move(gRecord.shown);
+    gRecord = Record{};
+  }
+  return icon;
+}
 
 // Runs on the icon's thread.
 void OnEvent(tray::Event event) {
@@ -105,27 +120,27 @@ bool AddTrayIcon(ExecContext* context, std::u16string_view icon, std::u16string_
   }
   tray::Image image;
   if (!LoadImage(context, icon, &image)) return false;
-  bool shown;
-  {
-    std::lock_guard hold(gLock);
-    shown = gRecord.shown;
+  if (image.width <= 0 || image.height <= 0) {
+    files::RecordSystemError(context, win32::kInvalidParameter);
+    return false;
   }
   const std::u16string tip(tooltip);
-  bool ok = false, fresh = !shown;
-  if (shown) {
-    ok = tray::Modify(&image, &tip);
-    if (!ok && platform::LastError() == kNoDisplay) {
-      tray::Remove();  // its server went away: the icon starts anew
-      fresh = true;
+  bool changed = false;
+  {
+    std::lock_guard hold(gLock);
+    if (gRecord.shown && !gRecord.shown->Broken()) {
+      gRecord.shown->Change(&image, &tip);
+      changed = true;
     }
   }
-  if (fresh) ok = tray::Add(image, tooltip, OnEvent);
-  std::lock_guard hold(gLock);
-  if (!ok) {
-    if (fresh) gRecord = Record{};
-    return PlatformFailure(context);
+  std::unique_ptr<tray::Icon> shown;
+  if (!changed) {
+    TakeRecord().reset();  // none yet, or its server went away: the icon starts anew
+    shown = tray::Show(image, tooltip, OnEvent);
+    if (!shown) return PlatformFailure(context);
   }
-  gRecord.shown = true;
+  std::lock_guard hold(gLock);
+  if (shown) gRecord.shown = std::move(shown);
   gRecord.icon = icon;
   gRecord.tooltip = tooltip;
   gRecord.context = context;
@@ -144,35 +159,35 @@ bool ModifyTrayIcon(ExecContext* context, std::u16string_view icon, std::optiona
   tray::Image image;
   if (!icon.empty() && !LoadImage(context, icon, &image)) return false;
   const std::optional<std::u16string> tip = tooltip ? std::optional<std::u16string>(*tooltip) : std::nullopt;
-  if (!tray::Modify(icon.empty() ? nullptr : &image, tip ? &*tip : nullptr)) return PlatformFailure(context);
   std::lock_guard hold(gLock);
+  if (!gRecord.shown) {  // ended by another thread meanwhile
+    files::RecordSystemError(context, kNoIcon);
+    return false;
+  }
+  if (gRecord.shown->Broken()) {
+    RaiseSystem(context, kErrNotAvailableOnPlatform, kNoDisplay);
+    return false;
+  }
+  gRecord.shown->Change(icon.empty() ? nullptr : &image, tip ? &*tip : nullptr);
   if (!icon.empty()) gRecord.icon = icon;
   if (tip) gRecord.tooltip = *tip;
   return true;
 }
 
 bool DeleteTrayIcon(ExecContext* context) {
-  {
-    std::lock_guard hold(gLock);
-    if (!gRecord.shown) {
-      files::RecordSystemError(context, kNoIcon);
-      return false;
-    }
-    gRecord = Record{};  // no click posts anything from here on
+  // No click posts anything once the record is empty.
+  if (!TakeRecord()) {
+    files::RecordSystemError(context, kNoIcon);
+    return false;
   }
-  // Not under the lock: Remove waits for the icon's thread, whose handler
-  // takes it.
-  if (!tray::Remove()) return PlatformFailure(context);
   return true;
 }
 
-void EndTrayIcon() {
-  {
-    std::lock_guard hold(gLock);
-    if (!gRecord.shown) return;
-    gRecord = Record{};
-  }
-  tray::Remove();
+void EndTrayIcon() { TakeRecord().reset(); }
+
+uint64_t TrayIconWindow() {
+  std::lock_guard hold(gLock);
+  return gRecord.shown ? gRecord.shown->Window() : 0;
 }
 
 }  // namespace kp::desktop

@@ -17,6 +17,7 @@
 // icon's thread) only reads the record under its lock.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -36,5 +37,8 @@ bool DeleteTrayIcon(ExecContext* context);
 // When the VM's last program has ended: the icon goes with it, so that no
 // click posts to a context that no longer exists. Any thread.
 void EndTrayIcon();
+// The window of the icon shown (an X window id, or the message window's
+// handle); 0 without one.
+uint64_t TrayIconWindow();
 
 }  // namespace kp::desktop

@@ -1,5 +1,6 @@
 // kp160std — the program's notification icon, in the platform's notification
-// area.
+// area: only what the system does. Which icon is shown, when it is shown
+// again and which click runs what are the desktop family's (desktop/tray.h).
 //
 // X11: the freedesktop system-tray protocol. The icon is a window of a
 // connection of its own, docked into the owner of _NET_SYSTEM_TRAY_S<screen>
@@ -10,12 +11,13 @@
 // Windows: Shell_NotifyIconW with a hidden message window served by a thread
 // of its own.
 //
-// Thread-safety: Add, Modify and Remove may be called from any thread, one
-// at a time; the handler runs on the icon's thread and must not call them.
+// Thread-safety: an Icon's Change may be called from any thread, one at a
+// time; the handler runs on the icon's thread and must not destroy the Icon.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,15 +35,20 @@ enum Event : int32_t { kLeftClick = 0, kRightClick = 1, kDoubleClick = 2, kMiddl
 constexpr int32_t kEventCount = 5;
 using Handler = std::function<void(Event)>;
 
-// Shows the icon; false with the last error: 1167 without a display, 1168
-// when no notification area runs, 87 for an empty image.
-bool Add(const Image& image, std::u16string_view tooltip, Handler handler);
-// Changes what is given (null leaves it); false with 1168 without an icon.
-bool Modify(const Image* image, const std::u16string* tooltip);
-// Removes the icon; false with 1168 without one.
-bool Remove();
-// The window of the icon (an X window id, or the message window's handle);
-// 0 without an icon.
-uint64_t IconWindow();
+// One icon shown; destroying it removes the icon and waits for its thread.
+class Icon {
+ public:
+  virtual ~Icon() = default;
+  // Hands a new image and/or tooltip (null leaves it) to the icon's thread.
+  virtual void Change(const Image* image, const std::u16string* tooltip) = 0;
+  // Its display server went away: the icon can no longer be shown.
+  virtual bool Broken() const = 0;
+  // The window of the icon (an X window id, or the message window's handle).
+  virtual uint64_t Window() const = 0;
+};
+
+// Shows an icon (the image not empty); null with the last error: 1167
+// without a display, 1168 when no notification area runs.
+std::unique_ptr<Icon> Show(const Image& image, std::u16string_view tooltip, Handler handler);
 
 }  // namespace kp::platform::tray

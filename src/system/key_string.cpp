@@ -329,6 +329,24 @@ ParseResult Parse(std::u16string_view keys, uint32_t options, const KeyStringEnv
   return Parser(keys, options, env).Run();
 }
 
+namespace {
+
+// The US layout's punctuation keys: the character unshifted, shifted, and
+// the key.
+struct OemKey {
+  char16_t plain, shifted;
+  int16_t vk;
+};
+constexpr OemKey kOemKeys[] = {
+    {u';', u':', 0xBA}, {u'=', u'+', 0xBB},  {u',', u'<', 0xBC}, {u'-', u'_', 0xBD},
+    {u'.', u'>', 0xBE}, {u'/', u'?', 0xBF},  {u'`', u'~', 0xC0}, {u'[', u'{', 0xDB},
+    {u'\\', u'|', 0xDC}, {u']', u'}', 0xDD}, {u'\'', u'"', 0xDE},
+};
+// Shift with the digit keys, from 0 up.
+constexpr std::u16string_view kShiftedDigits = u")!@#$%^&*(";
+
+}  // namespace
+
 int16_t UsVkKeyScan(char16_t c) {
   constexpr int16_t kShift = 0x100;
   if (c >= u'a' && c <= u'z') return int16_t(c - u'a' + 'A');
@@ -340,40 +358,15 @@ int16_t UsVkKeyScan(char16_t c) {
     case u'\n': return 0x20D;  // Ctrl+Enter, as the US layout answers
     case u'\t': return 0x09;
     case u'\b': return 0x08;
-    case u')': return kShift | '0';
-    case u'!': return kShift | '1';
-    case u'@': return kShift | '2';
-    case u'#': return kShift | '3';
-    case u'$': return kShift | '4';
-    case u'%': return kShift | '5';
-    case u'^': return kShift | '6';
-    case u'&': return kShift | '7';
-    case u'*': return kShift | '8';
-    case u'(': return kShift | '9';
-    case u';': return 0xBA;
-    case u':': return kShift | 0xBA;
-    case u'=': return 0xBB;
-    case u'+': return kShift | 0xBB;
-    case u',': return 0xBC;
-    case u'<': return kShift | 0xBC;
-    case u'-': return 0xBD;
-    case u'_': return kShift | 0xBD;
-    case u'.': return 0xBE;
-    case u'>': return kShift | 0xBE;
-    case u'/': return 0xBF;
-    case u'?': return kShift | 0xBF;
-    case u'`': return 0xC0;
-    case u'~': return kShift | 0xC0;
-    case u'[': return 0xDB;
-    case u'{': return kShift | 0xDB;
-    case u'\\': return 0xDC;
-    case u'|': return kShift | 0xDC;
-    case u']': return 0xDD;
-    case u'}': return kShift | 0xDD;
-    case u'\'': return 0xDE;
-    case u'"': return kShift | 0xDE;
-    default: return -1;
+    default: break;
   }
+  if (const size_t digit = kShiftedDigits.find(c); digit != std::u16string_view::npos)
+    return int16_t(kShift | ('0' + digit));
+  for (const OemKey& key : kOemKeys) {
+    if (c == key.plain) return key.vk;
+    if (c == key.shifted) return int16_t(kShift | key.vk);
+  }
+  return -1;
 }
 
 }  // namespace kp::system::keys

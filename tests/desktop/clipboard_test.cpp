@@ -15,7 +15,7 @@
 
 #include "abi/error_ids.h"
 #include "platform/clipboard.h"
-#include "platform/posix/clipboard_image.h"
+#include "platform/common/clipboard_image.h"
 #include "support/deadline.h"
 #include "support/fake_context.h"
 #include "support/temp_dir.h"
@@ -318,6 +318,25 @@ TEST(ClipboardImage, SizesFromHeaders) {
   for (size_t n = 0; n < jpeg.size(); ++n) EXPECT_FALSE(cb::ReadImageSize(jpeg.substr(0, n), &w, &h)) << n;
   EXPECT_FALSE(cb::ReadImageSize(Png(0, 5), &w, &h));
   EXPECT_FALSE(cb::ReadImageSize("plain text, no image", &w, &h));
+  EXPECT_EQ(w, 7);
+  EXPECT_EQ(h, 7);
+}
+
+// The bitmap header Windows puts on its clipboard, read as a BMP file's.
+TEST(ClipboardImage, SizesFromBitmapHeaders) {
+  const std::string info = std::string("\x28\0\0\0", 4) + std::string("\x20\x03\0\0", 4) +
+                           std::string("\x38\xFF\xFF\xFF", 4) + std::string(28, '\0');
+  int32_t w = -1, h = -1;
+  ASSERT_TRUE(cb::ReadDibSize(info, &w, &h));
+  EXPECT_EQ(w, 800);
+  EXPECT_EQ(h, 200);
+  const std::string core = std::string("\x0C\0\0\0", 4) + std::string("\x10\x00\x09\x00", 4) + std::string(4, '\0');
+  ASSERT_TRUE(cb::ReadDibSize(core, &w, &h));
+  EXPECT_EQ(w, 16);
+  EXPECT_EQ(h, 9);
+  w = h = 7;
+  for (size_t n = 0; n < 12; ++n) EXPECT_FALSE(cb::ReadDibSize(info.substr(0, n), &w, &h)) << n;
+  EXPECT_FALSE(cb::ReadDibSize(std::string("\x28\0\0\0", 4) + std::string(36, '\0'), &w, &h));  // 0 x 0
   EXPECT_EQ(w, 7);
   EXPECT_EQ(h, 7);
 }

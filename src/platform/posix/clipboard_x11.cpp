@@ -15,7 +15,7 @@
 #include "platform/clipboard.h"
 #include "platform/codepage.h"
 #include "platform/platform.h"
-#include "platform/posix/clipboard_image.h"
+#include "platform/common/clipboard_image.h"
 #include "platform/posix/clipboard_x11.h"
 #include "platform/win32_errors.h"
 

@@ -86,7 +86,7 @@ class Link {
   struct Connection {
     ::Display* d = nullptr;
     int error = 0;      // first X error since the last Check
-    bool dead = false;  // the server went away: never touch `d` again
+    bool dead = false;  // the server went away: `d` is only closed now
   };
 
  private:

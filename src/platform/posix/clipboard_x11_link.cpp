@@ -89,10 +89,8 @@ Link::Link(::Display* d) {
 }
 
 Link::~Link() {
-  // A dead connection is left as it is: closing it would write to it.
-  // Closing runs outside the lock, since it may report errors to us.
-  if (!dead()) XCloseDisplay(c_.d);
-  platform::x11::Unwatch(c_.d, &c_);
+  // Outside the lock, since closing may report errors to us.
+  platform::x11::Close(c_.d, &c_);
 }
 
 bool Link::dead() const {

@@ -6,317 +6,36 @@
 // lookups go through it, `name` keeps the case the key or value was created
 // with. Every write runs in BEGIN IMMEDIATE ... COMMIT; WAL and a busy
 // timeout let another process read while one writes and queue writers
-// instead of failing them.
-#include <pthread.h>
+// instead of failing them. The connection, its statements and transactions
+// are in registry_db.cpp; the keys, values and handles here.
 #include <sqlite3.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <atomic>
-#include <string>
 #include <cstring>
 #include <functional>
 #include <mutex>
-#include <unordered_map>
+#include <string>
 #include <vector>
 
-#include "platform/posix/device.h"
-#include "platform/posix/errno_map.h"
+#include "platform/posix/registry_db.h"
 #include "platform/registry.h"
 #include "platform/win32_errors.h"
 
 namespace kp::platform::reg {
 
+using db::Connection;
+using db::Db;
+using db::gConnection;
+using db::gMutex;
+using db::Handle;
+using db::Stmt;
+using db::Transaction;
+using db::WriteError;
+
 namespace {
 
 constexpr int64_t kRootIds[] = {1, 2, 3, 4};  // in the order of the root handles
-
-struct Handle {
-  int64_t id = 0;
-  uint32_t access = 0;
-};
-
-struct Connection {
-  sqlite3* db = nullptr;
-  pid_t pid = 0;
-  std::string path;
-  std::unordered_map<const char*, sqlite3_stmt*> statements;
-  // The statements resolving a path of 1 to kPathChunk names, by depth - 1.
-  std::vector<sqlite3_stmt*> paths;
-  // The statements reading a value at the end of 0 to kPathChunk names, by depth.
-  std::vector<sqlite3_stmt*> values;
-  std::unordered_map<HKey, Handle> handles;
-  HKey next = 0x1000;
-};
-
-void Drop(Connection& c, bool close);
-
-// Closed when the library is unloaded, so a VM that unloads it leaks neither
-// memory nor the database's file handles.
-struct ProcessConnection : Connection {
-  ~ProcessConnection() {
-    if (db && pid == getpid()) Drop(*this, true);
-  }
-};
-
-// Guards gConnection and every statement run on it: one SQLite connection
-// serves every thread of the process.
-std::mutex gMutex;
-ProcessConnection gConnection;
-// The errno of the last statement that failed (guarded by gMutex).
-int gStepErrno = 0;
-
-const char* const kSchema =
-    "CREATE TABLE IF NOT EXISTS keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
-    " fold TEXT NOT NULL, UNIQUE(parent, fold));"
-    "CREATE TABLE IF NOT EXISTS vals(key INTEGER NOT NULL, name TEXT NOT NULL, fold TEXT NOT NULL,"
-    " type INTEGER NOT NULL, data BLOB NOT NULL, UNIQUE(key, fold));"
-    // Values enumerate in creation order: this index gives a key's values in
-    // rowid order, with no sort of the whole key for each enumeration.
-    "CREATE INDEX IF NOT EXISTS vals_order ON vals(key);"
-    "INSERT OR IGNORE INTO keys VALUES(1, 0, 'HKEY_CLASSES_ROOT', 'HKEY_CLASSES_ROOT');"
-    "INSERT OR IGNORE INTO keys VALUES(2, 0, 'HKEY_CURRENT_USER', 'HKEY_CURRENT_USER');"
-    "INSERT OR IGNORE INTO keys VALUES(3, 0, 'HKEY_LOCAL_MACHINE', 'HKEY_LOCAL_MACHINE');"
-    "INSERT OR IGNORE INTO keys VALUES(4, 0, 'HKEY_USERS', 'HKEY_USERS');";
-
-void Drop(Connection& c, bool close) {
-  if (close) {
-    for (auto& [sql, stmt] : c.statements) sqlite3_finalize(stmt);
-    for (sqlite3_stmt* stmt : c.paths) sqlite3_finalize(stmt);
-    for (sqlite3_stmt* stmt : c.values) sqlite3_finalize(stmt);
-    sqlite3_close_v2(c.db);
-  }
-  // After fork the parent's connection is abandoned, not closed: closing it
-  // here could disturb the parent's locks and WAL state.
-  c.statements.clear();
-  c.paths.clear();
-  c.values.clear();
-  c.handles.clear();
-  c.db = nullptr;
-}
-
-// Set in a child made by fork: its copy of the connection belongs to the
-// parent. Cheaper than asking getpid() on every call.
-std::atomic<bool> gForked{false};
-
-// The connection for this process and this prefix; null when the database
-// cannot be opened. Called with gMutex held.
-sqlite3* Db() {
-  Connection& c = gConnection;
-  static const bool watching = pthread_atfork(nullptr, nullptr, [] { gForked.store(true); }) == 0;
-  const std::string path = DeviceDirectory() + "/registry.db";
-  if (c.db && (gForked.exchange(false) || !watching) && c.pid != getpid()) Drop(c, false);
-  if (c.db && c.path != path) Drop(c, true);
-  if (c.db) return c.db;
-  if (!EnsureDeviceDirectory()) return nullptr;
-  sqlite3* db = nullptr;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {
-    sqlite3_close_v2(db);
-    return nullptr;
-  }
-  sqlite3_busy_timeout(db, 30000);
-  sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;", nullptr, nullptr, nullptr);
-  if (sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK ||
-      sqlite3_exec(db, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK ||
-      sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK) {
-    sqlite3_close_v2(db);
-    return nullptr;
-  }
-  c.db = db;
-  c.pid = getpid();
-  c.path = path;
-  return db;
-}
-
-// Names are stored in generalized UTF-8: standard UTF-8 for every valid
-// text (what SQLite itself made of UTF-16 in earlier databases), and a lone
-// surrogate as the three bytes of its code unit, which SQLite keeps as they
-// are. So a name reads back exactly as it was written, whatever a KL program
-// put in it; SQLite's own UTF-16 conversion would replace a lone surrogate,
-// and the key could then never be opened again.
-void ToUtf8(std::u16string_view text, bool fold, std::string* out) {
-  out->clear();
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = fold ? FoldChar(text[i]) : text[i];
-    if (c >= 0xD800 && c <= 0xDBFF && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF)
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);
-    if (c < 0x80) {
-      out->push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-      out->push_back(static_cast<char>(0xC0 | (c >> 6)));
-      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-      out->push_back(static_cast<char>(0xE0 | (c >> 12)));
-      out->push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-      out->push_back(static_cast<char>(0xF0 | (c >> 18)));
-      out->push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      out->push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-  }
-}
-
-// The inverse of ToUtf8; a malformed sequence reads as U+FFFD. `out` is
-// cleared first, keeping its capacity for a walk that decodes many names.
-void FromUtf8(const unsigned char* p, size_t size, std::u16string& out) {
-  out.clear();
-  out.reserve(size);
-  for (size_t i = 0; i < size;) {
-    const unsigned char b = p[i];
-    size_t n = b < 0x80 ? 1 : (b & 0xE0) == 0xC0 ? 2 : (b & 0xF0) == 0xE0 ? 3 : (b & 0xF8) == 0xF0 ? 4 : 0;
-    uint32_t c = n == 1 ? b : n == 2 ? (b & 0x1F) : n == 3 ? (b & 0x0F) : (b & 0x07);
-    bool good = n != 0 && i + n <= size;
-    for (size_t k = 1; good && k < n; ++k) {
-      good = (p[i + k] & 0xC0) == 0x80;
-      c = (c << 6) | (p[i + k] & 0x3F);
-    }
-    if (!good) {
-      out.push_back(u'\uFFFD');
-      ++i;
-      continue;
-    }
-    if (c >= 0x10000) {
-      out.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF)));
-    } else {
-      out.push_back(static_cast<char16_t>(c));
-    }
-    i += n;
-  }
-}
-
-// A prepared statement of the connection, reset when the scope ends. Texts
-// are bound from buffers the statement owns, so SQLite need not copy them.
-class Stmt {
- public:
-  explicit Stmt(const char* sql) {
-    auto& cache = gConnection.statements;
-    auto it = cache.find(sql);
-    if (it != cache.end()) {
-      stmt_ = it->second;
-    } else if (sqlite3_prepare_v3(gConnection.db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt_, nullptr) == SQLITE_OK) {
-      cache.emplace(sql, stmt_);
-    } else {
-      stmt_ = nullptr;
-    }
-  }
-  explicit Stmt(sqlite3_stmt* prepared) : stmt_(prepared) {}
-  ~Stmt() {
-    if (stmt_) {
-      sqlite3_reset(stmt_);
-      sqlite3_clear_bindings(stmt_);
-    }
-  }
-  Stmt(const Stmt&) = delete;
-  Stmt& operator=(const Stmt&) = delete;
-  explicit operator bool() const { return stmt_ != nullptr; }
-  sqlite3_stmt* get() const { return stmt_; }
-  Stmt& Bind(int i, int64_t v) {
-    sqlite3_bind_int64(stmt_, i, v);
-    return *this;
-  }
-  Stmt& Bind(int i, std::u16string_view text) { return BindText(i, text, false); }
-  // The name as the `fold` columns hold it.
-  Stmt& BindFolded(int i, std::u16string_view name) { return BindText(i, name, true); }
-  Stmt& BindBlob(int i, const uint8_t* data, uint32_t size) {
-    static const uint8_t kEmpty = 0;
-    sqlite3_bind_blob(stmt_, i, size ? data : &kEmpty, static_cast<int>(size), SQLITE_TRANSIENT);
-    return *this;
-  }
-  int Step() {
-    if (!stmt_) return SQLITE_ERROR;
-    errno = 0;
-    const int rc = sqlite3_step(stmt_);
-    // SQLite does not keep the errno of a failed write (sqlite3_system_errno
-    // stays 0 for it): taken here, before anything else can change it.
-    if (rc != SQLITE_ROW && rc != SQLITE_DONE) gStepErrno = errno;
-    return rc;
-  }
-  int64_t Int(int col) const { return sqlite3_column_int64(stmt_, col); }
-  std::u16string Text(int col) const {
-    std::u16string out;
-    TextInto(col, out);
-    return out;
-  }
-  void TextInto(int col, std::u16string& out) const {
-    const unsigned char* p = sqlite3_column_text(stmt_, col);
-    if (p)
-      FromUtf8(p, static_cast<size_t>(sqlite3_column_bytes(stmt_, col)), out);
-    else
-      out.clear();
-  }
-  const uint8_t* Blob(int col, uint32_t* size) const {
-    auto* p = static_cast<const uint8_t*>(sqlite3_column_blob(stmt_, col));
-    *size = static_cast<uint32_t>(sqlite3_column_bytes(stmt_, col));
-    return p;
-  }
-
- private:
-  Stmt& BindText(int i, std::u16string_view text, bool fold) {
-    if (!stmt_) return *this;
-    const bool owned = i >= 1 && static_cast<size_t>(i) <= kOwned;
-    std::string local;
-    std::string& utf8 = owned ? owned_[i - 1] : local;
-    ToUtf8(text, fold, &utf8);
-    // An owned buffer outlives the binding: the destructor resets first. A
-    // null pointer would bind NULL, not the empty text.
-    sqlite3_bind_text(stmt_, i, utf8.empty() ? "" : utf8.data(), static_cast<int>(utf8.size()),
-                      owned ? SQLITE_STATIC : SQLITE_TRANSIENT);
-    return *this;
-  }
-
-  static constexpr size_t kOwned = 9;  // kPathChunk names and a parent
-  sqlite3_stmt* stmt_ = nullptr;
-  std::string owned_[kOwned];
-};
-
-// BEGIN IMMEDIATE ... COMMIT, rolled back unless committed.
-class Transaction {
- public:
-  Transaction() {
-    Stmt begin("BEGIN IMMEDIATE");
-    // The busy handler already waited; a second busy is a real failure.
-    ok_ = begin.Step() == SQLITE_DONE;
-  }
-  ~Transaction() {
-    if (ok_) {
-      Stmt rollback("ROLLBACK");
-      rollback.Step();
-    }
-  }
-  Transaction(const Transaction&) = delete;
-  Transaction& operator=(const Transaction&) = delete;
-  bool ok() const { return ok_; }
-  bool Commit() {
-    Stmt commit("COMMIT");
-    if (commit.Step() != SQLITE_DONE) return false;
-    ok_ = false;
-    return true;
-  }
-
- private:
-  bool ok_ = false;
-};
-
-// Why a write failed, in the system's words where the database has them: a
-// full disk (SQLITE_FULL) is 112, an I/O error or a file that cannot be
-// opened gives the errno the failed step left (EIO 1117, EACCES 5); a busy
-// or damaged database stays 1013, the registry's own "cannot write". Called
-// with gMutex held, before the transaction is rolled back.
-uint32_t WriteError() {
-  sqlite3* db = gConnection.db;
-  if (!db) return win32::kCantWrite;
-  const int rc = sqlite3_extended_errcode(db) & 0xff;
-  if (rc == SQLITE_FULL) return win32::kDiskFull;
-  if (rc == SQLITE_IOERR || rc == SQLITE_CANTOPEN) {
-    const int e = sqlite3_system_errno(db) ? sqlite3_system_errno(db) : gStepErrno;
-    if (e != 0) return Win32FromErrno(e);
-  }
-  return win32::kCantWrite;
-}
 
 bool IsRoot(HKey key) { return key >= kClassesRoot && key <= kUsers; }
 

@@ -21,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/codepage.h"
 #include "platform/platform.h"
 #include "platform/posix/x11_errors.h"
 #include "platform/tray.h"
@@ -36,45 +37,17 @@ constexpr long kXEmbedMapped = 1;
 constexpr auto kDoubleClickTime = std::chrono::milliseconds(400);
 constexpr auto kTipDelay = std::chrono::milliseconds(500);
 
-std::string Utf8(std::u16string_view text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c >= 0xd800 && c < 0xdc00 && i + 1 < text.size() && text[i + 1] >= 0xdc00 && text[i + 1] < 0xe000)
-      c = 0x10000 + ((c - 0xd800) << 10) + (text[++i] - 0xdc00);
-    else if (c >= 0xd800 && c < 0xe000)
-      c = 0xfffd;
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xc0 | c >> 6);
-      out += static_cast<char>(0x80 | (c & 0x3f));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xe0 | c >> 12);
-      out += static_cast<char>(0x80 | (c >> 6 & 0x3f));
-      out += static_cast<char>(0x80 | (c & 0x3f));
-    } else {
-      out += static_cast<char>(0xf0 | c >> 18);
-      out += static_cast<char>(0x80 | (c >> 12 & 0x3f));
-      out += static_cast<char>(0x80 | (c >> 6 & 0x3f));
-      out += static_cast<char>(0x80 | (c & 0x3f));
-    }
-  }
-  return out;
-}
+std::string Utf8(std::u16string_view text) { return ToCodePage(text, kCodePageUtf8); }
 
 // Back to UTF-16 for the core font's 16-bit drawing: the BMP only, a
 // character beyond it shown as U+FFFD.
 std::u16string Utf16(const std::string& text) {
-  std::u16string out;
-  for (size_t i = 0; i < text.size();) {
-    const unsigned char c = static_cast<unsigned char>(text[i]);
-    const int n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
-    uint32_t v = n == 1 ? c : c & (0xff >> (n + 1));
-    for (int k = 1; k < n && i + k < text.size(); ++k) v = v << 6 | (static_cast<unsigned char>(text[i + k]) & 0x3f);
-    out += v > 0xffff ? u'\ufffd' : static_cast<char16_t>(v);
-    i += n;
-  }
+  std::u16string out = FromCodePage(text, kCodePageUtf8);
+  for (size_t i = 0; i < out.size(); ++i)
+    if (out[i] >= 0xd800 && out[i] < 0xe000) {
+      const bool pair = out[i] < 0xdc00 && i + 1 < out.size() && out[i + 1] >= 0xdc00 && out[i + 1] < 0xe000;
+      out.replace(i, pair ? 2 : 1, 1, u'\ufffd');
+    }
   return out;
 }
 
@@ -117,9 +90,9 @@ int Shift(unsigned long mask) {
   return s;
 }
 
-class Icon {
+class X11Icon final : public Icon {
  public:
-  ~Icon() { Stop(); }
+  ~X11Icon() override { Stop(); }
 
   bool Start(const Image& image, std::u16string_view tooltip, Handler handler) {
     const char* name = std::getenv("DISPLAY");
@@ -132,7 +105,7 @@ class Icon {
       SetLastError(kNoDisplay);
       return false;
     }
-    x11::Watch(d_, {this, IgnoreXError, [](void* self) { static_cast<Icon*>(self)->dead_ = true; }});
+    x11::Watch(d_, {this, IgnoreXError, [](void* self) { static_cast<X11Icon*>(self)->dead_ = true; }});
     const int screen = DefaultScreen(d_);
     root_ = RootWindow(d_, screen);
     selection_ = XInternAtom(d_, ("_NET_SYSTEM_TRAY_S" + std::to_string(screen)).c_str(), False);
@@ -184,7 +157,7 @@ class Icon {
     return true;
   }
 
-  void Change(const Image* image, const std::u16string* tooltip) {
+  void Change(const Image* image, const std::u16string* tooltip) override {
     {
       std::lock_guard hold(pending_lock_);
       if (image) pending_image_ = *image;
@@ -202,8 +175,8 @@ class Icon {
     Close();
   }
 
-  uint64_t window() const { return window_; }
-  bool dead() const { return dead_; }
+  uint64_t Window() const override { return window_; }
+  bool Broken() const override { return dead_; }
 
  private:
   void Wake() {
@@ -213,18 +186,10 @@ class Icon {
 
   void Close() {
     if (d_) {
-      if (!dead_) {
-        if (font_) XFreeFont(d_, font_);
-        if (window_) XDestroyWindow(d_, window_);
-        XCloseDisplay(d_);
-      } else {
-        // Kept on purpose: closing a broken connection would write to it.
-        // Held here, it is not a leak but a known cost of a server's death.
-        static auto* broken = new std::vector<std::pair<::Display*, XFontStruct*>>;  // never destroyed
-        broken->emplace_back(d_, font_);
-      }
+      if (font_) XFreeFont(d_, font_);
+      if (window_) XDestroyWindow(d_, window_);
+      x11::Close(d_, this);
       font_ = nullptr;
-      x11::Unwatch(d_, this);
       d_ = nullptr;
     }
     for (int& fd : wake_) {
@@ -309,7 +274,7 @@ class Icon {
     const int w = XTextWidth16(font_, tip_chars_.data(), static_cast<int>(tip_chars_.size())) + 2 * pad;
     const int h = font_->ascent + font_->descent + 2 * pad;
     int x = 0, y = 0;
-    Window child;
+    ::Window child;
     XWindowAttributes icon;
     if (!XGetWindowAttributes(d_, window_, &icon) || !XTranslateCoordinates(d_, window_, root_, 0, 0, &x, &y, &child))
       return;
@@ -392,7 +357,7 @@ class Icon {
       case ClientMessage:
         if (e.xclient.window == root_ && e.xclient.message_type == manager_atom_ &&
             static_cast<Atom>(e.xclient.data.l[1]) == selection_) {
-          manager_ = static_cast<Window>(e.xclient.data.l[2]);
+          manager_ = static_cast<::Window>(e.xclient.data.l[2]);
           XSelectInput(d_, manager_, StructureNotifyMask);
           Dock();
         }
@@ -444,7 +409,7 @@ class Icon {
   }
 
   ::Display* d_ = nullptr;
-  Window root_ = 0, window_ = 0, manager_ = 0;
+  ::Window root_ = 0, window_ = 0, manager_ = 0;
   Atom selection_ = 0, opcode_ = 0, manager_atom_ = 0, utf8_ = 0, net_name_ = 0, xembed_info_ = 0;
   Image image_;
   Handler handler_;
@@ -452,7 +417,7 @@ class Icon {
   std::string tip_;  // UTF-8
   std::vector<XChar2b> tip_chars_;
   std::optional<std::chrono::steady_clock::time_point> tip_due_;
-  Window tip_window_ = 0;
+  ::Window tip_window_ = 0;
   XFontStruct* font_ = nullptr;
   int wake_[2] = {-1, -1};
   std::thread thread_;
@@ -463,59 +428,12 @@ class Icon {
   std::optional<std::string> pending_tip_;
 };
 
-std::mutex gLock;
-std::unique_ptr<Icon> gIcon;
-
 }  // namespace
 
-bool Add(const Image& image, std::u16string_view tooltip, Handler handler) {
-  if (image.width <= 0 || image.height <= 0) {
-    SetLastError(win32::kInvalidParameter);
-    return false;
-  }
-  std::lock_guard hold(gLock);
-  if (gIcon) {
-    const std::u16string tip(tooltip);
-    gIcon->Change(&image, &tip);
-    return true;
-  }
-  auto icon = std::make_unique<Icon>();
-  if (!icon->Start(image, tooltip, std::move(handler))) return false;
-  gIcon = std::move(icon);
-  return true;
-}
-
-bool Modify(const Image* image, const std::u16string* tooltip) {
-  std::lock_guard hold(gLock);
-  if (!gIcon) {
-    SetLastError(kNoTray);
-    return false;
-  }
-  if (gIcon->dead()) {  // its server went away
-    SetLastError(kNoDisplay);
-    return false;
-  }
-  gIcon->Change(image, tooltip);
-  return true;
-}
-
-bool Remove() {
-  std::unique_ptr<Icon> icon;
-  {
-    std::lock_guard hold(gLock);
-    icon.swap(gIcon);
-  }
-  if (!icon) {
-    SetLastError(kNoTray);
-    return false;
-  }
-  icon->Stop();
-  return true;
-}
-
-uint64_t IconWindow() {
-  std::lock_guard hold(gLock);
-  return gIcon ? gIcon->window() : 0;
+std::unique_ptr<Icon> Show(const Image& image, std::u16string_view tooltip, Handler handler) {
+  auto icon = std::make_unique<X11Icon>();
+  if (!icon->Start(image, tooltip, std::move(handler))) return nullptr;
+  return icon;
 }
 
 }  // namespace kp::platform::tray

@@ -65,9 +65,16 @@ int OnIoError(::Display* d) {
   return previous ? previous(d) : 0;
 }
 
+// Before the handlers Xlib takes the display's user lock (XLockDisplay),
+// which it never gives back since it expects the process to end: every later
+// call on that display from another thread, closing it included, would wait
+// for it forever. It is given back here, on the thread that took it.
 void OnIoExit(::Display* d, void*) {
-  std::lock_guard hold(gLock);
-  if (Entry* e = Find(d); e && e->owner.lost) e->owner.lost(e->owner.owner);
+  {
+    std::lock_guard hold(gLock);
+    if (Entry* e = Find(d); e && e->owner.lost) e->owner.lost(e->owner.owner);
+  }
+  XUnlockDisplay(d);
 }
 
 }  // namespace
@@ -93,6 +100,11 @@ void Unwatch(::Display* d, void* owner) {
   Entry* const end = gEntries + gCount;
   gCount = static_cast<size_t>(
       std::remove_if(gEntries, end, [&](const Entry& e) { return e.d == d && e.owner.owner == owner; }) - gEntries);
+}
+
+void Close(::Display* d, void* owner) {
+  XCloseDisplay(d);
+  Unwatch(d, owner);
 }
 
 }  // namespace kp::platform::x11

@@ -39,4 +39,12 @@ void Watch(::Display* d, const ErrorOwner& owner);
 // a late Unwatch from dropping it).
 void Unwatch(::Display* d, void* owner);
 
+// Closes a registered connection, live or broken, then forgets it. Safe on
+// a connection whose server went away: from its I/O error on, Xlib sends
+// nothing more on that display (its requests are dropped, its syncs return
+// at once) and xcb, its connection in error, only shuts the socket down and
+// closes it; so the close frees Xlib's and xcb's structures without writing
+// to the dead socket. Not to be called with a lock the owner's callbacks take.
+void Close(::Display* d, void* owner);
+
 }  // namespace kp::platform::x11

@@ -7,8 +7,10 @@
 
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "platform/clipboard.h"
+#include "platform/common/clipboard_image.h"
 #include "platform/platform.h"
 #include "platform/win32_errors.h"
 
@@ -102,20 +104,7 @@ bool ImageSize(int32_t* width, int32_t* height) {
   if (!data) return false;
   const auto* p = static_cast<const uint8_t*>(GlobalLock(data));
   if (!p) return false;
-  const size_t size = GlobalSize(data);
-  BITMAPINFOHEADER h{};
-  if (size >= sizeof h) {
-    std::memcpy(&h, p, sizeof h);
-    if (h.biSize == sizeof(BITMAPCOREHEADER)) {
-      BITMAPCOREHEADER core;
-      std::memcpy(&core, p, sizeof core);
-      *width = core.bcWidth;
-      *height = core.bcHeight;
-    } else {
-      *width = h.biWidth;
-      *height = h.biHeight < 0 ? -h.biHeight : h.biHeight;  // negative: top-down
-    }
-  }
+  ReadDibSize(std::string_view(reinterpret_cast<const char*>(p), GlobalSize(data)), width, height);
   GlobalUnlock(data);
   return true;
 }

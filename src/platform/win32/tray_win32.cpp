@@ -16,7 +16,6 @@
 
 #include "platform/platform.h"
 #include "platform/tray.h"
-#include "platform/win32_errors.h"
 
 namespace kp::platform::tray {
 namespace {
@@ -53,9 +52,9 @@ HICON MakeIcon(const Image& image) {
   return icon;
 }
 
-class Icon {
+class Win32Icon final : public Icon {
  public:
-  ~Icon() { Stop(); }
+  ~Win32Icon() override { Stop(); }
 
   bool Start(const Image& image, std::u16string_view tooltip, Handler handler) {
     shell_ = ::LoadLibraryW(L"shell32.dll");
@@ -81,7 +80,7 @@ class Icon {
     return true;
   }
 
-  void Change(const Image* image, const std::u16string* tooltip) {
+  void Change(const Image* image, const std::u16string* tooltip) override {
     {
       std::lock_guard hold(lock_);
       if (image) pendingImage_ = std::make_unique<Image>(*image);
@@ -101,7 +100,10 @@ class Icon {
     shell_ = nullptr;
   }
 
-  uint64_t window() const { return reinterpret_cast<uintptr_t>(window_); }
+  // The shell going away is not the end: the icon is added again when it
+  // comes back.
+  bool Broken() const override { return false; }
+  uint64_t Window() const override { return reinterpret_cast<uintptr_t>(window_); }
 
  private:
   bool Notify(DWORD message) {
@@ -118,7 +120,7 @@ class Icon {
   }
 
   static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM w, LPARAM l) {
-    auto* self = reinterpret_cast<Icon*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+    auto* self = reinterpret_cast<Win32Icon*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
     if (self) {
       if (message == kCallback) {
         self->OnMouse(static_cast<UINT>(l));
@@ -234,55 +236,12 @@ class Icon {
   std::chrono::steady_clock::time_point lastOver_{};
 };
 
-std::mutex gLock;
-std::unique_ptr<Icon> gIcon;
-
 }  // namespace
 
-bool Add(const Image& image, std::u16string_view tooltip, Handler handler) {
-  if (image.width <= 0 || image.height <= 0) {
-    SetLastError(win32::kInvalidParameter);
-    return false;
-  }
-  std::lock_guard hold(gLock);
-  if (gIcon) {
-    const std::u16string tip(tooltip);
-    gIcon->Change(&image, &tip);
-    return true;
-  }
-  auto icon = std::make_unique<Icon>();
-  if (!icon->Start(image, tooltip, std::move(handler))) return false;
-  gIcon = std::move(icon);
-  return true;
-}
-
-bool Modify(const Image* image, const std::u16string* tooltip) {
-  std::lock_guard hold(gLock);
-  if (!gIcon) {
-    SetLastError(kNoTray);
-    return false;
-  }
-  gIcon->Change(image, tooltip);
-  return true;
-}
-
-bool Remove() {
-  std::unique_ptr<Icon> icon;
-  {
-    std::lock_guard hold(gLock);
-    icon.swap(gIcon);
-  }
-  if (!icon) {
-    SetLastError(kNoTray);
-    return false;
-  }
-  icon->Stop();
-  return true;
-}
-
-uint64_t IconWindow() {
-  std::lock_guard hold(gLock);
-  return gIcon ? gIcon->window() : 0;
+std::unique_ptr<Icon> Show(const Image& image, std::u16string_view tooltip, Handler handler) {
+  auto icon = std::make_unique<Win32Icon>();
+  if (!icon->Start(image, tooltip, std::move(handler))) return nullptr;
+  return icon;
 }
 
 }  // namespace kp::platform::tray

@@ -1,5 +1,5 @@
 // kp160std — image sizes from file headers (see clipboard_image.h).
-#include "platform/posix/clipboard_image.h"
+#include "platform/common/clipboard_image.h"
 
 #include <cstdlib>
 
@@ -47,15 +47,18 @@ bool Jpeg(std::string_view b, int32_t* width, int32_t* height) {
 
 }  // namespace
 
+bool ReadDibSize(std::string_view b, int32_t* width, int32_t* height) {
+  if (b.size() < 12) return false;
+  if (Le32(b, 0) == 12) return Accept(Le16(b, 4), Le16(b, 6), width, height);  // OS/2 core header
+  // A negative height marks a top-down bitmap.
+  const int64_t h = static_cast<int32_t>(Le32(b, 8));
+  return Accept(static_cast<int32_t>(Le32(b, 4)), h < 0 ? -h : h, width, height);
+}
+
 bool ReadImageSize(std::string_view b, int32_t* width, int32_t* height) {
   if (b.size() >= 24 && b.substr(0, 8) == "\x89PNG\r\n\x1a\n" && b.substr(12, 4) == "IHDR")
     return Accept(Be32(b, 16), Be32(b, 20), width, height);
-  if (b.size() >= 26 && b.substr(0, 2) == "BM") {
-    if (Le32(b, 14) == 12) return Accept(Le16(b, 18), Le16(b, 20), width, height);  // OS/2 core header
-    // A negative height marks a top-down bitmap.
-    const int64_t h = static_cast<int32_t>(Le32(b, 22));
-    return Accept(static_cast<int32_t>(Le32(b, 18)), h < 0 ? -h : h, width, height);
-  }
+  if (b.size() >= 26 && b.substr(0, 2) == "BM") return ReadDibSize(b.substr(14), width, height);
   if (b.size() >= 10 && (b.substr(0, 6) == "GIF87a" || b.substr(0, 6) == "GIF89a"))
     return Accept(Le16(b, 6), Le16(b, 8), width, height);
   if (b.size() >= 4 && Byte(b, 0) == 0xFF && Byte(b, 1) == 0xD8) return Jpeg(b, width, height);
