@@ -579,29 +579,13 @@ TEST_F(Clipboard, TextOutlivesTheProgramWithAManager) {
 // The X server going away while the library owns the clipboard: the owner
 // thread ends, the process goes on, and the next calls fail cleanly.
 TEST_F(Clipboard, ServerGoingAwayFailsCleanly) {
-  // A display number far above those the other tests' servers take (the
-  // lowest free one): once this server ends, no other may start on its
-  // number and answer the calls below (the library reconnects by name).
-  std::unique_ptr<test::Child> server;
-  std::string number;
-  for (int attempt = 0; attempt < 5 && number.empty(); ++attempt) {
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
-    const std::string wanted = ":" + std::to_string(1000 + (getpid() + 7919 * attempt) % 20000);
-    server = std::make_unique<test::Child>(
-        std::vector<std::string>{"Xvfb", wanted, "-displayfd", "3", "-nolisten", "tcp", "-noreset"},
-        dir_ / "xvfb.log", fds[1]);
-    close(fds[1]);
-    char c;
-    while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
-    close(fds[0]);
-  }
-  ASSERT_FALSE(number.empty()) << test::ReadFile(dir_ / "xvfb.log");
+  test::OwnXvfb server(dir_ / "xvfb.log");
+  ASSERT_NE(server.name(), "") << test::ReadFile(dir_ / "xvfb.log");
   const std::string shared = std::getenv("DISPLAY");
-  setenv("DISPLAY", (":" + number).c_str(), 1);
+  setenv("DISPLAY", server.name().c_str(), 1);
   ASSERT_TRUE(SetClipboardText(ctx_, u"bientôt orphelin"));
   EXPECT_EQ(XclipOut(), "bientôt orphelin");
-  server.reset();
+  server.Stop();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   EXPECT_FALSE(test::WithinSeconds(20, "writing after the server went", [&] { return SetClipboardText(ctx_, u"x"); }));
   EXPECT_EQ(ctx_.systemError(), cb::kNoDisplay);

@@ -362,19 +362,10 @@ TEST_F(TrayTest, BadInputAndMissingPiecesGiveFalse) {
 
 TEST_F(TrayTest, AServerThatGoesAwayLeavesTheProgramRunning) {
   // A server of this test's own, stopped while the icon is shown on it.
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  auto server = std::make_unique<test::Child>(
-      std::vector<std::string>{"Xvfb", "-displayfd", "3", "-screen", "0", "640x480x24", "-nolisten", "tcp"},
-      dir_ + "/own-xvfb.log", fds[1]);
-  close(fds[1]);
-  std::string number;
-  char c;
-  while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
-  close(fds[0]);
-  ASSERT_FALSE(number.empty()) << test::ReadFile(dir_ + "/own-xvfb.log");
+  test::OwnXvfb server(dir_ + "/own-xvfb.log", {"-screen", "0", "640x480x24"});
+  ASSERT_NE(server.name(), "") << test::ReadFile(dir_ + "/own-xvfb.log");
   const std::string shared = getenv("DISPLAY");
-  setenv("DISPLAY", (":" + number).c_str(), 1);
+  setenv("DISPLAY", server.name().c_str(), 1);
   ::Display* own = XOpenDisplay(nullptr);
   ASSERT_NE(own, nullptr);
   test::Child tray({"trayer", "--edge", "top", "--SetDockType", "false"}, dir_ + "/own-trayer.log");
@@ -385,7 +376,7 @@ TEST_F(TrayTest, AServerThatGoesAwayLeavesTheProgramRunning) {
   setenv("DISPLAY", shared.c_str(), 1);
   ASSERT_TRUE(up);
   ASSERT_TRUE(added);
-  server.reset();
+  server.Stop();
   test::WithinSeconds(20, "the icon after its server died", [&] {
     // Changes go on being accepted until the icon's thread has seen the
     // break; none of them may block.

@@ -103,25 +103,16 @@ TEST_F(X11Errors, EachErrorGoesToItsConnectionsOwner) {
 TEST_F(X11Errors, AServerThatDiesTellsEveryOwnerAndTheProcessGoesOn) {
   // A server of this test's own, stopped under two registered connections.
   test::TempDir dir{"kp-x11-errors"};
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  auto server = std::make_unique<test::Child>(
-      std::vector<std::string>{"Xvfb", "-displayfd", "3", "-screen", "0", "320x240x24", "-nolisten", "tcp"},
-      dir / "xvfb.log", fds[1]);
-  close(fds[1]);
-  std::string number;
-  char c;
-  while (read(fds[0], &c, 1) == 1 && c != '\n') number += c;
-  close(fds[0]);
-  ASSERT_FALSE(number.empty()) << test::ReadFile(dir / "xvfb.log");
-  const std::string name = ":" + number;
+  test::OwnXvfb server(dir / "xvfb.log", {"-screen", "0", "320x240x24"});
+  ASSERT_NE(server.name(), "") << test::ReadFile(dir / "xvfb.log");
+  const std::string name = server.name();
   ::Display* a = XOpenDisplay(name.c_str());
   ::Display* b = XOpenDisplay(name.c_str());
   ASSERT_TRUE(a && b);
   Recorder ra, rb;
   Watch(a, ra.owner());
   Watch(b, rb.owner());
-  server.reset();
+  server.Stop();
   test::WithinSeconds(20, "the connections after their server died", [&] {
     XSync(a, False);
     XSync(b, False);

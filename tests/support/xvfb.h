@@ -119,6 +119,36 @@ bool WaitFor(F done, std::chrono::milliseconds limit = std::chrono::seconds(10))
   return true;
 }
 
+// An X server of a test's own, to be stopped while the code under test
+// holds connections to it. Its display number is far above those the other
+// tests' servers take (the lowest free one): once it ends, no other server
+// starts on that number and answers in its place.
+class OwnXvfb {
+ public:
+  explicit OwnXvfb(const std::string& log, const std::vector<std::string>& options = {}) {
+    for (int attempt = 0; attempt < 5 && number_.empty(); ++attempt) {
+      int fds[2];
+      if (pipe(fds) != 0) return;
+      std::vector<std::string> argv{"Xvfb", ":" + std::to_string(1000 + (getpid() + 7919 * attempt) % 20000),
+                                    "-displayfd", "3", "-nolisten", "tcp", "-noreset"};
+      argv.insert(argv.end(), options.begin(), options.end());
+      server_ = std::make_unique<Child>(argv, log, fds[1]);
+      close(fds[1]);
+      char c;
+      while (read(fds[0], &c, 1) == 1 && c != '\n') number_ += c;
+      close(fds[0]);
+    }
+  }
+
+  // ":N", or "" when no server started (its log says why).
+  std::string name() const { return number_.empty() ? "" : ":" + number_; }
+  void Stop() { server_.reset(); }
+
+ private:
+  std::unique_ptr<Child> server_;
+  std::string number_;
+};
+
 class Xvfb {
  public:
   static bool Installed() { return OnPath("Xvfb"); }
