@@ -4,6 +4,8 @@
 
 #if KP_HAVE_LIBPNG
 #include <png.h>
+#else
+#include <zlib.h>
 #endif
 
 #include <algorithm>
@@ -118,10 +120,44 @@ std::optional<Image> DecodePng(Bytes b) {
 
 #else
 
-// No libpng for this build's target (the Windows cross build): PNG icons are
-// refused as any file this reader cannot decode, .ico files with BMP entries
-// still load.
-std::optional<Image> DecodePng(Bytes) { return std::nullopt; }
+// No libpng for this build's target (the Windows cross build): the system
+// decodes the PNG (CreateIconFromResourceEx, platform/win32/tray_win32.cpp).
+// What is checked here is what libpng would check before the pixels: the
+// chunks and their CRCs up to IEND, a first IHDR of a size within the limit,
+// some IDAT. Pixel data the system cannot inflate is refused when the icon is
+// made.
+static uint32_t Be32(const uint8_t* p) {
+  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+}
+
+std::optional<Image> DecodePng(Bytes b) {
+  if (!IsPng(b)) return std::nullopt;
+  Image image;
+  bool pixels = false;
+  for (size_t at = 8;;) {
+    if (b.size() - at < 12) return std::nullopt;
+    const uint32_t length = Be32(&b[at]);
+    if (length > b.size() - at - 12) return std::nullopt;
+    const uint8_t* type = &b[at + 4];
+    const uint32_t crc = static_cast<uint32_t>(crc32(crc32(0, nullptr, 0), type, length + 4));
+    if (crc != Be32(type + 4 + length)) return std::nullopt;
+    const bool header = std::memcmp(type, "IHDR", 4) == 0;
+    if (header != (at == 8)) return std::nullopt;
+    if (header) {
+      if (length != 13) return std::nullopt;
+      const uint32_t width = Be32(type + 4), height = Be32(type + 8);
+      if (width == 0 || height == 0 || width > kMaxIconSide || height > kMaxIconSide) return std::nullopt;
+      image.width = static_cast<int32_t>(width);
+      image.height = static_cast<int32_t>(height);
+    }
+    pixels = pixels || std::memcmp(type, "IDAT", 4) == 0;
+    at += size_t{length} + 12;
+    if (std::memcmp(type, "IEND", 4) == 0) break;
+  }
+  if (!pixels) return std::nullopt;
+  image.png.assign(b.begin(), b.end());
+  return image;
+}
 
 #endif
 
