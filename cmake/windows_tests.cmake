@@ -178,7 +178,15 @@ wait $xvfb 2>/dev/null
 rm -rf "$work"
 exit $status
 ]=])
+# Wine's own PNG decoder gets two kinds wrong (docs/windows.md): they run
+# apart, expected to fail, as the known gaps above.
+set(KP_WINDOWS_TRAY_GAPS TrayWin32Png.KindsWineGetsWrong)
 add_test(NAME WindowsTrayTests
          COMMAND sh ${CMAKE_BINARY_DIR}/tray_under_xvfb.sh ${CMAKE_BINARY_DIR}/wineprefix-tray
-                 $<TARGET_FILE:kp_unit_tests> --gtest_brief=1 --gtest_filter=TrayWin32.*)
-set_tests_properties(WindowsTrayTests PROPERTIES TIMEOUT 300)
+                 $<TARGET_FILE:kp_unit_tests> --gtest_brief=1 --gtest_filter=TrayWin32*-${KP_WINDOWS_TRAY_GAPS})
+add_test(NAME WindowsTrayTestsKnownGaps
+         COMMAND sh ${CMAKE_BINARY_DIR}/tray_under_xvfb.sh ${CMAKE_BINARY_DIR}/wineprefix-tray
+                 $<TARGET_FILE:kp_unit_tests> --gtest_brief=1 --gtest_filter=${KP_WINDOWS_TRAY_GAPS})
+# One prefix for both: they must not run at once (each stops its server).
+set_tests_properties(WindowsTrayTests WindowsTrayTestsKnownGaps PROPERTIES TIMEOUT 300 RESOURCE_LOCK WinePrefixTray)
+set_tests_properties(WindowsTrayTestsKnownGaps PROPERTIES WILL_FAIL ON)
