@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "abi/error_ids.h"
+#include "desktop/icon_file.h"
 #include "desktop/tray.h"
 #include "files/files_fixture.h"
 #include "support/deadline.h"
@@ -430,30 +431,87 @@ class TrayWin32Png : public TrayWin32 {
   }
 };
 
-// The PNG kinds the reader on Linux takes, as the system decodes them.
-TEST_F(TrayWin32Png, KindsTheSystemDecodes) {
-  if (!ShellHasTray()) GTEST_SKIP() << kNoTray;
-  Check({
+// PNG kinds the system decodes right under Wine 8.
+std::vector<PngKind> KindsWineDrawsRight() {
+  return {
       {"grey8", KindOfPng(24, 8, 0, "\x80"), 0x808080},
       {"grey-alpha8", KindOfPng(24, 8, 4, std::string("\x40\xff", 2)), 0x404040},
       {"palette2-trns", KindOfPng(24, 2, 3, std::string(1, '\0'), Palette(true)), 0x1234ff},
       {"rgba8", KindOfPng(24, 8, 6, std::string("\x40\x80\xc0\xff", 4)), 0x4080c0},
       {"ico-of-a-png", IcoOfPng(24, KindOfPng(24, 8, 6, std::string("\xc0\x80\x40\xff", 4))), 0xc08040},
       {"interlaced-rgba8", KindOfPng(24, 8, 6, std::string("\xc0\xc0\x00\xff", 4), "", true), 0xc0c000},
-  });
+      {"interlaced-palette1-trns", KindOfPng(13, 1, 3, std::string(1, '\0'), Palette(true), true), 0x1234ff},
+  };
 }
 
 // Wine 8's decoder refuses 16-bit samples (13), and draws a PNG without
 // alpha (8-bit RGB, an 8-bit palette without tRNS) with red and blue
-// swapped: a known gap of Wine
-// (WindowsTrayTestsKnownGaps, expected to fail there; docs/windows.md).
-TEST_F(TrayWin32Png, KindsWineGetsWrong) {
-  if (!ShellHasTray()) GTEST_SKIP() << kNoTray;
-  Check({
+// swapped.
+std::vector<PngKind> KindsWineGetsWrong() {
+  return {
       {"rgba16", KindOfPng(24, 16, 6, std::string("\xc0\x01\x00\x02\xc0\x03\xff\xff", 8)), 0xc000c0},
       {"palette8", KindOfPng(24, 8, 3, std::string(1, '\0'), Palette(false)), 0x1234ff},
       {"rgb8", KindOfPng(24, 8, 2, std::string("\x40\x80\xc0", 3)), 0x4080c0},
-  });
+  };
+}
+
+// Without libpng the reader checks the file and keeps its bytes: every kind
+// passes it, damaged pixel data does not. Without a tray as well.
+TEST(IconFileWin32, PngKindsPassTheReaderDamagedDataDoesNot) {
+  std::vector<PngKind> kinds = KindsWineDrawsRight();
+  for (PngKind& kind : KindsWineGetsWrong()) kinds.push_back(std::move(kind));
+  for (const PngKind& kind : kinds) {
+    const auto image = DecodeIcon(std::span(reinterpret_cast<const uint8_t*>(kind.png.data()), kind.png.size()));
+    ASSERT_TRUE(image) << kind.name;
+    EXPECT_EQ(image->width, std::string(kind.name) == "interlaced-palette1-trns" ? 13 : 24) << kind.name;
+    EXPECT_TRUE(image->argb.empty()) << kind.name;
+    EXPECT_EQ(image->png.size() + (kind.png[0] == '\0' ? 22 : 0), kind.png.size()) << kind.name;
+  }
+  const auto refused = [](const std::string& png) {
+    return !DecodeIcon(std::span(reinterpret_cast<const uint8_t*>(png.data()), png.size()));
+  };
+  // The rows of a 4 x 4 RGBA image are 17 bytes: one short, one too many, a
+  // filter byte of 5, a depth RGBA has not, data that does not inflate.
+  const auto withRows = [](const std::string& raw, int depth = 8) {
+    std::string png("\x89PNG\r\n\x1a\n", 8), ihdr;
+    Put32(&ihdr, 4);
+    Put32(&ihdr, 4);
+    ihdr += {static_cast<char>(depth), 6, 0, 0, 0};
+    Chunk(&png, "IHDR", ihdr);
+    uLongf size = compressBound(static_cast<uLong>(raw.size()));
+    std::string deflated(size, '\0');
+    compress(reinterpret_cast<Bytef*>(deflated.data()), &size, reinterpret_cast<const Bytef*>(raw.data()),
+             static_cast<uLong>(raw.size()));
+    deflated.resize(size);
+    Chunk(&png, "IDAT", deflated);
+    Chunk(&png, "IEND", "");
+    return png;
+  };
+  const std::string rows(4 * 17, '\0');
+  EXPECT_FALSE(refused(withRows(rows)));
+  EXPECT_TRUE(refused(withRows(rows.substr(1))));
+  EXPECT_TRUE(refused(withRows(rows + '\0')));
+  std::string badFilter = rows;
+  badFilter[17] = 5;
+  EXPECT_TRUE(refused(withRows(badFilter)));
+  EXPECT_TRUE(refused(withRows(rows, 4)));
+  const std::string junk(64, '\x5a');
+  EXPECT_TRUE(refused(SolidPng(16, 0xff0000, &junk)));
+  // A large image whose rows inflate past one output buffer of the reader.
+  EXPECT_FALSE(refused(KindOfPng(1024, 8, 6, std::string("\x01\x02\x03\xff", 4))));
+}
+
+// The PNG kinds the reader on Linux takes, as the system decodes them.
+TEST_F(TrayWin32Png, KindsTheSystemDecodes) {
+  if (!ShellHasTray()) GTEST_SKIP() << kNoTray;
+  Check(KindsWineDrawsRight());
+}
+
+// A known gap of Wine (WindowsTrayTestsKnownGaps, expected to fail there;
+// docs/windows.md).
+TEST_F(TrayWin32Png, KindsWineGetsWrong) {
+  if (!ShellHasTray()) GTEST_SKIP() << kNoTray;
+  Check(KindsWineGetsWrong());
 }
 
 TEST_F(TrayWin32, TheWindowGoesWhenTheProgramsEnd) {
