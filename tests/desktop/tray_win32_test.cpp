@@ -2,8 +2,9 @@
 // the family adds is asked for through Shell_NotifyIconW, its pixels are read
 // from the screen in Wine's tray, the callback messages a click makes are
 // sent to its window, and the window's end is checked. Without a desktop
-// (Wine with no display, as in WindowsUnitTests) only the refusal is; ctest's
-// WindowsTrayTests runs the rest under an Xvfb of its own.
+// (Wine with no display, as in WindowsUnitTests) only the refusal, the bad
+// input and the PNG reader run; ctest's WindowsTrayTests runs the rest under
+// an Xvfb of its own.
 #include <windows.h>
 
 #include <shellapi.h>
