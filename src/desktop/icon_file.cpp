@@ -4,6 +4,8 @@
 
 #if KP_HAVE_LIBPNG
 #include <png.h>
+#else
+#include <zlib.h>
 #endif
 
 #include <algorithm>
@@ -118,10 +120,119 @@ std::optional<Image> DecodePng(Bytes b) {
 
 #else
 
-// No libpng for this build's target (the Windows cross build): PNG icons are
-// refused as any file this reader cannot decode, .ico files with BMP entries
-// still load.
-std::optional<Image> DecodePng(Bytes) { return std::nullopt; }
+// No libpng for this build's target (the Windows cross build): the system
+// decodes the PNG (CreateIconFromResourceEx, platform/win32/tray_win32.cpp).
+// What is checked here is what libpng would refuse too, so that both builds
+// refuse the same files, and before the icon is made (a change of image has
+// no answer from the icon's thread): the chunks and their CRCs up to IEND, a
+// first IHDR of a known kind within the size limit, and pixel data that
+// inflates to exactly the rows the header asks for, each with a known filter.
+static uint32_t Be32(const uint8_t* p) {
+  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+}
+
+// The length of every row of the filtered image (its filter byte included),
+// in the order they are stored; empty for a kind PNG does not have.
+static std::vector<uint32_t> RowLengths(uint32_t width, uint32_t height, uint8_t depth, uint8_t colour,
+                                        uint8_t interlace) {
+  int channels = 0;
+  switch (colour) {
+    case 0: channels = depth == 1 || depth == 2 || depth == 4 || depth == 8 || depth == 16 ? 1 : 0; break;
+    case 3: channels = depth == 1 || depth == 2 || depth == 4 || depth == 8 ? 1 : 0; break;
+    case 2: channels = depth == 8 || depth == 16 ? 3 : 0; break;
+    case 4: channels = depth == 8 || depth == 16 ? 2 : 0; break;
+    case 6: channels = depth == 8 || depth == 16 ? 4 : 0; break;
+    default: break;
+  }
+  std::vector<uint32_t> rows;
+  if (channels == 0 || interlace > 1) return rows;
+  const auto add = [&](uint32_t columns, uint32_t count) {
+    if (columns == 0) return;
+    const uint32_t length = 1 + (columns * channels * depth + 7) / 8;
+    rows.insert(rows.end(), count, length);
+  };
+  if (interlace == 0) {
+    add(width, height);
+  } else {
+    // Adam7: first column, first row, column step, row step of each pass.
+    static constexpr uint32_t kPasses[7][4] = {{0, 0, 8, 8}, {4, 0, 8, 8}, {0, 4, 4, 8}, {2, 0, 4, 4},
+                                               {0, 2, 2, 4}, {1, 0, 2, 2}, {0, 1, 1, 2}};
+    for (const auto& pass : kPasses) {
+      const uint32_t columns = width > pass[0] ? (width - pass[0] + pass[2] - 1) / pass[2] : 0;
+      const uint32_t count = height > pass[1] ? (height - pass[1] + pass[3] - 1) / pass[3] : 0;
+      add(columns, count);
+    }
+  }
+  return rows;
+}
+
+// Whether the concatenated IDAT data inflates to exactly these rows.
+static bool InflatesToRows(const std::vector<Bytes>& data, const std::vector<uint32_t>& rows) {
+  z_stream z{};
+  if (inflateInit(&z) != Z_OK) return false;
+  uint8_t out[16384];
+  size_t row = 0, inRow = 0;
+  bool ok = true, ended = false;
+  for (size_t part = 0; ok && !ended && part < data.size(); ++part) {
+    z.next_in = const_cast<Bytef*>(data[part].data());
+    z.avail_in = static_cast<uInt>(data[part].size());
+    // Until this part is used up and nothing more is pending (a full output
+    // buffer may leave output to come without more input).
+    bool more = true;
+    while (ok && !ended && more) {
+      z.next_out = out;
+      z.avail_out = sizeof out;
+      const int status = inflate(&z, Z_NO_FLUSH);
+      ended = status == Z_STREAM_END;
+      ok = status == Z_OK || status == Z_BUF_ERROR || ended;  // Z_BUF_ERROR: the next part is needed
+      more = status == Z_OK && (z.avail_in > 0 || z.avail_out == 0);
+      for (const uint8_t* p = out; ok && p < z.next_out; ++p) {
+        if (row == rows.size() || (inRow == 0 && *p > 4)) {  // too long, or not a filter
+          ok = false;
+        } else if (++inRow == rows[row]) {
+          ++row;
+          inRow = 0;
+        }
+      }
+    }
+  }
+  inflateEnd(&z);
+  return ok && ended && row == rows.size() && inRow == 0;
+}
+
+std::optional<Image> DecodePng(Bytes b) {
+  if (!IsPng(b)) return std::nullopt;
+  Image image;
+  std::vector<uint32_t> rows;
+  std::vector<Bytes> data;
+  for (size_t at = 8;;) {
+    if (b.size() - at < 12) return std::nullopt;
+    const uint32_t length = Be32(&b[at]);
+    if (length > b.size() - at - 12) return std::nullopt;
+    const uint8_t* type = &b[at + 4];
+    const uint32_t crc = static_cast<uint32_t>(crc32(crc32(0, nullptr, 0), type, length + 4));
+    if (crc != Be32(type + 4 + length)) return std::nullopt;
+    const bool header = std::memcmp(type, "IHDR", 4) == 0;
+    if (header != (at == 8)) return std::nullopt;
+    if (header) {
+      if (length != 13) return std::nullopt;
+      const uint8_t* h = type + 4;
+      const uint32_t width = Be32(h), height = Be32(h + 4);
+      if (width == 0 || height == 0 || width > kMaxIconSide || height > kMaxIconSide) return std::nullopt;
+      if (h[10] != 0 || h[11] != 0) return std::nullopt;  // the one compression and filter method
+      rows = RowLengths(width, height, h[8], h[9], h[12]);
+      if (rows.empty()) return std::nullopt;
+      image.width = static_cast<int32_t>(width);
+      image.height = static_cast<int32_t>(height);
+    }
+    if (std::memcmp(type, "IDAT", 4) == 0) data.push_back(b.subspan(at + 8, length));
+    at += size_t{length} + 12;
+    if (std::memcmp(type, "IEND", 4) == 0) break;
+  }
+  if (data.empty() || !InflatesToRows(data, rows)) return std::nullopt;
+  image.png.assign(b.begin(), b.end());
+  return image;
+}
 
 #endif
 

@@ -4,10 +4,12 @@
 // entry of an .ico is taken (the deepest among equals). The kind is told by
 // the content, not by the name.
 //
-// PNG (through libpng; refused where the build has none, the Windows one):
-// every colour type and bit depth, interlaced or not, with the palette's and
-// the tRNS chunk's transparency, samples as stored (no gamma applied); every
-// chunk's CRC is checked and the file must reach IEND.
+// PNG (through libpng): every colour type and bit depth, interlaced or not,
+// with the palette's and the tRNS chunk's transparency, samples as stored (no
+// gamma applied); every chunk's CRC is checked and the file must reach IEND.
+// Where the build has no libpng (Windows) the file is checked alike (chunks,
+// CRCs, the kind, the rows' inflated data) and the image keeps the file's
+// bytes (Image::png) for the system to decode.
 // Images are limited to 1024 x 1024 pixels (an icon is small; this bounds
 // what a hostile file can make us allocate).
 //

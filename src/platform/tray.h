@@ -24,11 +24,15 @@
 
 namespace kp::platform::tray {
 
-// Pixels 0xAARRGGBB, not premultiplied, row after row from the top.
+// Pixels 0xAARRGGBB, not premultiplied, row after row from the top. Where
+// the build has no PNG decoder (Windows) a PNG image is handed on as the
+// file's bytes in `png`, for the system to decode; `argb` is then empty and
+// the size is the file's.
 struct Image {
   int32_t width = 0;
   int32_t height = 0;
   std::vector<uint32_t> argb;
+  std::vector<uint8_t> png;
 };
 
 enum Event : int32_t { kLeftClick = 0, kRightClick = 1, kDoubleClick = 2, kMiddleClick = 3, kPointerOver = 4 };

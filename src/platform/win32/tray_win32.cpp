@@ -1,7 +1,8 @@
 // kp160std — the notification icon on Windows: Shell_NotifyIconW, with a
 // hidden window of ours that receives the icon's mouse messages, created and
 // served by a thread of its own. The icon is added again when the shell
-// restarts (the "TaskbarCreated" message).
+// restarts (the "TaskbarCreated" message). A PNG image is made into an icon
+// by the system (CreateIconFromResourceEx takes PNG data, Vista and later).
 #include <windows.h>
 
 #include <shellapi.h>
@@ -21,12 +22,21 @@ namespace kp::platform::tray {
 namespace {
 
 constexpr uint32_t kNoTray = 1168;
+constexpr uint32_t kInvalidData = 13;
 constexpr UINT kCallback = WM_APP + 1;
 constexpr UINT kApply = WM_APP + 2;
 constexpr UINT kIconId = 1;
 using NotifyFn = BOOL(WINAPI*)(DWORD, NOTIFYICONDATAW*);
 
 HICON MakeIcon(const Image& image) {
+  if (!image.png.empty()) {
+    // At the size the shell draws notification icons: the system scales once.
+    return ::CreateIconFromResourceEx(const_cast<BYTE*>(image.png.data()), static_cast<DWORD>(image.png.size()), TRUE,
+                                      0x00030000, ::GetSystemMetrics(SM_CXSMICON), ::GetSystemMetrics(SM_CYSMICON),
+                                      LR_DEFAULTCOLOR);
+  }
+  if (image.width <= 0 || image.height <= 0 || image.argb.size() != size_t(image.width) * size_t(image.height))
+    return nullptr;
   BITMAPV5HEADER h{};
   h.bV5Size = sizeof h;
   h.bV5Width = image.width;
@@ -67,6 +77,10 @@ class Win32Icon final : public Icon {
     }
     handler_ = std::move(handler);
     icon_ = MakeIcon(image);
+    if (!icon_) {
+      SetLastError(kInvalidData);
+      return false;
+    }
     tip_.assign(tooltip.begin(), tooltip.end());
     thread_ = std::thread([this] { Serve(); });
     std::unique_lock hold(lock_);
@@ -149,9 +163,17 @@ class Win32Icon final : public Icon {
 
   void OnMouse(UINT message) {
     switch (message) {
-      case WM_LBUTTONUP: handler_(kLeftClick); break;
+      case WM_LBUTTONUP:
+        // A double click is down, up, double click, up: the second release
+        // is part of the double click, as on X11, not a click of its own.
+        if (!afterDouble_) handler_(kLeftClick);
+        afterDouble_ = false;
+        break;
       case WM_RBUTTONUP: handler_(kRightClick); break;
-      case WM_LBUTTONDBLCLK: handler_(kDoubleClick); break;
+      case WM_LBUTTONDBLCLK:
+        afterDouble_ = true;
+        handler_(kDoubleClick);
+        break;
       case WM_MBUTTONUP: handler_(kMiddleClick); break;
       case WM_MOUSEMOVE: {
         // The shell repeats it while the pointer moves: one a second at most.
@@ -185,16 +207,27 @@ class Win32Icon final : public Icon {
   }
 
   void Serve() {
-    const HINSTANCE instance = ::GetModuleHandleW(nullptr);
+    // The class belongs to the module this code is in (the DLL, or a test
+    // program), and is unregistered when the window is gone: a class left
+    // registered would keep this procedure's address after the DLL is
+    // unloaded, and a DLL loaded again elsewhere would find it.
+    HINSTANCE instance = nullptr;
+    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                         reinterpret_cast<LPCWSTR>(&Procedure), &instance);
     WNDCLASSW wc{};
+    wc.style = CS_DBLCLKS;
     wc.lpfnWndProc = Procedure;
     wc.hInstance = instance;
-    wc.lpszClassName = L"kp160std.NotifyIcon";
-    ::RegisterClassW(&wc);  // a second registration fails harmlessly
+    wc.lpszClassName = kClass;
+    ::RegisterClassW(&wc);
     taskbarCreated_ = ::RegisterWindowMessageW(L"TaskbarCreated");
-    window_ = ::CreateWindowExW(0, wc.lpszClassName, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, nullptr);
+    // A top-level window, hidden: a message-only one would miss the
+    // TaskbarCreated broadcast. Without a desktop (Wine without a display)
+    // none can be made, and there is no notification area either.
+    window_ = ::CreateWindowExW(0, kClass, L"", 0, 0, 0, 0, 0, nullptr, nullptr, instance, nullptr);
     bool ok = window_ != nullptr;
     uint32_t error = ok ? 0 : ::GetLastError();
+    if (!ok && error == 0) error = kNoTray;
     if (ok) {
       ::SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
       ok = Notify(NIM_ADD);
@@ -211,13 +244,17 @@ class Win32Icon final : public Icon {
       ready_ = true;
     }
     started_.notify_all();
-    if (!ok) return;
-    MSG message;
-    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-      ::TranslateMessage(&message);
-      ::DispatchMessageW(&message);
+    if (ok) {
+      MSG message;
+      while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+        ::TranslateMessage(&message);
+        ::DispatchMessageW(&message);
+      }
     }
+    ::UnregisterClassW(kClass, instance);
   }
+
+  static constexpr const wchar_t* kClass = L"kp160std.NotifyIcon";
 
   HMODULE shell_ = nullptr;
   NotifyFn notify_ = nullptr;
@@ -234,6 +271,7 @@ class Win32Icon final : public Icon {
   std::unique_ptr<Image> pendingImage_;
   std::unique_ptr<std::wstring> pendingTip_;
   std::chrono::steady_clock::time_point lastOver_{};
+  bool afterDouble_ = false;
 };
 
 }  // namespace
