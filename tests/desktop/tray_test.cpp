@@ -15,6 +15,7 @@
 #include "desktop/tray.h"
 #include "files/files_fixture.h"
 #include "platform/tray.h"
+#include "desktop/png_writer.h"
 #include "support/deadline.h"
 #include "support/xvfb.h"
 
@@ -28,37 +29,13 @@ namespace {
 
 using Pixels = std::vector<uint32_t>;
 
-void Put32(std::string* s, uint32_t v) {
-  for (int shift = 24; shift >= 0; shift -= 8) *s += static_cast<char>(v >> shift);
-}
-void Chunk(std::string* png, const char* type, const std::string& data) {
-  Put32(png, static_cast<uint32_t>(data.size()));
-  const std::string body = std::string(type, 4) + data;
-  *png += body;
-  Put32(png,
-        static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()))));
-}
-std::string Deflate(const std::string& raw) {
-  uLongf size = compressBound(raw.size());
-  std::string out(size, '\0');
-  compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(raw.data()), raw.size());
-  out.resize(size);
-  return out;
-}
+using test::png::Chunk;
 
 // A PNG of `rows` (each already packed at the depth, without filter byte),
 // filtered with type `filter` (0 or 1 "sub" on whole bytes) or interlaced.
 std::string Png(uint32_t w, uint32_t h, int depth, int colour, const std::string& extra,
                 const std::vector<std::string>& rows, bool interlace = false, int bpp = 4) {
-  std::string png("\x89PNG\r\n\x1a\n", 8), ihdr;
-  Put32(&ihdr, w);
-  Put32(&ihdr, h);
-  ihdr += static_cast<char>(depth);
-  ihdr += static_cast<char>(colour);
-  ihdr += std::string("\0\0", 2);
-  ihdr += static_cast<char>(interlace ? 1 : 0);
-  Chunk(&png, "IHDR", ihdr);
-  png += extra;
+  std::string png = test::png::Start(w, h, depth, colour, interlace) + extra;
   std::string raw;
   if (!interlace) {
     for (const std::string& row : rows) {
@@ -78,9 +55,7 @@ std::string Png(uint32_t w, uint32_t h, int depth, int colour, const std::string
         if (!line.empty()) raw += '\0' + line;
       }
   }
-  Chunk(&png, "IDAT", Deflate(raw));
-  Chunk(&png, "IEND", "");
-  return png;
+  return test::png::Finish(png, raw);
 }
 
 std::string Rgba(uint32_t argb) {

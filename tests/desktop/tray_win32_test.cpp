@@ -25,6 +25,7 @@
 #include "desktop/icon_file.h"
 #include "desktop/tray.h"
 #include "files/files_fixture.h"
+#include "desktop/png_writer.h"
 #include "support/deadline.h"
 
 namespace kp::desktop {
@@ -33,36 +34,19 @@ namespace {
 // The message the backend gives the shell for the icon's mouse events.
 constexpr UINT kCallback = WM_APP + 1;
 
-void Put32(std::string* s, uint32_t v) {
-  for (int shift = 24; shift >= 0; shift -= 8) *s += static_cast<char>(v >> shift);
-}
-void Chunk(std::string* png, const char* type, const std::string& data) {
-  Put32(png, static_cast<uint32_t>(data.size()));
-  const std::string body = std::string(type, 4) + data;
-  *png += body;
-  Put32(png,
-        static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()))));
-}
+using test::png::Chunk;
 
 // An 8-bit RGBA PNG of one opaque colour 0xRRGGBB; `pixels` replaces the
 // compressed rows (for a file whose chunks are sound but whose data is not).
 std::string SolidPng(uint32_t side, uint32_t rgb, const std::string* pixels = nullptr) {
-  std::string png("\x89PNG\r\n\x1a\n", 8), ihdr, raw;
-  Put32(&ihdr, side);
-  Put32(&ihdr, side);
-  ihdr += std::string("\x08\x06\0\0\0", 5);
-  Chunk(&png, "IHDR", ihdr);
+  std::string png = test::png::Start(side, side, 8, 6), raw;
   for (uint32_t y = 0; y < side; ++y) {
     raw += '\0';
     for (uint32_t x = 0; x < side; ++x)
       raw += {static_cast<char>(rgb >> 16), static_cast<char>(rgb >> 8), static_cast<char>(rgb), '\xff'};
   }
-  uLongf size = compressBound(static_cast<uLong>(raw.size()));
-  std::string deflated(size, '\0');
-  compress(reinterpret_cast<Bytef*>(deflated.data()), &size, reinterpret_cast<const Bytef*>(raw.data()),
-           static_cast<uLong>(raw.size()));
-  deflated.resize(size);
-  Chunk(&png, "IDAT", pixels ? *pixels : deflated);
+  if (!pixels) return test::png::Finish(png, raw);
+  Chunk(&png, "IDAT", *pixels);
   Chunk(&png, "IEND", "");
   return png;
 }
@@ -72,12 +56,8 @@ std::string SolidPng(uint32_t side, uint32_t rgb, const std::string* pixels = nu
 // pixels.
 std::string KindOfPng(uint32_t side, int depth, int colour, const std::string& pixel, const std::string& extra = "",
                       bool interlace = false) {
-  std::string png("\x89PNG\r\n\x1a\n", 8), ihdr, raw;
-  Put32(&ihdr, side);
-  Put32(&ihdr, side);
-  ihdr += {static_cast<char>(depth), static_cast<char>(colour), 0, 0, static_cast<char>(interlace)};
-  Chunk(&png, "IHDR", ihdr);
-  png += extra;
+  const std::string png = test::png::Start(side, side, depth, colour, interlace) + extra;
+  std::string raw;
   // A row of `n` pixels: sub-byte pixels repeat the one byte given.
   const auto row = [&](uint32_t n) {
     std::string line(1, '\0');
@@ -97,14 +77,7 @@ std::string KindOfPng(uint32_t side, int depth, int colour, const std::string& p
       for (uint32_t y = p[1]; y < side && columns; y += p[3]) raw += row(columns);
     }
   }
-  uLongf size = compressBound(static_cast<uLong>(raw.size()));
-  std::string deflated(size, '\0');
-  compress(reinterpret_cast<Bytef*>(deflated.data()), &size, reinterpret_cast<const Bytef*>(raw.data()),
-           static_cast<uLong>(raw.size()));
-  deflated.resize(size);
-  Chunk(&png, "IDAT", deflated);
-  Chunk(&png, "IEND", "");
-  return png;
+  return test::png::Finish(png, raw);
 }
 
 // An .ico whose one entry is `png`, of `side` pixels.
@@ -474,19 +447,7 @@ TEST(IconFileWin32, PngKindsPassTheReaderDamagedDataDoesNot) {
   // The rows of a 4 x 4 RGBA image are 17 bytes: one short, one too many, a
   // filter byte of 5, a depth RGBA has not, data that does not inflate.
   const auto withRows = [](const std::string& raw, int depth = 8) {
-    std::string png("\x89PNG\r\n\x1a\n", 8), ihdr;
-    Put32(&ihdr, 4);
-    Put32(&ihdr, 4);
-    ihdr += {static_cast<char>(depth), 6, 0, 0, 0};
-    Chunk(&png, "IHDR", ihdr);
-    uLongf size = compressBound(static_cast<uLong>(raw.size()));
-    std::string deflated(size, '\0');
-    compress(reinterpret_cast<Bytef*>(deflated.data()), &size, reinterpret_cast<const Bytef*>(raw.data()),
-             static_cast<uLong>(raw.size()));
-    deflated.resize(size);
-    Chunk(&png, "IDAT", deflated);
-    Chunk(&png, "IEND", "");
-    return png;
+    return test::png::Finish(test::png::Start(4, 4, depth, 6), raw);
   };
   const std::string rows(4 * 17, '\0');
   EXPECT_FALSE(refused(withRows(rows)));
