@@ -1,39 +1,14 @@
 // The euro family and TableVersTexte through the host: currency cells as
 // the VM receives them, and tables a script builds read back by the library
 // through the table operations of the VM services object.
-#include "abi_support.h"
-#include "eval.h"
-#include "script_eval.h"
-#include "script_parser.h"
+#include "script_suite.h"
 
 namespace {
 
-using kphost::Interpreter;
 using kphost::Library;
-using kphost::Parse;
 using kphost::Value;
 
-class EuroTableHost : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() { lib_ = kp::abi::Load().release(); }
-  static void TearDownTestSuite() {
-    delete lib_;
-    lib_ = nullptr;
-  }
-  void SetUp() override {
-    ASSERT_NE(lib_, nullptr);
-    in_ = std::make_unique<Interpreter>(*lib_);
-    in_->onLibraryError = [this](const kphost::ErrorState& e, const std::string&) { errors_.push_back(e.id); };
-    Library::VMTables().clear();
-  }
-  void TearDown() override { Library::VMTables().clear(); }
-  Value Run(std::string_view source) { return in_->Run(Parse(source, "t.kl")); }
-
-  static Library* lib_;
-  std::unique_ptr<Interpreter> in_;
-  std::vector<int32_t> errors_;
-};
-Library* EuroTableHost::lib_ = nullptr;
+class EuroTableHost : public kp::abi::TableScriptSuite {};
 
 TEST_F(EuroTableHost, CurrencyCellsReachTheVm) {
   Value v = Run("eVersEuro(100, \"FRF\")");

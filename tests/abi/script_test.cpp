@@ -6,35 +6,24 @@
 #include <cstdio>
 #include <thread>
 
-#include "abi_support.h"
-#include "eval.h"
-#include "script_eval.h"
-#include "script_parser.h"
+#include "script_suite.h"
 #include "support/temp_dir.h"
 
 namespace {
 
 using kphost::FunctionInfo;
-using kphost::Interpreter;
 using kphost::Library;
 using kphost::Parse;
 using kphost::ScriptError;
 using kphost::SyntaxInfo;
-using kphost::Value;
 
-class Script : public ::testing::Test {
+class Script : public kp::abi::ScriptSuite {
  protected:
-  static void SetUpTestSuite() { lib_ = kp::abi::Load().release(); }
-  static void TearDownTestSuite() {
-    delete lib_;
-    lib_ = nullptr;
-  }
   void SetUp() override {
-    ASSERT_NE(lib_, nullptr);
-    in_ = std::make_unique<Interpreter>(*lib_);
+    ScriptSuite::SetUp();
+    if (HasFatalFailure()) return;
     in_->trace = [this](const std::string& line) { out_.push_back(line); };
   }
-  Value Run(std::string_view source, const std::string& file = "t.kl") { return in_->Run(Parse(source, file)); }
   // The error a script stops with; fails the test when it runs through.
   ScriptError ErrorOf(std::string_view source, const std::string& file = "t.kl") {
     try {
@@ -47,11 +36,8 @@ class Script : public ::testing::Test {
   }
   std::string Shown(std::string_view source) { return kphost::Display(Run(source)); }
 
-  static Library* lib_;
-  std::unique_ptr<Interpreter> in_;
   std::vector<std::string> out_;
 };
-Library* Script::lib_ = nullptr;
 
 TEST_F(Script, Precedence) {
   EXPECT_EQ(Shown("1 + 2 * 3"), "7");

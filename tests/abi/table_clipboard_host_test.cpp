@@ -3,52 +3,33 @@
 // independent client); a failed export leaves the clipboard as it was.
 #include <cstdlib>
 
-#include "abi_support.h"
-#include "eval.h"
-#include "script_eval.h"
-#include "script_parser.h"
+#include "script_suite.h"
 #include "support/xvfb.h"
 #include "text.h"
 
 namespace {
 
-using kphost::Interpreter;
 using kphost::Library;
-using kphost::Parse;
 using kphost::Value;
 
 // What xclip reads from the clipboard; bounded, so that a library that
 // stopped answering fails the test instead of hanging it.
 std::string XclipOut() { return kp::test::Shell("timeout 60 xclip -o -selection clipboard 2>/dev/null"); }
 
-class TableClipboardHost : public ::testing::Test {
+class TableClipboardHost : public kp::abi::TableScriptSuite {
  protected:
-  static void SetUpTestSuite() { lib_ = kp::abi::Load().release(); }
-  static void TearDownTestSuite() {
-    delete lib_;
-    lib_ = nullptr;
-  }
   void SetUp() override {
     for (const char* tool : {"Xvfb", "xclip", "timeout"})
       if (!kp::test::OnPath(tool)) GTEST_SKIP() << tool << " is not installed";
     kp::test::Xvfb::Shared();
-    ASSERT_NE(lib_, nullptr);
-    in_ = std::make_unique<Interpreter>(*lib_);
-    in_->onLibraryError = [this](const kphost::ErrorState& e, const std::string&) { errors_.push_back(e.id); };
-    Library::VMTables().clear();
+    TableScriptSuite::SetUp();
+    if (HasFatalFailure()) return;
     Run(R"(TableCreate("Ventes", "Article", "Prix", "Note")
 TableAddRow("Ventes", "Pomme", 1.5, "été")
 TableAddRow("Ventes", "Poire", "", "a	b")
 TableAddRow("Ventes", "Clef 𝄞", 2, "fin"))");
   }
-  void TearDown() override { Library::VMTables().clear(); }
-  Value Run(std::string_view source) { return in_->Run(Parse(source, "t.kl")); }
-
-  static Library* lib_;
-  std::unique_ptr<Interpreter> in_;
-  std::vector<int32_t> errors_;
 };
-Library* TableClipboardHost::lib_ = nullptr;
 
 TEST_F(TableClipboardHost, EverySyntaxCopiesTheTextOfTableVersTexte) {
   // Each syntax with the same arguments as TableVersTexte's; the clipboard
