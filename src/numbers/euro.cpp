@@ -1,5 +1,13 @@
 // kp160std — the euro family: fixed rates, exact conversions through the
 // euro, and the per-program currency settings.
+//
+// In this file, in order: the rates table and the exact decimal arithmetic
+// (128-bit, half away from zero); the per-program state (defaults, own
+// rates, the last conversion for eDifférenceArrondi) and the exact
+// conversion; finding a program's state (a lock-free table of recent
+// programs in front of a locked map); looking a code up (a perfect hash of
+// its three letters) and the everyday 64-bit conversion inlined before the
+// exact one; then the KL functions themselves, as euro.h lists them.
 #include "numbers/euro.h"
 
 #include <array>
